@@ -1,0 +1,19 @@
+# The logic and its tests under AddressSanitizer and UndefinedBehaviorSanitizer.
+add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -g)
+add_link_options(-fsanitize=address,undefined)
+target_compile_options(qev_logic PRIVATE -fsanitize=address,undefined -fno-sanitize-recover=all -g)
+
+add_executable(qev_logic_tests
+  tests/platform/ClockTest.cpp
+  tests/platform/PathsTest.cpp
+  tests/platform/ValueTest.cpp
+  tests/settings/SettingsStoreTest.cpp
+  tests/schedule/CalcularProximaCopiaTest.cpp
+  tests/backup/ArchiveProgressTest.cpp
+  tests/backup/SetFormatTest.cpp
+  tests/controls/MGeneralTest.cpp
+  tests/support/SpanishLocale.cpp)
+target_include_directories(qev_logic_tests PRIVATE tests)
+target_link_libraries(qev_logic_tests qev_logic gmock_main)
+qev_strict(qev_logic_tests)
+add_test(NAME logic COMMAND qev_logic_tests)

@@ -1,0 +1,19 @@
+# Tests that run on Windows: the logic with the real conversions, the system seams, the controls and windows, the engine, and the
+# automation object through COM.
+file(GLOB test_sources CONFIGURE_DEPENDS
+  tests/platform/*Test.cpp tests/settings/*Test.cpp tests/schedule/*Test.cpp tests/backup/*Test.cpp tests/zip/*Test.cpp
+  tests/controls/*Test.cpp tests/windows/*Test.cpp tests/resources/*Test.cpp tests/support/*.cpp)
+add_executable(qev_tests ${test_sources} ${resources})
+target_include_directories(qev_tests PRIVATE tests)
+target_link_libraries(qev_tests PRIVATE qev_windows gmock_main gdiplus psapi)
+qev_strict(qev_tests)
+add_dependencies(qev_tests VANTO5)
+
+file(GLOB host_test_sources CONFIGURE_DEPENDS tests/hosts/*Test.cpp)
+if(host_test_sources)
+  add_executable(qev_host_tests ${host_test_sources})
+  target_include_directories(qev_host_tests PRIVATE tests src ${generated})
+  target_link_libraries(qev_host_tests PRIVATE qev_windows gmock_main ole32 oleaut32 uuid)
+  qev_strict(qev_host_tests)
+  add_dependencies(qev_host_tests QevBackup VANTO5)
+endif()

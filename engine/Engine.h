@@ -1,0 +1,151 @@
+// The parts of the engine that serve one run of the zip sources, and the order in which a run uses them.
+//
+//   memory, messages, paths, streams, files   begin() in this order, end() in reverse
+//   state                                      restore() before each run
+//   run()                                      calls the sources, and comes back whatever they do
+//
+// A part's end() undoes everything that the run left in it. No function here throws. The zip sources leave a run from
+// anywhere by qevExit, a jump over their frames, so no function that calls back into them holds anything to destroy.
+#pragma once
+
+#include <windows.h>
+
+#include <cstddef>
+
+#include "EngineShim.h"
+#include "Vanto5.h"
+
+namespace qev::engine {
+
+namespace memory {
+
+// Makes the heap of the run. Answers false if there is no memory.
+bool begin();
+
+// Frees whatever the run still holds.
+void end();
+
+}  // namespace memory
+
+namespace messages {
+
+// Sends the messages of the run to `print`, which may be null.
+void begin(ZPPRINT print);
+
+// Sends what is left of an unfinished line.
+void end();
+
+// Adds text to the current line; each line is sent when it is complete.
+void write(const char* text, size_t length);
+
+// Sends the unfinished line, so that the caller gets the processor now.
+void send();
+
+// Prints "zip warning: <text><detail>" on a line of its own.
+void warn(const char* text, const char* detail);
+
+}  // namespace messages
+
+namespace answers {
+
+// What stdin is to the sources: the archive comment, asked from `comment` when the sources read it.
+void begin(ZPCOMMENT comment);
+
+// What the password prompt is to the sources. `archive` is passed to the callback.
+void password(ZPPASSWORD password, const char* archive);
+
+}  // namespace answers
+
+namespace paths {
+
+// Sets the folder that relative names start from (a full path, or empty for the current folder), and the archive: the
+// name the sources know it by, and its full path.
+void begin(const wchar_t* root, const char* archiveName, const wchar_t* archivePath);
+
+// The full path, fit for any length, that a name of the sources stands for. Valid until the next call.
+const wchar_t* native(const wchar_t* name);
+const wchar_t* native(const char* name);
+
+// Whether a full path given by native() is the archive's.
+bool isArchive(const wchar_t* path);
+
+// A name for messages: `path` in the ANSI code page, foreign characters as "?". Valid until the next call.
+const char* forMessage(const wchar_t* path);
+
+}  // namespace paths
+
+namespace streams {
+
+void begin();
+
+// Closes what is open and deletes the temporary files that have not become the archive.
+void end();
+
+// Whether the sources have begun to write the new archive.
+bool writing();
+
+// Remembers a temporary file, and that it has become the archive.
+void addTemporary(const wchar_t* path);
+void releaseTemporary(const wchar_t* path);
+
+}  // namespace streams
+
+namespace files {
+
+// `privileges`: read security with the backup privileges of the process, where it has them.
+void begin(bool privileges);
+
+// Closes files and scans that are still open, and gives the privileges back.
+void end();
+
+// Whether a file or folder could not be read to its end although the sources went on.
+bool incomplete();
+
+// Of the entry that is being archived: the flags of its volume (GetVolumeInformation), and its security descriptor.
+// `size`: bytes of the buffer in, of the descriptor out. Answers FALSE, with the reason in GetLastError, if it cannot be had.
+DWORD volumeFlagsOfCurrent();
+BOOL securityOfCurrent(void* buffer, DWORD* size);
+
+}  // namespace files
+
+namespace security {
+
+// Forgets the remembered descriptor.
+void begin();
+
+}  // namespace security
+
+namespace directory {
+
+void begin();
+
+}  // namespace directory
+
+namespace state {
+
+// Remembers the initial values of the sources' static data. Answers false if the image is not laid out as expected.
+bool capture();
+
+// Gives all static data of the sources their initial values.
+void restore();
+
+// Frees what capture() made.
+void release();
+
+}  // namespace state
+
+// errno for a Windows error code.
+int errnoOf(DWORD error);
+
+}  // namespace qev::engine
+
+extern "C" {
+
+// Of the sources: 0 when names are UTF-16, 1 when they are not, -1 to find out. They would find out from the attributes of
+// the current folder, and be wrong in the root of a drive.
+extern int no_win32_wide;
+
+// Runs the sources' main function and answers its code, or the code given to qevExit.
+int qevRun(int argc, char** argv);
+
+}

@@ -1,0 +1,79 @@
+// The exports that COM and regsvr32 call.
+#include <initguid.h>
+
+#include "automation/AutomationEdge.h"
+#include "automation/MCBackup.h"
+#include "automation/Registration.h"
+
+namespace qev {
+namespace {
+
+class MCBackupFactory final : public IClassFactory {
+ public:
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** object) override {
+    if (!object) return E_POINTER;
+    if (id != IID_IUnknown && id != IID_IClassFactory) {
+      *object = nullptr;
+      return E_NOINTERFACE;
+    }
+    *object = static_cast<IClassFactory*>(this);
+    AddRef();
+    return S_OK;
+  }
+
+  ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(InterlockedIncrement(&references_)); }
+
+  ULONG STDMETHODCALLTYPE Release() override {
+    const LONG left = InterlockedDecrement(&references_);
+    if (left == 0) delete this;
+    return static_cast<ULONG>(left);
+  }
+
+  HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID id, void** object) override {
+    if (!object) return E_POINTER;
+    *object = nullptr;
+    if (outer) return CLASS_E_NOAGGREGATION;
+    MCBackup* made = new (std::nothrow) MCBackup;
+    if (!made) return E_OUTOFMEMORY;
+    const HRESULT result = made->QueryInterface(id, object);
+    made->Release();
+    return result;
+  }
+
+  HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override {
+    lock ? LibraryUse::begin() : LibraryUse::end();
+    return S_OK;
+  }
+
+ private:
+  ~MCBackupFactory() = default;
+
+  LibraryUse use_;
+  LONG references_ = 1;
+};
+
+}  // namespace
+}  // namespace qev
+
+STDAPI DllGetClassObject(REFCLSID classId, REFIID id, void** object) {
+  if (!object) return E_POINTER;
+  *object = nullptr;
+  if (classId != qev::kClassId) return CLASS_E_CLASSNOTAVAILABLE;
+  auto* factory = new (std::nothrow) qev::MCBackupFactory;
+  if (!factory) return E_OUTOFMEMORY;
+  const HRESULT result = factory->QueryInterface(id, object);
+  factory->Release();
+  return result;
+}
+
+STDAPI DllCanUnloadNow() {
+  return qev::LibraryUse::any() ? S_FALSE : S_OK;
+}
+
+STDAPI DllRegisterServer() {
+  return qev::registerServer();
+}
+
+STDAPI DllUnregisterServer() {
+  return qev::unregisterServer();
+}

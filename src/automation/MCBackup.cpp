@@ -1,0 +1,184 @@
+#include "automation/MCBackup.h"
+
+#include "automation/AutomationEdge.h"
+#include "automation/TypeLibrary.h"
+#include "backup/FBackup.h"
+#include "platform/Variant.h"
+
+namespace qev {
+namespace {
+
+HRESULT getText(const std::wstring& text, BSTR* value) {
+  if (!value) return E_POINTER;
+  *value = nullptr;
+  return automationMember([&] { *value = Bstr(text).release(); });
+}
+
+HRESULT putText(BSTR value, std::wstring& text) {
+  return automationMember([&] { text = Bstr::textOf(value); });
+}
+
+std::wstring settingText(const std::wstring& name) {
+  return library().platform.locale.toText(library().settings.read(name));
+}
+
+void assignRegistro(const std::wstring& keyPath) {
+  LibraryState& state = library().state;
+  FileSystem& files = library().platform.files;
+  state.settingsKey = keyPath;
+  state.dataFolder = settingText(L"DirDatos");
+  const std::wstring programFolder = settingText(L"DirMDE");
+  const std::wstring beside = parentFolderName(state.dataFolder) + L"\\Backup";
+  if (!files.folderExists(beside)) files.createFolder(beside);
+  state.backupFolder = programFolder + L"Backup\\";
+}
+
+void makeBackup(BackupKindValue kind, const std::wstring& folder) {
+  Library& shared = library();
+  shared.state.BackupKind = kind;
+  const SetFormat sets(shared.platform, shared.state);
+  FBackup window(shared.platform, shared.state, shared.settings);
+  window.RutaDestino = folder + sets.datedFileName(shared.platform.clock.now());
+  window.showModal();
+}
+
+HRESULT notYet() {
+  return automationMember([] { throw AutomationError(kActionNotSupported); });
+}
+
+}  // namespace
+
+HRESULT MCBackup::QueryInterface(REFIID id, void** object) {
+  if (!object) return E_POINTER;
+  if (id == IID_IUnknown || id == IID_IDispatch || id == IID_IMCBackup) {
+    *object = static_cast<IMCBackup*>(this);
+  } else if (id == IID_ISupportErrorInfo) {
+    *object = static_cast<ISupportErrorInfo*>(this);
+  } else {
+    *object = nullptr;
+    return E_NOINTERFACE;
+  }
+  AddRef();
+  return S_OK;
+}
+
+ULONG MCBackup::AddRef() {
+  return static_cast<ULONG>(InterlockedIncrement(&references_));
+}
+
+ULONG MCBackup::Release() {
+  const LONG left = InterlockedDecrement(&references_);
+  if (left == 0) delete this;
+  return static_cast<ULONG>(left);
+}
+
+HRESULT MCBackup::GetTypeInfoCount(UINT* count) {
+  if (!count) return E_POINTER;
+  *count = 1;
+  return S_OK;
+}
+
+HRESULT MCBackup::GetTypeInfo(UINT index, LCID, ITypeInfo** info) {
+  if (!info) return E_POINTER;
+  *info = nullptr;
+  return index == 0 ? interfaceTypeInfo(info) : DISP_E_BADINDEX;
+}
+
+HRESULT MCBackup::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) {
+  ITypeInfo* info = nullptr;
+  HRESULT result = interfaceTypeInfo(&info);
+  if (FAILED(result)) return result;
+  result = info->GetIDsOfNames(names, count, ids);
+  info->Release();
+  return result;
+}
+
+HRESULT MCBackup::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* arguments, VARIANT* result,
+                         EXCEPINFO* exception, UINT* wrongArgument) {
+  ITypeInfo* info = nullptr;
+  HRESULT outcome = interfaceTypeInfo(&info);
+  if (FAILED(outcome)) return outcome;
+  outcome = info->Invoke(static_cast<IMCBackup*>(this), id, flags, arguments, result, exception, wrongArgument);
+  info->Release();
+  return outcome;
+}
+
+HRESULT MCBackup::InterfaceSupportsErrorInfo(REFIID id) {
+  return id == IID_IMCBackup ? S_OK : S_FALSE;
+}
+
+HRESULT MCBackup::get_Titulo(BSTR* value) {
+  return getText(library().state.title, value);
+}
+
+HRESULT MCBackup::put_Titulo(BSTR value) {
+  return putText(value, library().state.title);
+}
+
+HRESULT MCBackup::get_DirBackup(BSTR* value) {
+  return getText(library().state.backupFolder, value);
+}
+
+HRESULT MCBackup::put_DirBackup(BSTR value) {
+  return putText(value, library().state.backupFolder);
+}
+
+HRESULT MCBackup::put_DirDatos(BSTR value) {
+  return putText(value, library().state.dataFolder);
+}
+
+HRESULT MCBackup::get_Registro(BSTR* value) {
+  return getText(library().state.settingsKey, value);
+}
+
+HRESULT MCBackup::put_Registro(BSTR value) {
+  return automationMember([&] { assignRegistro(Bstr::textOf(value)); });
+}
+
+HRESULT MCBackup::FormRestaurar() {
+  return notYet();
+}
+
+HRESULT MCBackup::FormCopiar() {
+  return notYet();
+}
+
+HRESULT MCBackup::FormOpciones() {
+  return notYet();
+}
+
+HRESULT MCBackup::CopiaProg() {
+  return automationMember([] { makeBackup(kScheduled, library().state.destination); });
+}
+
+HRESULT MCBackup::Destino() {
+  return automationMember([] {
+    Library& shared = library();
+    shared.state.destination = shared.platform.locale.toText(shared.settings.readStrict(L"Destino", L"C:\\"));
+  });
+}
+
+HRESULT MCBackup::CopiaAuto() {
+  return automationMember([] { makeBackup(kAutomatic, library().state.backupFolder); });
+}
+
+HRESULT MCBackup::get_Terminado(BSTR* value) {
+  return getText(library().state.finished ? L"True" : L"False", value);
+}
+
+HRESULT MCBackup::put_Terminado(BSTR value) {
+  return automationMember(
+      [&] { library().state.finished = library().platform.locale.toBoolean(Value(Bstr::textOf(value))); });
+}
+
+HRESULT MCBackup::CCopias() {
+  return notYet();
+}
+
+HRESULT MCBackup::get_Aceptar(VARIANT_BOOL* value) {
+  if (!value) return E_POINTER;
+  *value = library().state.accepted ? VARIANT_TRUE : VARIANT_FALSE;
+  return S_OK;
+}
+
+}  // namespace qev

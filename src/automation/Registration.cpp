@@ -1,0 +1,110 @@
+#include "automation/Registration.h"
+
+#include <oleauto.h>
+
+#include <string>
+
+#include "automation/MCBackup.h"
+#include "automation/TypeLibrary.h"
+#include "platform/AutomationError.h"
+#include "platform/Handle.h"
+#include "platform/Module.h"
+
+namespace qev {
+namespace {
+
+constexpr wchar_t kDescription[] = L"Copias de seguridad QevBackup";
+constexpr wchar_t kVersion[] = L"1.0";
+
+#ifdef _WIN64
+constexpr SYSKIND kSystem = SYS_WIN64;
+#else
+constexpr SYSKIND kSystem = SYS_WIN32;
+#endif
+
+std::wstring textOf(const GUID& id) {
+  wchar_t text[40];
+  StringFromGUID2(id, text, 40);
+  return text;
+}
+
+std::wstring classKey() {
+  return L"CLSID\\" + textOf(kClassId);
+}
+
+LSTATUS openClasses(REGSAM access, UniqueKey& classes) {
+  HKEY key = nullptr;
+  const LSTATUS status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Classes", 0, access, &key);
+  classes.reset(key);
+  return status;
+}
+
+// Sets the value `name` (null: the default value) of a key below Software\Classes, creating the key.
+LSTATUS setText(const UniqueKey& classes, const std::wstring& path, const wchar_t* name, const std::wstring& text) {
+  HKEY opened = nullptr;
+  const LSTATUS status =
+      RegCreateKeyExW(classes.get(), path.c_str(), 0, nullptr, 0, KEY_SET_VALUE, nullptr, &opened, nullptr);
+  const UniqueKey key(opened);
+  if (status != ERROR_SUCCESS) return status;
+  const auto size = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
+  return RegSetValueExW(key.get(), name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()), size);
+}
+
+LSTATUS writeClass() {
+  UniqueKey classes;
+  LSTATUS status = openClasses(KEY_CREATE_SUB_KEY, classes);
+  const auto set = [&](const std::wstring& path, const wchar_t* name, const std::wstring& text) {
+    if (status == ERROR_SUCCESS) status = setText(classes, path, name, text);
+  };
+  set(classKey(), nullptr, kDescription);
+  set(classKey() + L"\\InprocServer32", nullptr, modulePath());
+  set(classKey() + L"\\InprocServer32", L"ThreadingModel", L"Apartment");
+  set(classKey() + L"\\ProgID", nullptr, kProgId);
+  set(classKey() + L"\\TypeLib", nullptr, textOf(kLibraryId));
+  set(classKey() + L"\\Version", nullptr, kVersion);
+  set(kProgId, nullptr, kDescription);
+  set(std::wstring(kProgId) + L"\\CLSID", nullptr, textOf(kClassId));
+  return status;
+}
+
+HRESULT writeTypeLibrary() {
+  ITypeLib* typeLibrary = nullptr;
+  HRESULT result = loadOwnTypeLibrary(&typeLibrary);
+  if (FAILED(result)) return result;
+  std::wstring path = modulePath();
+  result = RegisterTypeLib(typeLibrary, path.data(), nullptr);
+  typeLibrary->Release();
+  return result;
+}
+
+LSTATUS removeTree(const UniqueKey& classes, const std::wstring& path) {
+  const LSTATUS status = RegDeleteTreeW(classes.get(), path.c_str());
+  return status == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : status;
+}
+
+LSTATUS removeClass() {
+  UniqueKey classes;
+  LSTATUS status = openClasses(DELETE | KEY_ENUMERATE_SUB_KEYS | KEY_QUERY_VALUE | KEY_SET_VALUE, classes);
+  if (status == ERROR_SUCCESS) status = removeTree(classes, kProgId);
+  if (status == ERROR_SUCCESS) status = removeTree(classes, classKey());
+  return status;
+}
+
+}  // namespace
+
+HRESULT registerServer() {
+  const LSTATUS status = writeClass();
+  const HRESULT result = status == ERROR_SUCCESS ? writeTypeLibrary() : HRESULT_FROM_WIN32(status);
+  if (FAILED(result)) unregisterServer();
+  return result;
+}
+
+HRESULT unregisterServer() {
+  const LSTATUS status = removeClass();
+  const HRESULT result = UnRegisterTypeLib(kLibraryId, 1, 0, LOCALE_NEUTRAL, kSystem);
+  if (status != ERROR_SUCCESS) return HRESULT_FROM_WIN32(status);
+  const bool gone = result == TYPE_E_REGISTRYACCESS || result == TYPE_E_LIBNOTREGISTERED;
+  return gone ? S_OK : result;
+}
+
+}  // namespace qev

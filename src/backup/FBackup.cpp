@@ -1,0 +1,165 @@
+#include "backup/FBackup.h"
+
+#include <commctrl.h>
+
+#include "resources/resource.h"
+
+namespace qev {
+namespace {
+
+constexpr UINT kTickMilliseconds = 100;
+constexpr int kProgressSteps = 1000;
+
+const wchar_t* methodText(std::uint8_t kind) {
+  switch (kind) {
+    case kManual: return L" Copia de Seguridad Manual";
+    case kAutomatic: return L" Copia de Seguridad Automática";
+    case kScheduled: return L" Copia de Seguridad Programada";
+    default: return L"";
+  }
+}
+
+}  // namespace
+
+FBackup::FBackup(Platform& platform, LibraryState& state, SettingsStore& settings, CZipFiles::EngineLoader loadEngine)
+    : ModalForm(L"FBACKUP", platform, state),
+      state_(state),
+      settings_(settings),
+      loadEngine_(std::move(loadEngine)) {}
+
+void FBackup::load() {
+  Metodo_ = UTextBox::from(control(FBackup_Metodo));
+  TOrigen_ = UTextBox::from(control(FBackup_TOrigen));
+  TDestino_ = UTextBox::from(control(FBackup_TDestino));
+  TResultado_ = control(FBackup_TResultado);
+  ESalida_ = control(FBackup_ESalida);
+  BAceptar_ = control(FBackup_BAceptar);
+  Progreso_ = control(FBackup_Progreso);
+
+  if (!state_.title.empty()) SetWindowTextW(window(), state_.title.c_str());
+  windowPicture_ = Picture(L"IMAGEN");
+  ImgResultado_ = Picture(L"REALIZANDO");
+  headingFont_ = derivedFont(150, true);
+  outcomeFont_ = derivedFont(100, true);
+  SendMessageW(control(FBackup_Label1), WM_SETFONT, reinterpret_cast<WPARAM>(headingFont_.get()), FALSE);
+  SendMessageW(ESalida_, WM_SETFONT, reinterpret_cast<WPARAM>(outcomeFont_.get()), FALSE);
+  SendMessageW(Progreso_, PBM_SETRANGE32, 0, kProgressSteps);
+
+  showBusy(true);
+  Metodo_->setText(methodText(state_.BackupKind));
+  SetTimer(window(), FBackup_Tiempo, kTickMilliseconds, nullptr);
+}
+
+void FBackup::timer(UINT_PTR id) {
+  if (id == FBackup_Tiempo) Tiempo_Timer();
+}
+
+void FBackup::Tiempo_Timer() {
+  if (running_) return;
+  running_ = true;
+  BackupRun(platform(), state_, settings_, *this, loadEngine_).HacerCopia(RutaDestino);
+  running_ = false;
+  if (closeAsked_) closeForm();
+}
+
+void FBackup::command(int id) {
+  if (id == FBackup_BAceptar) BAceptar_Click();
+}
+
+void FBackup::BAceptar_Click() {
+  if (mayClose()) closeForm();
+}
+
+// The engine works on this thread: the window must not go while it does.
+bool FBackup::mayClose() {
+  closeAsked_ = true;
+  return !running_;
+}
+
+void FBackup::unload() {
+  state_.finished = true;
+}
+
+void FBackup::showBusy(bool busy) {
+  busy_ = busy;
+  SetCursor(LoadCursorW(nullptr, busy ? IDC_WAIT : IDC_ARROW));
+}
+
+void FBackup::showOrigin(const std::wstring& text) {
+  TOrigen_->setText(text);
+}
+
+void FBackup::showDestination(const std::wstring& text) {
+  TDestino_->setText(text);
+}
+
+void FBackup::showResult(const std::wstring& text) {
+  setText(FBackup_TResultado, text);
+  UpdateWindow(window());
+}
+
+void FBackup::showProgress(int permille) {
+  SendMessageW(Progreso_, PBM_SETPOS, static_cast<WPARAM>(permille), 0);
+}
+
+void FBackup::showSuccess(const std::wstring& text) {
+  showProgress(kProgressSteps);
+  showOutcome(L"BACKUPOK", L"  Copia de Seguridad realizada con éxito", text);
+}
+
+void FBackup::showFailure(const std::wstring& text) {
+  showOutcome(L"BACKUPERROR", L"  Se han producido errores", text);
+}
+
+void FBackup::showOutcome(const wchar_t* picture, const wchar_t* line, const std::wstring& text) {
+  try {
+    ImgResultado_ = Picture(picture);
+  } catch (const AutomationError&) {  // the texts tell the outcome without it
+  }
+  InvalidateRect(control(FBackup_ImgResultado), nullptr, TRUE);
+  setText(FBackup_ESalida, line);
+  setText(FBackup_TResultado, text);
+  EnableWindow(BAceptar_, TRUE);
+  SendMessageW(window(), WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(BAceptar_), TRUE);
+  showBusy(false);
+}
+
+void FBackup::stopTimer() {
+  KillTimer(window(), FBackup_Tiempo);
+}
+
+void FBackup::close() {
+  closeAsked_ = true;  // the run that asks for it is about to end
+}
+
+RECT FBackup::headingBand() const {
+  RECT band{0, 0, 0, 34};
+  MapDialogRect(window(), &band);
+  RECT client{};
+  GetClientRect(window(), &client);
+  band.right = client.right;
+  return band;
+}
+
+void FBackup::paint(HDC dc) {
+  RECT band = headingBand();
+  FillRect(dc, &band, GetSysColorBrush(COLOR_WINDOW));
+  band.top = band.bottom;
+  band.bottom = band.top + 2;
+  DrawEdge(dc, &band, EDGE_ETCHED, BF_TOP);
+}
+
+HBRUSH FBackup::colours(int id, HDC dc) {
+  if (id != FBackup_Label1) return nullptr;
+  SetTextColor(dc, GetSysColor(COLOR_WINDOWTEXT));
+  SetBkColor(dc, GetSysColor(COLOR_WINDOW));
+  return GetSysColorBrush(COLOR_WINDOW);
+}
+
+void FBackup::drawItem(int id, HDC dc, const RECT& area) {
+  const bool heading = id == FBackup_Image2;
+  FillRect(dc, &area, GetSysColorBrush(heading ? COLOR_WINDOW : COLOR_BTNFACE));
+  (heading ? windowPicture_ : ImgResultado_).draw(dc, area);
+}
+
+}  // namespace qev

@@ -1,0 +1,142 @@
+#include "controls/ModalForm.h"
+
+#include <algorithm>
+
+#include "controls/UTextBox.h"
+#include "controls/VisualStyles.h"
+#include "platform/AutomationError.h"
+#include "platform/Module.h"
+#include "resources/Picture.h"
+
+namespace qev {
+namespace {
+
+// The window classes of the entry controls, for as long as a form is shown: nothing of them stays when the library is unloaded.
+class EntryControlClasses {
+ public:
+  EntryControlClasses() { UTextBox::registerClass(moduleInstance()); }
+  EntryControlClasses(const EntryControlClasses&) = delete;
+  EntryControlClasses& operator=(const EntryControlClasses&) = delete;
+  ~EntryControlClasses() { UTextBox::unregisterClass(moduleInstance()); }
+};
+
+bool isButtonPress(WPARAM wParam) {
+  return HIWORD(wParam) == BN_CLICKED;
+}
+
+}  // namespace
+
+ModalForm::ModalForm(const wchar_t* name, Platform& platform, LibraryState& state)
+    : name_(name), platform_(platform), state_(state) {}
+
+void ModalForm::showModal() {
+  if (!state_.formsShown.insert(name_).second) throw AutomationError(kFormAlreadyShown);
+  const VisualStyles styles;
+  const EntryControlClasses classes;
+  const INT_PTR result =
+      DialogBoxParamW(moduleInstance(), name_, GetActiveWindow(), &dialogProcedure, reinterpret_cast<LPARAM>(this));
+  state_.formsShown.erase(name_);
+  window_ = nullptr;
+  if (loadError_) std::rethrow_exception(std::exchange(loadError_, nullptr));
+  if (result == -1) throw AutomationError(kOutOfMemory);
+}
+
+void ModalForm::setText(int id, const std::wstring& text) const {
+  SetDlgItemTextW(window_, id, text.c_str());
+}
+
+void ModalForm::closeForm() {
+  if (window_) EndDialog(window_, 0);
+}
+
+UniqueFont ModalForm::derivedFont(int percent, bool bold) const {
+  LOGFONTW font{};
+  GetObjectW(reinterpret_cast<HFONT>(SendMessageW(window_, WM_GETFONT, 0, 0)), sizeof font, &font);
+  font.lfHeight = MulDiv(font.lfHeight, percent, 100);
+  if (bold) font.lfWeight = FW_BOLD;
+  return UniqueFont(CreateFontIndirectW(&font));
+}
+
+INT_PTR CALLBACK ModalForm::dialogProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message == WM_INITDIALOG) {
+    auto* form = reinterpret_cast<ModalForm*>(lParam);
+    form->window_ = window;
+    SetWindowLongPtrW(window, DWLP_USER, lParam);
+  }
+  auto* form = reinterpret_cast<ModalForm*>(GetWindowLongPtrW(window, DWLP_USER));
+  return form ? form->handle(message, wParam, lParam) : FALSE;
+}
+
+// The edge of every user operation: no exception may reach the system's frames.
+INT_PTR ModalForm::handle(UINT message, WPARAM wParam, LPARAM lParam) {
+  try {
+    return dispatch(message, wParam, lParam);
+  } catch (const AutomationError& error) {
+    if (message == WM_INITDIALOG) {
+      loadError_ = std::current_exception();
+      closeForm();
+    } else {
+      showError(error.description());
+    }
+  } catch (const std::exception&) {
+    showError(describeError(kOutOfMemory));
+  }
+  return TRUE;
+}
+
+void ModalForm::showError(const std::wstring& description) {
+  try {
+    platform_.messages.show(description, state_.title, message::kOk | message::kExclamation);
+  } catch (const std::exception&) {  // not even a message box can be shown
+  }
+}
+
+void ModalForm::start() {
+  const Picture mark(L"IMAGEN");
+  smallIcon_ = mark.icon(GetSystemMetrics(SM_CXSMICON));
+  bigIcon_ = mark.icon(GetSystemMetrics(SM_CXICON));
+  SendMessageW(window_, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(smallIcon_.get()));
+  SendMessageW(window_, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(bigIcon_.get()));
+  load();
+  SetForegroundWindow(window_);
+}
+
+INT_PTR ModalForm::dispatch(UINT message, WPARAM wParam, LPARAM lParam) {
+  switch (message) {
+    case WM_INITDIALOG: start(); return TRUE;
+    case WM_TIMER: timer(wParam); return TRUE;
+    case WM_COMMAND:
+      if (!isButtonPress(wParam)) return FALSE;
+      if (LOWORD(wParam) != IDCANCEL) {
+        command(LOWORD(wParam));
+      } else if (mayClose()) {
+        closeForm();
+      }
+      return TRUE;
+    case WM_DESTROY: unload(); return TRUE;
+    case WM_DRAWITEM: {
+      const auto& item = *reinterpret_cast<const DRAWITEMSTRUCT*>(lParam);
+      drawItem(static_cast<int>(item.CtlID), item.hDC, item.rcItem);
+      return TRUE;
+    }
+    case WM_CTLCOLORSTATIC:
+      return reinterpret_cast<INT_PTR>(
+          colours(GetDlgCtrlID(reinterpret_cast<HWND>(lParam)), reinterpret_cast<HDC>(wParam)));
+    case WM_ERASEBKGND: {
+      RECT area{};
+      GetClientRect(window_, &area);
+      FillRect(reinterpret_cast<HDC>(wParam), &area, GetSysColorBrush(COLOR_BTNFACE));
+      paint(reinterpret_cast<HDC>(wParam));
+      SetWindowLongPtrW(window_, DWLP_MSGRESULT, TRUE);
+      return TRUE;
+    }
+    case WM_SETCURSOR:
+      if (!busy()) return FALSE;
+      SetCursor(LoadCursorW(nullptr, IDC_WAIT));
+      SetWindowLongPtrW(window_, DWLP_MSGRESULT, TRUE);
+      return TRUE;
+    default: return FALSE;
+  }
+}
+
+}  // namespace qev

@@ -1,0 +1,25 @@
+#include "controls/VisualStyles.h"
+
+#include <commctrl.h>
+
+#include "platform/Module.h"
+
+namespace qev {
+
+VisualStyles::VisualStyles() {
+  ACTCTXW request{};
+  request.cbSize = sizeof request;
+  request.dwFlags = ACTCTX_FLAG_HMODULE_VALID | ACTCTX_FLAG_RESOURCE_NAME_VALID;
+  request.hModule = moduleInstance();
+  request.lpResourceName = MAKEINTRESOURCEW(2);  // ISOLATIONAWARE_MANIFEST_RESOURCE_ID
+  context_ = validHandle<UniqueActivationContext>(CreateActCtxW(&request));
+  if (context_ && !ActivateActCtx(context_.get(), &cookie_)) context_.reset();
+  INITCOMMONCONTROLSEX classes{sizeof classes, ICC_STANDARD_CLASSES | ICC_PROGRESS_CLASS};
+  InitCommonControlsEx(&classes);
+}
+
+VisualStyles::~VisualStyles() {
+  if (context_) DeactivateActCtx(0, cookie_);
+}
+
+}  // namespace qev

@@ -1,0 +1,87 @@
+// Files and folders. Paths are texts as the host writes them; relative ones count from the process's current folder.
+// Every function that can fail throws AutomationError with the number that the Win32 code maps to: 53 file not found,
+// 58 exists, 61 disk full, 70 permission denied or in use, 71 disk not ready, 75 path/file access, 76 path not found,
+// 57 any other device error.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace qev {
+
+class FileReader {
+ public:
+  virtual ~FileReader() = default;
+
+  // Reads up to buffer.size() bytes from the present position; returns how many, 0 only at the end of the file. ReadFile.
+  virtual std::size_t read(std::span<std::byte> buffer) = 0;
+
+  // Length of the file in bytes. GetFileSizeEx.
+  virtual std::uint64_t size() const = 0;
+
+  // Sets the position, in bytes from the beginning. SetFilePointerEx.
+  virtual void seek(std::uint64_t position) = 0;
+};
+
+// A file being written beside the one it will replace. Until commit() the old file stands untouched under its name; the
+// destructor of an uncommitted replacement removes what was written.
+class FileReplacement {
+ public:
+  virtual ~FileReplacement() = default;
+
+  virtual void write(std::span<const std::byte> bytes) = 0;
+
+  // Flushes what was written to the disk and puts it under the name in one step, read-only old files too. Readers of the
+  // old file must be closed. FlushFileBuffers; MoveFileExW with MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH.
+  virtual void commit() = 0;
+};
+
+class FileSystem {
+ public:
+  virtual ~FileSystem() = default;
+
+  virtual bool fileExists(const std::wstring& path) const = 0;
+  virtual bool folderExists(const std::wstring& path) const = 0;
+
+  // Creates one folder; its parent must exist. Throws 58 when something of that name exists. CreateDirectoryW.
+  virtual void createFolder(const std::wstring& path) = 0;
+
+  // Deletes a file; with `force` read-only ones too (else they are refused with 70). DeleteFileW.
+  virtual void deleteFile(const std::wstring& path, bool force) = 0;
+
+  // Copies a file over an existing one. A half-written copy is removed when the copy fails. CopyFileW.
+  virtual void copyFile(const std::wstring& from, const std::wstring& to) = 0;
+
+  // Opens for reading, shared with readers; throws 53 or 76 when there is none. CreateFileW.
+  virtual std::unique_ptr<FileReader> openForReading(const std::wstring& path) = 0;
+
+  // Begins a new file that takes the place of `path` at commit(). The new file stands in the same folder meanwhile.
+  virtual std::unique_ptr<FileReplacement> replaceFile(const std::wstring& path) = 0;
+
+  // Calls `visit` with the full path and the length in bytes of every file below `folder` (with its last backslash), subfolders
+  // included; hidden and system files and folders that cannot be read are passed over. FindFirstFileExW.
+  virtual void walkFiles(const std::wstring& folder,
+                         const std::function<void(const std::wstring& path, std::uint64_t size)>& visit) const = 0;
+
+  // Length of a file in bytes, 0 when there is none. GetFileAttributesExW.
+  virtual std::uint64_t fileSize(const std::wstring& path) const = 0;
+};
+
+// What the scripting file-system object answers, from the text alone.
+
+// The folder that holds `path`: "C:\Prog" for "C:\Prog\Datos" and for "C:\Prog\Datos\", "C:\" for "C:\Prog", "" for a
+// drive, a drive's root or a bare name. UNC: the share "\\server\share" has no parent.
+std::wstring parentFolderName(const std::wstring& path);
+
+// "C:" for "C:\Prog" (letter case as written), "\\server\share" for a UNC path, "" for a path without a drive.
+std::wstring driveName(const std::wstring& path);
+
+// The last part of `path`, a trailing backslash ignored: "Backup16-11-26.qev".
+std::wstring fileNamePart(const std::wstring& path);
+
+}  // namespace qev

@@ -1,0 +1,102 @@
+#include "platform/LocaleWindows.h"
+
+#include "platform/Variant.h"
+#include "platform/Win32Error.h"
+
+namespace qev {
+namespace {
+
+void check(HRESULT result) {
+  if (FAILED(result)) throwHresult(result);
+}
+
+}  // namespace
+
+Date LocaleWindows::dateFromText(const std::wstring& text) const {
+  DATE date = 0;
+  std::wstring writable = text;  // the SDK declares the text as one that could be written to
+  check(VarDateFromStr(writable.data(), LOCALE_USER_DEFAULT, 0, &date));
+  return Date{date};
+}
+
+std::wstring LocaleWindows::shortDateText(Date date) const {
+  Bstr text;
+  check(VarBstrFromDate(date.days, LOCALE_USER_DEFAULT, VAR_DATEVALUEONLY, text.put()));
+  return text.text();
+}
+
+std::wstring LocaleWindows::format(const Value& value, const std::wstring& pattern) const {
+  Variant variant(value);
+  std::wstring writable = pattern;
+  Bstr text;
+  check(VarFormat(variant.get(), writable.data(), 0, 0, 0, text.put()));
+  return text.text();
+}
+
+std::int16_t LocaleWindows::toInt16(const Value& value) const {
+  Variant variant(value);
+  variant.convertTo(VT_I2);
+  return variant.get()->iVal;
+}
+
+double LocaleWindows::toDouble(const Value& value) const {
+  Variant variant(value);
+  variant.convertTo(VT_R8);
+  return variant.get()->dblVal;
+}
+
+Currency LocaleWindows::toCurrency(const Value& value) const {
+  Variant variant(value);
+  variant.convertTo(VT_CY);
+  return Currency{variant.get()->cyVal.int64};
+}
+
+bool LocaleWindows::toBoolean(const Value& value) const {
+  Variant variant(value);
+  variant.convertTo(VT_BOOL);
+  return variant.get()->boolVal != VARIANT_FALSE;
+}
+
+Date LocaleWindows::toDate(const Value& value) const {
+  Variant variant(value);
+  variant.convertTo(VT_DATE);
+  return Date{variant.get()->date};
+}
+
+std::wstring LocaleWindows::toText(const Value& value) const {
+  Variant variant(value);
+  variant.convertTo(VT_BSTR);
+  return Bstr::textOf(variant.get()->bstrVal);
+}
+
+std::wstring LocaleWindows::upper(const std::wstring& text) const {
+  if (text.empty()) return text;
+  std::wstring upper(text.size(), L'\0');  // mapping letter case keeps the number of UTF-16 units
+  const int length = static_cast<int>(text.size());
+  const int mapped = LCMapStringEx(LOCALE_NAME_USER_DEFAULT, LCMAP_UPPERCASE | LCMAP_LINGUISTIC_CASING, text.data(),
+                                   length, upper.data(), length, nullptr, nullptr, 0);
+  return mapped == length ? upper : text;
+}
+
+bool LocaleWindows::equalIgnoringCase(const std::wstring& a, const std::wstring& b) const {
+  return CompareStringEx(LOCALE_NAME_USER_DEFAULT, NORM_IGNORECASE, a.data(), static_cast<int>(a.size()), b.data(),
+                         static_cast<int>(b.size()), nullptr, nullptr, 0) == CSTR_EQUAL;
+}
+
+std::string LocaleWindows::ansiFromText(std::wstring_view text) const {
+  const int length = static_cast<int>(text.size());
+  const int needed = WideCharToMultiByte(CP_ACP, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
+  std::string bytes(static_cast<std::size_t>(needed), '\0');
+  WideCharToMultiByte(CP_ACP, 0, text.data(), length, bytes.data(), needed, nullptr, nullptr);
+  return bytes;
+}
+
+std::wstring LocaleWindows::textFromAnsi(std::string_view bytes) const {
+  const int length = static_cast<int>(bytes.size());
+  const int needed = MultiByteToWideChar(CP_ACP, 0, bytes.data(), length, nullptr, 0);
+  std::wstring text(static_cast<std::size_t>(needed), L'\0');
+  MultiByteToWideChar(CP_ACP, 0, bytes.data(), length, text.data(), needed);
+  return text;
+}
+
+}  // namespace qev

@@ -1,0 +1,111 @@
+#include "support/FakePlatform.h"
+
+#include <gtest/gtest.h>
+
+#include <type_traits>
+
+namespace qev::test {
+namespace {
+
+std::wstring lowered(std::wstring text) {
+  for (wchar_t& c : text) {
+    const bool letter = (c >= L'A' && c <= L'Z') || (c >= 0xC0 && c <= 0xDE && c != 0xD7);
+    if (letter) c = static_cast<wchar_t>(c + 32);
+  }
+  return text;
+}
+
+std::string ascii(const std::wstring& text) {
+  std::string out;
+  for (const wchar_t c : text) out += c >= 32 && c < 127 ? static_cast<char>(c) : '?';
+  return out;
+}
+
+}  // namespace
+
+Date moment(int year, unsigned month, unsigned day, int hour, int minute, int second) {
+  const double midnight = dateOf(std::chrono::year{year} / static_cast<int>(month) / static_cast<int>(day)).days;
+  const double timeOfDay = (hour * 3600 + minute * 60 + second) / 86400.0;
+  return Date{midnight < 0 ? midnight - timeOfDay : midnight + timeOfDay};
+}
+
+// --- FakeRegistry ---
+
+Value FakeRegistry::read(const std::wstring& keyPath, const std::wstring& name, std::uint32_t root) const {
+  if (readError) throw AutomationError(*readError);
+  const auto found = values_.find(addressOf(root, keyPath, name));
+  return found == values_.end() ? Value{} : found->second;
+}
+
+void FakeRegistry::write(const std::wstring& keyPath, const std::wstring& name, std::uint32_t root,
+                         const Value& value) {
+  if (writeError) throw AutomationError(*writeError);
+  const Value kept = std::visit(
+      [&](const auto& held) -> Value {
+        using T = std::decay_t<decltype(held)>;
+        if constexpr (std::is_same_v<T, bool>)
+          return std::int32_t{held ? -1 : 0};
+        else if constexpr (std::is_integral_v<T>)
+          return static_cast<std::int32_t>(held);
+        else
+          return locale_.toText(value);
+      },
+      value);
+  values_[addressOf(root, keyPath, name)] = kept;
+  writes.emplace_back(name, value);
+}
+
+void FakeRegistry::put(const std::wstring& keyPath, const std::wstring& name, const Value& value) {
+  values_[addressOf(kLocalMachine, keyPath, name)] = value;
+}
+
+FakeRegistry::Address FakeRegistry::addressOf(std::uint32_t root, const std::wstring& keyPath,
+                                              const std::wstring& name) {
+  return {root, lowered(keyPath), lowered(name)};
+}
+
+// --- FakeMessages ---
+
+FakeMessages::~FakeMessages() {
+  EXPECT_EQ(next_, answers_.size()) << "answers were prepared that no message box asked for";
+}
+
+void FakeMessages::willAnswer(std::vector<Answer> answers) {
+  answers_.insert(answers_.end(), answers.begin(), answers.end());
+}
+
+Answer FakeMessages::show(const std::wstring& text, const std::wstring& title, std::uint32_t style) {
+  shown.push_back({text, title, style});
+  if (onShow) onShow(Shown{shown.back()});
+  if (next_ < answers_.size()) return answers_[next_++];
+  ADD_FAILURE() << "a message box that the test does not expect: " << ascii(text);
+  const std::uint32_t buttons = style & 15;
+  if (buttons == message::kYesNo) return Answer::No;
+  return buttons == message::kOkCancel ? Answer::Cancel : Answer::Ok;
+}
+
+// --- FakeDrives ---
+
+void FakeDrives::willReport(std::vector<std::optional<DiskFreeSpace>> answers) {
+  answers_ = std::move(answers);
+  next_ = 0;
+}
+
+std::optional<DiskFreeSpace> FakeDrives::freeSpace(const std::wstring& driveName) const {
+  queried.push_back(driveName);
+  if (answers_.empty()) {
+    ADD_FAILURE() << "a query of free space that the test does not expect: " << ascii(driveName);
+    return std::nullopt;
+  }
+  const auto answer = answers_[next_];
+  if (next_ + 1 < answers_.size()) ++next_;
+  return answer;
+}
+
+// --- FakePlatform ---
+
+Platform FakePlatform::platformWith(Locale& otherLocale) {
+  return {registry, files, clock, drives, messages, otherLocale, workFolder, sound, keyboard, eventLoop};
+}
+
+}  // namespace qev::test

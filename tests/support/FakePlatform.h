@@ -1,0 +1,161 @@
+// A platform of a test's own: a clock that stands still, a registry, files and drives in memory, message boxes that
+// answer what the test says, and a record of what was shown, typed and sounded. With no system behind it, it works
+// everywhere.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "platform/AutomationError.h"
+#include "platform/Platform.h"
+#include "support/FakeFiles.h"
+#include "support/SpanishLocale.h"
+
+namespace qev::test {
+
+// A moment of the calendar as an automation date.
+Date moment(int year, unsigned month, unsigned day, int hour = 0, int minute = 0, int second = 0);
+
+class FakeClock : public Clock {
+ public:
+  // 16 November 2026, a Monday, 10:30, until told otherwise.
+  Date time = moment(2026, 11, 16, 10, 30);
+
+  void set(int year, unsigned month, unsigned day, int hour = 0, int minute = 0, int second = 0) {
+    time = moment(year, month, day, hour, minute, second);
+  }
+
+  Date now() const override { return time; }
+};
+
+// Names of keys and values are the same in any letter case. Like the real one it keeps integers and Booleans as 32-bit
+// integers and everything else as text.
+class FakeRegistry : public Registry {
+ public:
+  Value read(const std::wstring& keyPath, const std::wstring& name, std::uint32_t root) const override;
+  void write(const std::wstring& keyPath, const std::wstring& name, std::uint32_t root, const Value& value) override;
+
+  // Puts a value there as it is, whatever its type, uncounted and never denied.
+  void put(const std::wstring& keyPath, const std::wstring& name, const Value& value);
+
+  // Every read, every write throws these from now on, while set.
+  std::optional<ErrorNumber> readError;
+  std::optional<ErrorNumber> writeError;
+
+  // Every write in its order: value name as given, value as given.
+  std::vector<std::pair<std::wstring, Value>> writes;
+
+ private:
+  using Address = std::tuple<std::uint32_t, std::wstring, std::wstring>;
+  static Address addressOf(std::uint32_t root, const std::wstring& keyPath, const std::wstring& name);
+
+  std::map<Address, Value> values_;
+  SpanishLocale locale_;
+};
+
+// Answers boxes with the answers that were queued. A box without an answer, and an answer that no box asked for, are
+// failures of the test.
+class FakeMessages : public Messages {
+ public:
+  struct Shown {
+    std::wstring text;
+    std::wstring title;
+    std::uint32_t style = 0;
+    bool operator==(const Shown&) const = default;
+  };
+
+  FakeMessages() = default;
+  ~FakeMessages() override;
+
+  void willAnswer(std::vector<Answer> answers);
+
+  // Called while a box is shown, before it is answered.
+  std::function<void(const Shown&)> onShow;
+
+  std::vector<Shown> shown;
+
+  Answer show(const std::wstring& text, const std::wstring& title, std::uint32_t style) override;
+
+ private:
+  std::vector<Answer> answers_;
+  std::size_t next_ = 0;
+};
+
+// Answers queries with the answers that were queued, the last of them over and over. A query without any is a failure
+// of the test.
+class FakeDrives : public Drives {
+ public:
+  void willReport(std::vector<std::optional<DiskFreeSpace>> answers);
+
+  // A drive of one-byte sectors and clusters with so much room.
+  static DiskFreeSpace bytesFree(std::uint32_t bytes) { return {1, 1, bytes}; }
+
+  mutable std::vector<std::wstring> queried;
+
+  std::optional<DiskFreeSpace> freeSpace(const std::wstring& driveName) const override;
+
+ private:
+  std::vector<std::optional<DiskFreeSpace>> answers_;
+  mutable std::size_t next_ = 0;
+};
+
+// C:\Trabajo, with its "temp".
+class FakeWorkFolder : public WorkFolder {
+ public:
+  explicit FakeWorkFolder(FakeFiles& files) { files.putFolder(folder + L"\\temp"); }
+  std::wstring folder = L"C:\\Trabajo";
+  std::wstring path() override { return folder; }
+};
+
+class FakeSound : public Sound {
+ public:
+  int beeps = 0;
+  void beep() override { ++beeps; }
+};
+
+class FakeKeyboard : public Keyboard {
+ public:
+  std::vector<std::pair<std::uint8_t, bool>> sent;  // virtual key, with Shift
+  void sendKey(std::uint8_t virtualKey, bool withShift) override { sent.emplace_back(virtualKey, withShift); }
+};
+
+class FakeEventLoop : public EventLoop {
+ public:
+  int yields = 0;
+  std::function<void()> onYield;
+  void yield() override {
+    ++yields;
+    if (onYield) onYield();
+  }
+};
+
+// All of them together; the services are there for the test to set up and to look at.
+class FakePlatform {
+ public:
+  FakeRegistry registry;
+  FakeFiles files;
+  FakeClock clock;
+  FakeDrives drives;
+  FakeMessages messages;
+  SpanishLocale locale;
+  FakeWorkFolder workFolder{files};
+  FakeSound sound;
+  FakeKeyboard keyboard;
+  FakeEventLoop eventLoop;
+
+  // The seam that the code under test takes.
+  Platform& platform() { return platform_; }
+
+  // The seam with some other service in place of one of these, for instance the system's locale.
+  Platform platformWith(Locale& otherLocale);
+
+ private:
+  Platform platform_{registry, files, clock, drives, messages, locale, workFolder, sound, keyboard, eventLoop};
+};
+
+}  // namespace qev::test

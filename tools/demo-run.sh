@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# The part of the demonstration that needs a display: runs the host script and watches its window.
+#
+#   demo-run.sh virtual     takes pictures of the running and the finished window, then presses Aceptar
+#   demo-run.sh show        leaves the window to the user
+set -euo pipefail
+cd "$(dirname "$0")/.."
+. tools/env.sh
+
+win cscript //nologo hosts/gestion.vbs auto >"$BUILD/demo-host.txt" 2>&1 &
+host=$!
+trap 'kill $host 2>/dev/null || true' EXIT
+
+if [ "$1" = virtual ]; then
+  rm -f "$SCREENSHOTS"/demo-*.png
+  window=$(timeout 60 xdotool search --sync --onlyvisible --name '^Gestion$' | head -1)
+  sleep 1
+  import -window root "$SCREENSHOTS/demo-1-running.png"
+  for _ in $(seq 240); do
+    win reg query 'HKLM\Software\Gestion' /v Estado >/dev/null 2>&1 && break
+    sleep 0.5
+  done
+  sleep 1
+  import -window root "$SCREENSHOTS/demo-2-finished.png"
+  xdotool windowfocus "$window" key Return
+fi
+wait $host || { cat "$BUILD/demo-host.txt" >&2; exit 1; }
+trap - EXIT

@@ -1,0 +1,35 @@
+# Sourced by the scripts: where things are, and how programs for Windows are run. Defines
+#   ROOT BUILD SCREENSHOTS   folders
+#   win PROGRAM ARGS…        runs a program for Windows in the project's own prefix, on the display in DISPLAY
+#   on_display COMMAND…      runs a command on a virtual display of its own
+#   unix_path, host_path     Windows path to path and back, for drive C:
+ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+BUILD=$ROOT/build
+SCREENSHOTS=$BUILD/screenshots
+PREFIX=$BUILD/prefix
+DRIVE_C=$PREFIX/drive_c
+mkdir -p "$BUILD" "$SCREENSHOTS"
+
+# A Spanish locale of the project's own: Wine takes the user's regional settings and the code page of file names from it.
+make_locale() {
+  [ -e "$BUILD/locale/es_ES.UTF-8/LC_CTYPE" ] && return
+  mkdir -p "$BUILD/locale"
+  localedef -i es_ES -f UTF-8 --no-archive "$BUILD/locale/es_ES.UTF-8" 2>/dev/null || [ -e "$BUILD/locale/es_ES.UTF-8/LC_CTYPE" ]
+}
+
+wine_env=(LOCPATH="$BUILD/locale" LC_ALL=es_ES.UTF-8 WINEPREFIX="$PREFIX" WINEDEBUG=-all WINEARCH=win64
+  WINEDLLOVERRIDES="mscoree,mshtml,winemenubuilder.exe=" QEV_SCREENSHOTS="Z:${SCREENSHOTS//\//\\}")
+
+win() { env "${wine_env[@]}" wine "$@" 2> >(grep -v 'wine32 is missing\|multiarch needs\|dpkg --add-architecture\|apt-get install wine32' >&2); }
+
+on_display() { xvfb-run -a -s "-screen 0 1280x960x24 -nolisten tcp" "$@"; }
+
+make_prefix() {
+  make_locale
+  [ -e "$PREFIX/system.reg" ] && return
+  echo "making the Wine prefix"
+  env "${wine_env[@]}" wineboot -i >/dev/null 2>&1
+  env "${wine_env[@]}" wineserver -w
+}
+
+host_path() { echo "C:${1#"$DRIVE_C"}" | tr / '\\'; }

@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# Installs every Debian package that building, running and testing need. The one place where they are named.
+# Runs as root or with sudo, on Debian 12, as often as you like; does nothing where all are present.
+set -euo pipefail
+
+packages=(
+  # building: cross compilers, type library compiler, native compiler for the sanitizer tests
+  g++ g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools libwine-dev
+  cmake ninja-build googletest clang-format
+  # sources of the zip engine (apt-get source) and what unpacks them
+  ca-certificates dpkg-dev xz-utils
+  # artwork: vector pictures to bitmaps
+  librsvg2-bin imagemagick
+  # running: Wine with a virtual display and a Spanish locale
+  wine wine64 fonts-wine fonts-liberation xvfb xauth xdotool locales
+  # readers that share no code with the engine, test data
+  7zip zip unzip python3 sqlite3
+)
+
+missing=()
+for package in "${packages[@]}"; do
+  status=$(dpkg-query -W -f '${Status}' "$package" 2>/dev/null || true)
+  [ "$status" = "install ok installed" ] || missing+=("$package")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+  command -v sudo >/dev/null || { echo "install: these packages are missing, and there is neither root nor sudo: ${missing[*]}" >&2; exit 1; }
+  as_root=(sudo)
+fi
+echo "install: ${missing[*]}"
+"${as_root[@]}" apt-get update -qq
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null

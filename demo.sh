@@ -15,6 +15,7 @@ case "${1:-}" in
 esac
 
 ./build.sh x64
+cmake --build --preset x64 --target form-driver >/dev/null
 . tools/env.sh
 make_prefix
 

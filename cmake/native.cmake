@@ -12,6 +12,9 @@ add_executable(qev_logic_tests
   tests/backup/ArchiveProgressTest.cpp
   tests/backup/SetFormatTest.cpp
   tests/controls/MGeneralTest.cpp
+  tests/support/FakeFiles.cpp
+  tests/support/FakePlatform.cpp
+  tests/support/MemoryPeak.cpp
   tests/support/SpanishLocale.cpp)
 target_include_directories(qev_logic_tests PRIVATE tests)
 target_link_libraries(qev_logic_tests qev_logic gmock_main)

@@ -2,6 +2,8 @@
 add_compile_definitions(UNICODE _UNICODE _WIN32_WINNT=0x0A00 NOMINMAX)
 add_link_options(-static -static-libgcc -static-libstdc++)
 
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})  # engine, library and tests find one another there
+
 add_subdirectory(engine)
 
 # Type library and header from the IDL. The compiler takes help texts byte by byte: they must be in the ANSI code page.
@@ -38,7 +40,9 @@ add_library(qev_windows STATIC
   src/zip/CZipFiles.cpp
   src/zip/EngineMessages.cpp
   src/zip/ZipEngine.cpp
+  src/controls/ControlFont.cpp
   src/controls/DrawBox.cpp
+  src/controls/EditBox.cpp
   src/controls/EntryControl.cpp
   src/controls/ModalForm.cpp
   src/controls/PropertyBag.cpp
@@ -73,5 +77,10 @@ set_target_properties(QevBackup PROPERTIES PREFIX "")
 target_link_libraries(QevBackup PRIVATE qev_windows)
 target_link_options(QevBackup PRIVATE -Wl,--dynamicbase,--nxcompat,--enable-stdcall-fixup)
 qev_strict(QevBackup)
+
+# Uses windows from outside, for the demonstration.
+add_executable(form-driver tools/form-driver.cpp)
+target_link_options(form-driver PRIVATE -municode)
+qev_strict(form-driver)
 
 include(cmake/windows-tests.cmake)

@@ -188,6 +188,21 @@ HANDLE openToRead(const wchar_t* path) {
 // when a file a little smaller grows or deflates to more. So files that come close get the larger header, too.
 void chooseHeader(ULONGLONG size) { force_zip64 = size >= 0xF0000000u && size <= 0xFFFFFFFFu ? 1 : -1; }
 
+FILETIME fileTime(const LARGE_INTEGER& ticks) { return {ticks.LowPart, static_cast<DWORD>(ticks.HighPart)}; }
+
+// What is true of the open file now. (GetFileInformationByHandle would answer in one call, but asks the volume for its
+// serial number, too, which some systems are slow at.)
+void refresh(HANDLE file, Facts& facts) {
+  FILE_BASIC_INFO basic;
+  LARGE_INTEGER size;
+  if (GetFileSizeEx(file, &size)) facts.size = static_cast<ULONGLONG>(size.QuadPart);
+  if (!GetFileInformationByHandleEx(file, FileBasicInfo, &basic, sizeof basic)) return;
+  facts.attributes = basic.FileAttributes;
+  facts.written = fileTime(basic.LastWriteTime);
+  facts.accessed = fileTime(basic.LastAccessTime);
+  facts.created = fileTime(basic.CreationTime);
+}
+
 bool openPending(const wchar_t* name, Facts& facts) {
   dropPending();
   if (!lookUp(name, facts)) return false;
@@ -200,8 +215,7 @@ bool openPending(const wchar_t* name, Facts& facts) {
     pendingError = GetLastError();
     return true;  // the sources find out, and say so, when they open it
   }
-  BY_HANDLE_FILE_INFORMATION data;
-  if (GetFileInformationByHandle(pending, &data)) facts = factsOf(data);
+  refresh(pending, facts);
   chooseHeader(facts.size);
   return true;
 }

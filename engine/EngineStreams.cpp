@@ -237,9 +237,20 @@ void releaseTemporary(const wchar_t* path) {
   }
 }
 
+// The system may let a privileged process write to a file that is marked read-only; an archive so marked is meant to stay.
+bool isProtectedArchive(const wchar_t* path) {
+  const DWORD attributes = GetFileAttributesW(path);
+  return paths::isArchive(path) && attributes != INVALID_FILE_ATTRIBUTES &&
+         (attributes & FILE_ATTRIBUTE_READONLY) != 0;
+}
+
 QevStream* openFile(const char* name, const char* mode) {
   const wchar_t* const path = paths::native(name);
   const Access access = accessFor(mode, path);
+  if (access.rights != GENERIC_READ && isProtectedArchive(path)) {
+    errno = EACCES;
+    return nullptr;
+  }
   void* const memory = qevMalloc(sizeof(QevStream));
   auto* const buffer = access.probe ? nullptr : static_cast<unsigned char*>(qevMalloc(bufferSize));
   if (memory == nullptr || (buffer == nullptr && !access.probe)) return nullptr;

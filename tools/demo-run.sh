@@ -13,16 +13,14 @@ trap 'kill $host 2>/dev/null || true' EXIT
 
 if [ "$1" = virtual ]; then
   rm -f "$SCREENSHOTS"/demo-*.png
-  window=$(timeout 60 xdotool search --sync --onlyvisible --name '^Gestion$' | head -1)
+  title=Gestion accept=1 # FBackup_BAceptar
+  win build/x64/form-driver.exe shown "$title"
   sleep 1
   import -window root "$SCREENSHOTS/demo-1-running.png"
-  for _ in $(seq 240); do
-    win reg query 'HKLM\Software\Gestion' /v Estado >/dev/null 2>&1 && break
-    sleep 0.5
-  done
-  sleep 1
+  win build/x64/form-driver.exe enabled "$title" $accept
+  sleep 0.5
   import -window root "$SCREENSHOTS/demo-2-finished.png"
-  xdotool windowfocus "$window" key Return
+  win build/x64/form-driver.exe click "$title" $accept
 fi
 wait $host || { cat "$BUILD/demo-host.txt" >&2; exit 1; }
 trap - EXIT

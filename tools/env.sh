@@ -22,13 +22,19 @@ wine_env=(LOCPATH="$BUILD/locale" LC_ALL=es_ES.UTF-8 WINEPREFIX="$PREFIX" WINEDE
 
 win() { env "${wine_env[@]}" wine "$@" 2> >(grep -v 'wine32 is missing\|multiarch needs\|dpkg --add-architecture\|apt-get install wine32' >&2); }
 
-on_display() { xvfb-run -a -s "-screen 0 1280x960x24 -nolisten tcp" "$@"; }
+# Programs that ran without a display leave a desktop without one behind: the last of them must be gone first.
+on_display() {
+  env "${wine_env[@]}" wineserver -w
+  xvfb-run -a -s "-screen 0 1280x960x24 -nolisten tcp" "$@"
+}
 
 make_prefix() {
   make_locale
   [ -e "$PREFIX/system.reg" ] && return
   echo "making the Wine prefix"
   env "${wine_env[@]}" wineboot -i >/dev/null 2>&1
+  # No window manager on the virtual display: Wine draws captions and keeps the focus itself.
+  env "${wine_env[@]}" wine reg add 'HKCU\Software\Wine\X11 Driver' /f /v Managed /d N >/dev/null 2>&1
   env "${wine_env[@]}" wineserver -w
 }
 

@@ -61,6 +61,7 @@ void ArchiveProgress::character(wchar_t c) {
     ++dots_;
     advance();
   }
+  inRemark_ = inRemark_ || (inDots_ && c == L'(');
   inDots_ = inDots_ && (c == L' ' || c == L'.');
 }
 
@@ -70,16 +71,19 @@ void ArchiveProgress::matchName() {
   if (!sizes_.contains(shown)) return;
   name_ = std::move(shown);
   inDots_ = true;
+  inRemark_ = false;
   dots_ = 0;
 }
 
 void ArchiveProgress::endLine() {
   if (nameStart_ > 0) matchName();
-  if (!name_.empty()) finished_ += std::exchange(sizes_[name_], 0);
+  // Other text behind the name: it only begins the name of a file that was not expected.
+  if (!name_.empty() && (inDots_ || inRemark_)) finished_ += std::exchange(sizes_[name_], 0);
   line_.clear();
   nameStart_ = 0;
   name_.clear();
   inDots_ = false;
+  inRemark_ = false;
   dots_ = 0;
   advance();
 }

@@ -43,6 +43,7 @@ class ArchiveProgress {
   std::size_t nameStart_ = 0;  // where its name begins; 0 while none has begun
   std::wstring name_;          // the longest expected name that the line has shown so far
   bool inDots_ = false;        // only dots and blanks since that name
+  bool inRemark_ = false;      // behind them, a "(" began the closing remark
   std::uint64_t dots_ = 0;     // dots since that name
 };
 

@@ -28,9 +28,9 @@ FBackup::FBackup(Platform& platform, LibraryState& state, SettingsStore& setting
       loadEngine_(std::move(loadEngine)) {}
 
 void FBackup::load() {
-  Metodo_ = UTextBox::from(control(FBackup_Metodo));
-  TOrigen_ = UTextBox::from(control(FBackup_TOrigen));
-  TDestino_ = UTextBox::from(control(FBackup_TDestino));
+  Metodo_ = &textBox(FBackup_Metodo, L"Metodo");
+  TOrigen_ = &textBox(FBackup_TOrigen, L"TOrigen");
+  TDestino_ = &textBox(FBackup_TDestino, L"TDestino");
   TResultado_ = control(FBackup_TResultado);
   ESalida_ = control(FBackup_ESalida);
   BAceptar_ = control(FBackup_BAceptar);
@@ -43,6 +43,8 @@ void FBackup::load() {
   outcomeFont_ = derivedFont(100, true);
   SendMessageW(control(FBackup_Label1), WM_SETFONT, reinterpret_cast<WPARAM>(headingFont_.get()), FALSE);
   SendMessageW(ESalida_, WM_SETFONT, reinterpret_cast<WPARAM>(outcomeFont_.get()), FALSE);
+  buttonIcon_ = Picture(L"ACEPTAR").icon(GetSystemMetrics(SM_CXSMICON));
+  SendMessageW(BAceptar_, BM_SETIMAGE, IMAGE_ICON, reinterpret_cast<LPARAM>(buttonIcon_.get()));
   SendMessageW(Progreso_, PBM_SETRANGE32, 0, kProgressSteps);
 
   showBusy(true);

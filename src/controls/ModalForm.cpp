@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "controls/PropertyBag.h"
 #include "controls/UTextBox.h"
 #include "controls/VisualStyles.h"
 #include "platform/AutomationError.h"
@@ -11,7 +12,8 @@
 namespace qev {
 namespace {
 
-// The window classes of the entry controls, for as long as a form is shown: nothing of them stays when the library is unloaded.
+// The window classes of the entry controls, for as long as a form is shown: nothing of them stays when the library is
+// unloaded.
 class EntryControlClasses {
  public:
   EntryControlClasses() { UTextBox::registerClass(moduleInstance()); }
@@ -29,6 +31,8 @@ bool isButtonPress(WPARAM wParam) {
 ModalForm::ModalForm(const wchar_t* name, Platform& platform, LibraryState& state)
     : name_(name), platform_(platform), state_(state) {}
 
+ModalForm::~ModalForm() = default;
+
 void ModalForm::showModal() {
   if (!state_.formsShown.insert(name_).second) throw AutomationError(kFormAlreadyShown);
   const VisualStyles styles;
@@ -39,6 +43,14 @@ void ModalForm::showModal() {
   window_ = nullptr;
   if (loadError_) std::rethrow_exception(std::exchange(loadError_, nullptr));
   if (result == -1) throw AutomationError(kOutOfMemory);
+}
+
+UTextBox& ModalForm::textBox(int id, const wchar_t* name) {
+  UTextBox* const field = UTextBox::from(control(id));
+  if (!field) throw AutomationError(kInvalidCall, name);
+  field->setPlatform(platform_);
+  field->readProperties(properties_->of(name));
+  return *field;
 }
 
 void ModalForm::setText(int id, const std::wstring& text) const {
@@ -97,6 +109,7 @@ void ModalForm::start() {
   bigIcon_ = mark.icon(GetSystemMetrics(SM_CXICON));
   SendMessageW(window_, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(smallIcon_.get()));
   SendMessageW(window_, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(bigIcon_.get()));
+  properties_ = std::make_unique<FormProperties>(FormProperties::load(moduleInstance(), name_));
   load();
   SetForegroundWindow(window_);
 }

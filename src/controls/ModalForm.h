@@ -1,12 +1,13 @@
 // A modal dialog of the library: the plain dialog machinery of the system, with the handlers that a form overrides.
 //
-// The layout is the dialog resource of the form's name; the properties of its entry controls stand in the RCDATA resource of the
-// same name. Control ids are in resources/resource.h.
+// The layout is the dialog resource of the form's name; the properties of its entry controls stand in the RCDATA
+// resource of the same name. Control ids are in resources/resource.h.
 #pragma once
 
 #include <windows.h>
 
 #include <exception>
+#include <memory>
 #include <string>
 
 #include "automation/LibraryState.h"
@@ -15,22 +16,26 @@
 
 namespace qev {
 
+class UTextBox;
+class FormProperties;
+
 class ModalForm {
  public:
   ModalForm(const ModalForm&) = delete;
   ModalForm& operator=(const ModalForm&) = delete;
-  virtual ~ModalForm() = default;
+  virtual ~ModalForm();
 
-  // Shows the form over the active window of the calling thread, which is disabled meanwhile, and returns when it has closed.
-  // Throws 400 when this form is shown already, 7 when the window cannot be made, and what load() throws. DialogBoxParamW.
+  // Shows the form over the active window of the calling thread, which is disabled meanwhile, and returns when it has
+  // closed. Throws 400 when this form is shown already, 7 when the window cannot be made, and what load() throws.
+  // DialogBoxParamW.
   void showModal();
 
  protected:
   // `name` is the name of the form's resources. REQUIRES: the references outlive the form.
   ModalForm(const wchar_t* name, Platform& platform, LibraryState& state);
 
-  // Handlers. An error that one throws is shown in a message box with the host's title, and the form goes on; one from load() ends
-  // showModal() with that error.
+  // Handlers. An error that one throws is shown in a message box with the host's title, and the form goes on; one from
+  // load() ends showModal() with that error.
   virtual void load() = 0;                                                // the controls exist, nothing is visible yet
   virtual void command(int /*id*/) {}                                     // a button was pressed
   virtual void timer(UINT_PTR /*id*/) {}                                  // a timer of the window has ticked
@@ -44,6 +49,11 @@ class ModalForm {
   Platform& platform() const { return platform_; }
   HWND window() const { return window_; }
   HWND control(int id) const { return GetDlgItem(window_, id); }
+
+  // The entry field with that id, with the form's services and with its saved properties, which stand in the form's resource
+  // under `name`. REQUIRES: called from load(). Throws 5 when there is no such field.
+  UTextBox& textBox(int id, const wchar_t* name);
+
   void setText(int id, const std::wstring& text) const;
   void closeForm();
 
@@ -61,6 +71,7 @@ class ModalForm {
   Platform& platform_;
   LibraryState& state_;
   HWND window_ = nullptr;
+  std::unique_ptr<FormProperties> properties_;
   UniqueIcon smallIcon_;
   UniqueIcon bigIcon_;
   std::exception_ptr loadError_;

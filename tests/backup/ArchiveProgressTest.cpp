@@ -6,6 +6,8 @@
 #include <random>
 #include <vector>
 
+#include "support/MemoryPeak.h"
+
 namespace qev {
 namespace {
 
@@ -120,6 +122,13 @@ TEST_F(ArchiveProgressTest, AFileThatWasNotExpectedOrComesTwiceCountsForNothing)
   EXPECT_EQ(after(L"  adding: a (stored 0%)\n  adding: a .. (stored 0%)\n"), 10u);
 }
 
+TEST_F(ArchiveProgressTest, AnUnexpectedNameThatBeginsLikeAnExpectedOneIsNotTakenForIt) {
+  progress.expect(L"C:\\a", 10 * kMiB);
+  EXPECT_EQ(after(L"  adding: a b ..."), 0u);
+  EXPECT_EQ(after(L" (stored 0%)\n  adding: a.txt (stored 0%)\n"), kMiB);  // its "." could have been progress
+  EXPECT_EQ(after(L"  adding: a (stored 0%)\n"), 10 * kMiB);
+}
+
 TEST_F(ArchiveProgressTest, AFileToldTwiceIsExpectedOnce) {
   progress.expect(L"C:\\a", 10);
   progress.expect(L"C:\\A", 30);
@@ -147,8 +156,14 @@ TEST_F(ArchiveProgressTest, AFileOf40GiBIsToldToItsEnd) {
 TEST_F(ArchiveProgressTest, TextWithoutLineEndsIsNotHeld) {
   progress.expect(L"C:\\a", 10);
   const std::wstring noise(100'000, L'x');
-  for (int i = 0; i < 100; ++i) progress.message(noise);
-  EXPECT_EQ(after(L"\n  adding: a\n"), 10u);
+  const test::MemoryPeak peak;
+  for (const wchar_t* beginning : {L"", L"  adding: ", L"  adding: a ", L"  adding: a ("}) {
+    progress.message(beginning);
+    for (int i = 0; i < 20; ++i) progress.message(noise);
+    progress.message(L"\n");
+  }
+  EXPECT_LT(peak.bytes(), 10'000u);
+  EXPECT_EQ(after(L"  adding: a\n"), 10u);
 }
 
 TEST_F(ArchiveProgressTest, WhereTheTextIsCutDoesNotMatterAndDoneNeverFalls) {

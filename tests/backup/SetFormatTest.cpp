@@ -242,7 +242,7 @@ TEST_F(SetFormatTest, ParsingTakesEveryValueFromItsCharacter) {
 
 TEST_F(SetFormatTest, ParsingDoesNotLookAtTheLabels) {
   format.parseHeader(
-      L"12345678901Uno;1234567890123456 1-2-2003;12345678901234567890 4 ;12345678901234567895;"
+      L"12345678901Uno;12345678901234561-2-2003;12345678901234567890 4 ;12345678901234567895;"
       L"1234567890123Seis;resto;de;campos");
   EXPECT_TRUE((state.currentSet == CurrentSet{L"Uno", moment(2003, 2, 1), 4, 5, L"Seis"}));
 }
@@ -361,7 +361,7 @@ TEST_F(SetFormatTest, ATitleWithACommaNeverMatches) {
 }
 
 TEST_F(SetFormatTest, BlanksBeforeTheFirstItemAreSkipped) {
-  put("  \t " + golden() + kArchive);
+  put("  \t "s + golden() + kArchive);
   EXPECT_TRUE(format.checkSet(kPath).matches);
 }
 
@@ -378,7 +378,7 @@ TEST_F(SetFormatTest, AnyLineEndEndsTheFirstItem) {
     put(withoutLineEnd(golden()) + end);
     EXPECT_TRUE(format.checkSet(kPath).matches) << end;
   }
-  put("\n" + golden());
+  put("\n"s + golden());
   EXPECT_FALSE(format.checkSet(kPath).matches);
 }
 

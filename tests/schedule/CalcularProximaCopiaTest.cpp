@@ -283,6 +283,8 @@ INSTANTIATE_TEST_SUITE_P(
                                 L"15-05-2026 12:00", L"21-09-2026 12:00"},
                     MonthlyCase{"OnlyAPassedMonthIsNextYear", moment(2026, 6, 20, 10), 21, L"NNSNNNNNNNNN",
                                 L"15-05-2026 12:00", L"21-03-2027 12:00"},
+                    MonthlyCase{"ThisVeryMomentIsNotLaterThanNow", moment(2026, 11, 16), 16, L"NNNNNNNNNNSN",
+                                L"01-11-2025 10:00", L"16-11-2027 12:00"},
                     MonthlyCase{"NoMonthYieldsEmpty", moment(2026, 6, 20, 10), 21, L"NNNNNNNNNNNN", L"15-05-2026 12:00",
                                 L""},
                     MonthlyCase{"AbsentFlagsYieldEmpty", moment(2026, 6, 20, 10), 21, L"", nullptr, L""},

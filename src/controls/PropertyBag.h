@@ -1,0 +1,76 @@
+// Where a container keeps the saved properties of its controls.
+#pragma once
+
+#include <windows.h>
+
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "platform/Value.h"
+
+namespace qev {
+
+// The saved properties of one control, by their keys. A property that has its default takes no place: it is written
+// with the same default as it is read with.
+class PropertyBag {
+ public:
+  virtual ~PropertyBag() = default;
+
+  // The value saved under `key`, `fallback` when there is none.
+  virtual Value read(const std::wstring& key, const Value& fallback) const = 0;
+
+  // Saves `value`, or forgets what was saved when it equals `fallback`.
+  void write(const std::wstring& key, const Value& value, const Value& fallback) {
+    if (value == fallback) {
+      remove(key);
+    } else {
+      store(key, value);
+    }
+  }
+
+ protected:
+  virtual void store(const std::wstring& key, const Value& value) = 0;
+  virtual void remove(const std::wstring& key) = 0;
+};
+
+// Saved properties in memory. Keys are the same in the letter case they were written in only.
+class MemoryPropertyBag : public PropertyBag {
+ public:
+  Value read(const std::wstring& key, const Value& fallback) const override;
+
+  // All that is saved.
+  const std::map<std::wstring, Value>& values() const { return values_; }
+
+ protected:
+  void store(const std::wstring& key, const Value& value) override { values_[key] = value; }
+  void remove(const std::wstring& key) override { values_.erase(key); }
+
+ private:
+  std::map<std::wstring, Value> values_;
+};
+
+// The properties of all entry controls of a form, as its resource holds them: UTF-8 text, a line for each property,
+//
+//   Control.Key=value
+//
+// where the value is all that follows the first "=", blanks included. Empty lines and lines that begin with "#" say
+// nothing. Values are read as texts; the controls convert them.
+class FormProperties {
+ public:
+  // Throws 5 with the line for one that is not in the format above.
+  static FormProperties parse(std::string_view utf8);
+
+  // Reads the RCDATA resource `name` of `module`. Throws 5 when there is none. FindResourceW, LoadResource.
+  static FormProperties load(HINSTANCE module, const wchar_t* name);
+
+  // The properties of `control`; an empty bag when there are none. Valid as long as this object.
+  PropertyBag& of(const std::wstring& control) { return controls_[control]; }
+
+ private:
+  void add(std::wstring_view line);
+
+  std::map<std::wstring, MemoryPropertyBag> controls_;
+};
+
+}  // namespace qev

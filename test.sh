@@ -1,0 +1,69 @@
+#!/usr/bin/env bash
+# Builds and runs everything that proves the product. The last line counts: "N passed, N failed".
+#
+#   ./test.sh [--filter PATTERN]     PATTERN: only tests whose name matches (GoogleTest's --gtest_filter)
+set -uo pipefail
+cd "$(dirname "$0")"
+filter='*'
+[ "${1:-}" = --filter ] && filter=${2:?}
+
+passed=0 failed=0
+
+# check NAME COMMAND…: one test that is a command.
+check() {
+  local name=$1; shift
+  if "$@" >build/check.log 2>&1; then
+    echo "ok      $name"; passed=$((passed + 1))
+  else
+    cat build/check.log; echo "FAILED  $name"; failed=$((failed + 1))
+  fi
+}
+
+# suite NAME COMMAND…: a GoogleTest program; its tests are counted one by one.
+suite() {
+  local name=$1 status=0 ran ok; shift
+  echo "== $name"
+  "$@" --gtest_filter="$filter" --gtest_brief=1 >build/suite.log 2>&1 || status=$?
+  grep -v '^\[  PASSED\|^\[==========\]\|^$' build/suite.log
+  ran=$(sed -n 's/^\[==========\] \([0-9]*\) tests\{0,1\} from .* ran.*/\1/p' build/suite.log | tail -1)
+  ok=$(sed -n 's/^\[  PASSED  \] \([0-9]*\) tests\{0,1\}\..*/\1/p' build/suite.log | tail -1)
+  if [ -z "$ran" ]; then
+    echo "FAILED  $name did not finish (exit status $status)"; failed=$((failed + 1)); return
+  fi
+  local skipped
+  skipped=$(grep -c '^\[  SKIPPED \] [A-Za-z]*\.' build/suite.log || true)
+  passed=$((passed + ${ok:-0})); failed=$((failed + ran - ${ok:-0} - skipped))
+  if [ "$status" -ne 0 ] && [ "$((ran - ${ok:-0} - skipped))" -eq 0 ]; then
+    echo "FAILED  $name ended with status $status"; failed=$((failed + 1))
+  fi
+  echo "        ${ok:-0} of $ran passed, $skipped skipped"
+}
+
+mkdir -p build
+tools/install.sh || exit 1
+. tools/env.sh
+
+# Building. Without the programs nothing can be tested.
+./build.sh x64 x86 && cmake --build --preset x64 &&
+  cmake --preset native >build/native.configure.log && cmake --build --preset native || { echo "0 passed, 1 failed"; exit 1; }
+make_prefix || { echo "0 passed, 1 failed"; exit 1; }
+
+check "sources are formatted" tools/check-format.sh
+check "dist holds both architectures" ls dist/x64/QevBackup.dll dist/x64/VANTO5.DLL dist/x86/QevBackup.dll dist/x86/VANTO5.DLL
+suite "logic, natively under the sanitizers" build/native/qev_logic_tests
+export -f win
+tools/mount-floppy.sh || true
+suite "library under Wine" on_display tools/run-win.sh build/x64/qev_tests.exe
+suite "engine under Wine" on_display tools/run-win.sh build/x64/engine_tests.exe
+suite "automation object, early bound" on_display tools/run-win.sh build/x64/qev_host_tests.exe
+tools/mount-floppy.sh --undo || true
+
+mkdir -p "$DRIVE_C/QevBackup" && cp dist/x64/* "$DRIVE_C/QevBackup/"
+check "regsvr32 registers the library" win regsvr32 /s 'C:\QevBackup\QevBackup.dll'
+check "VBScript host, late bound" on_display tools/run-win.sh cscript //nologo tests/hosts/late-bound.vbs
+check "JScript host, late bound" on_display tools/run-win.sh cscript //nologo tests/hosts/late-bound.js
+check "the demonstration" ./demo.sh
+check "regsvr32 unregisters the library" win regsvr32 /s /u 'C:\QevBackup\QevBackup.dll'
+
+echo "$passed passed, $failed failed"
+[ "$failed" -eq 0 ]

@@ -1,0 +1,333 @@
+// The backup window: a real window on a real display, driven from a second thread while the first is inside showModal().
+#include "backup/FBackup.h"
+
+#include <gtest/gtest.h>
+
+#include <commctrl.h>
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <thread>
+
+#include "platform/LocaleWindows.h"
+#include "resources/resource.h"
+#include "support/RealInput.h"
+#include "support/Screenshot.h"
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+namespace qev::test {
+namespace {
+
+constexpr wchar_t kKey[] = L"Software\\QevBackupWindowTest";
+constexpr wchar_t kTitle[] = L"Gestion de prueba";
+
+// An engine that takes its time: it archives as many files of a MiB as it is told, message by message, and then leaves an archive
+// (an empty one, which is a valid zip).
+namespace slow {
+ZIPUSERFUNCTIONS callbacks;
+std::atomic<int> files{0};
+std::atomic<int> runs{0};
+std::atomic<int> depth{0};
+std::atomic<int> deepest{0};
+std::function<void()> afterFirstFile;
+
+int WINAPI init(ZIPUSERFUNCTIONS* functions) {
+  callbacks = *functions;
+  return 1;
+}
+
+BOOL WINAPI setOptions(ZPOPT*) {
+  return TRUE;
+}
+
+void say(std::string text) {
+  callbacks.print(text.data(), static_cast<unsigned long>(text.size()));
+}
+
+int WINAPI archive(int, char* path, char**) {
+  ++runs;
+  deepest = std::max(deepest.load(), ++depth);
+  for (int i = 0; i < files; ++i) {
+    say("  adding: " + std::to_string(i) + ".bin (deflated 1%)\r\n");
+    std::this_thread::sleep_for(120ms);  // longer than a tick of the window's timer
+    if (i == 0 && afterFirstFile) afterFirstFile();
+  }
+  std::ofstream(path, std::ios::binary) << std::string("PK\x05\x06", 4) << std::string(18, '\0');
+  --depth;
+  return 0;
+}
+
+ZipEngine load() {
+  ZipEngine engine;
+  engine.ZpInit = &init;
+  engine.ZpSetOptions = &setOptions;
+  engine.ZpArchive = &archive;
+  return engine;
+}
+}  // namespace slow
+
+bool waitFor(const std::function<bool()>& condition, std::chrono::milliseconds limit = 20s) {
+  const auto deadline = std::chrono::steady_clock::now() + limit;
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    std::this_thread::sleep_for(20ms);
+  }
+  return true;
+}
+
+std::wstring windowText(HWND window) {
+  wchar_t text[2048];
+  const auto length = SendMessageW(window, WM_GETTEXT, 2048, reinterpret_cast<LPARAM>(text));
+  return std::wstring(text, static_cast<std::size_t>(length));
+}
+
+// The text of a control of the window; of an entry control, that of its edit box.
+std::wstring textOf(HWND form, int id) {
+  const HWND control = GetDlgItem(form, id);
+  const HWND edit = GetWindow(control, GW_CHILD);
+  return windowText(edit ? edit : control);
+}
+
+HWND findForm() {
+  return FindWindowW(L"#32770", kTitle);
+}
+
+class BackupWindow : public testing::Test {
+ protected:
+  void SetUp() override {
+    wchar_t temp[MAX_PATH];
+    GetTempPathW(MAX_PATH, temp);
+    root_ = fs::path(temp) / L"QevBackupWindow";
+    fs::remove_all(root_);
+    fs::create_directories(root_ / L"Datos" / L"Emp01");
+    state_.title = kTitle;
+    state_.settingsKey = kKey;
+    state_.dataFolder = (root_ / L"Datos" / L"Emp01").wstring() + L"\\";
+    state_.BackupKind = kAutomatic;
+    slow::files = 0;
+    slow::runs = 0;
+    slow::deepest = 0;
+    slow::afterFirstFile = nullptr;
+  }
+
+  void TearDown() override {
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, kKey);
+    std::error_code ignored;
+    fs::remove_all(root_, ignored);
+  }
+
+  void makeFiles(int count) {
+    for (int i = 0; i < count; ++i) {
+      std::ofstream(root_ / L"Datos" / L"Emp01" / (std::to_wstring(i) + L".bin")) << std::string(1 << 20, 'x');
+    }
+    slow::files = count;
+  }
+
+  // Shows the window while `user` does what a user would; fails when the window is still open long after.
+  void show(const std::function<void(HWND form)>& user, CZipFiles::EngineLoader engine = slow::load) {
+    std::thread hands([&] {
+      ASSERT_TRUE(waitFor([] { return findForm() && IsWindowVisible(findForm()); }));
+      user(findForm());
+    });
+    FBackup window(systemPlatform(), state_, settings_, std::move(engine));
+    window.RutaDestino = target();
+    window.showModal();
+    hands.join();
+  }
+
+  std::wstring target() const { return (root_ / L"copia.qev").wstring(); }
+
+  static bool finished(HWND form) {
+    return waitFor([form] { return IsWindowEnabled(GetDlgItem(form, FBackup_BAceptar)) != FALSE; });
+  }
+
+  fs::path root_;
+  LibraryState state_;
+  SettingsStore settings_{systemPlatform().registry, state_.settingsKey};
+};
+
+TEST_F(BackupWindow, ShowsWhatItDoesWhileItRunsAndHowItEnded) {
+  makeFiles(12);
+  show([this](HWND form) {
+    ASSERT_TRUE(waitFor([form] { return SendMessageW(GetDlgItem(form, FBackup_Progreso), PBM_GETPOS, 0, 0) > 300; }));
+    EXPECT_EQ(L" Copia de Seguridad Automática", textOf(form, FBackup_Metodo));
+    EXPECT_EQ(L" Datos del programa", textOf(form, FBackup_TOrigen));
+    EXPECT_EQ(L" " + target(), textOf(form, FBackup_TDestino));
+    EXPECT_EQ(L" Realizando copia de seguridad...", textOf(form, FBackup_TResultado));
+    EXPECT_EQ(L"Espere un momento, por favor... ", textOf(form, FBackup_ESalida));
+    EXPECT_FALSE(IsWindowEnabled(GetDlgItem(form, FBackup_BAceptar)));
+    saveScreenshot(form, L"FBackup-realizando");
+    ASSERT_TRUE(finished(form));
+    EXPECT_EQ(L" La copia de seguridad se ha realizado correctamente.\r\n Origen: Datos del programa Gestion de prueba\r\n"
+              L" Destino: " + target(), textOf(form, FBackup_TResultado));
+    EXPECT_EQ(L"  Copia de Seguridad realizada con éxito", textOf(form, FBackup_ESalida));
+    EXPECT_EQ(1000, SendMessageW(GetDlgItem(form, FBackup_Progreso), PBM_GETPOS, 0, 0));
+    std::this_thread::sleep_for(300ms);
+    saveScreenshot(form, L"FBackup-correcta");
+    EXPECT_FALSE(state_.finished);
+    pressKey(VK_RETURN);
+  });
+  EXPECT_TRUE(state_.finished);
+  EXPECT_TRUE(fs::exists(target()));
+}
+
+TEST_F(BackupWindow, ShowsAFailureAndStaysOpen) {
+  settings_.write(L"Cerrar", std::int16_t{1});
+  show(
+      [](HWND form) {
+        ASSERT_TRUE(finished(form));
+        EXPECT_EQ(L"  Se han producido errores", textOf(form, FBackup_ESalida));
+        EXPECT_NE(std::wstring::npos, textOf(form, FBackup_TResultado).find(L"Error: 53-No se ha encontrado el archivo: VANTO5.DLL"));
+        std::this_thread::sleep_for(300ms);
+        saveScreenshot(form, L"FBackup-errores");
+        EXPECT_TRUE(IsWindowVisible(form)) << "a failure never closes the window";
+        clickControl(GetDlgItem(form, FBackup_BAceptar));
+      },
+      []() -> ZipEngine { throw AutomationError(kFileNotFound, L"VANTO5.DLL"); });
+  EXPECT_TRUE(state_.finished);
+}
+
+TEST_F(BackupWindow, NamesTheKindOfBackup) {
+  const std::pair<std::uint8_t, const wchar_t*> kinds[] = {{kManual, L" Copia de Seguridad Manual"},
+                                                           {kScheduled, L" Copia de Seguridad Programada"},
+                                                           {7, L""}};
+  for (const auto& [kind, text] : kinds) {
+    state_.BackupKind = kind;
+    fs::remove(target());
+    show([&, expected = text](HWND form) {
+      ASSERT_TRUE(finished(form));
+      EXPECT_EQ(expected, textOf(form, FBackup_Metodo));
+      clickControl(GetDlgItem(form, FBackup_BAceptar));
+    });
+  }
+}
+
+TEST_F(BackupWindow, ClosesByItselfAfterASuccessWhenTheHostWantsIt) {
+  settings_.write(L"Cerrar", std::int16_t{1});
+  show([](HWND) {});
+  EXPECT_TRUE(state_.finished);
+  EXPECT_EQ(1, slow::runs);
+}
+
+TEST_F(BackupWindow, StaysOpenAfterAManualBackup) {
+  settings_.write(L"Cerrar", std::int16_t{1});
+  state_.BackupKind = kManual;
+  show([](HWND form) {
+    ASSERT_TRUE(finished(form));
+    std::this_thread::sleep_for(300ms);
+    EXPECT_TRUE(IsWindow(form));
+    clickControl(GetDlgItem(form, FBackup_BAceptar));
+  });
+}
+
+TEST_F(BackupWindow, ATickDuringTheRunStartsNothing) {
+  makeFiles(8);
+  show([](HWND form) {
+    ASSERT_TRUE(finished(form));
+    clickControl(GetDlgItem(form, FBackup_BAceptar));
+  });
+  EXPECT_EQ(1, slow::runs);
+  EXPECT_EQ(1, slow::deepest);
+}
+
+TEST_F(BackupWindow, ACloseAskedForInTheMiddleTakesEffectWhenTheRunHasEnded) {
+  makeFiles(6);
+  bool openAtEnd = false;
+  show([&](HWND form) {
+    ASSERT_TRUE(waitFor([] { return slow::runs > 0; }));
+    PostMessageW(form, WM_SYSCOMMAND, SC_CLOSE, 0);
+    std::this_thread::sleep_for(300ms);
+    openAtEnd = IsWindow(form) && !state_.finished;
+  });
+  EXPECT_TRUE(openAtEnd);
+  EXPECT_TRUE(state_.finished);
+  EXPECT_TRUE(fs::exists(target())) << "the run was not cut short";
+}
+
+TEST_F(BackupWindow, ClosingItAnyOtherWaySetsTheFinishedFlag) {
+  show([](HWND form) {
+    ASSERT_TRUE(finished(form));
+    pressKey(VK_ESCAPE);
+  });
+  EXPECT_TRUE(state_.finished);
+}
+
+TEST_F(BackupWindow, CannotBeShownTwiceAtOnce) {
+  makeFiles(3);
+  std::int32_t number = 0;
+  slow::afterFirstFile = [&] {
+    try {
+      FBackup(systemPlatform(), state_, settings_, slow::load).showModal();
+    } catch (const AutomationError& error) {
+      number = error.number();
+    }
+  };
+  show([](HWND form) {
+    ASSERT_TRUE(finished(form));
+    clickControl(GetDlgItem(form, FBackup_BAceptar));
+  });
+  EXPECT_EQ(400, number);
+}
+
+// The message box over the window, answered with a key as a user would.
+HWND findQuestion(HWND form) {
+  const HWND top = GetLastActivePopup(form);
+  return top != form && IsWindowVisible(top) ? top : nullptr;
+}
+
+TEST_F(BackupWindow, ANoToTheReplaceQuestionClosesItAndRecordsNothing) {
+  std::ofstream(target()) << "la copia de esta mañana";
+  show([](HWND form) {
+    ASSERT_TRUE(waitFor([form] { return findQuestion(form) != nullptr; }));
+    const HWND question = findQuestion(form);
+    EXPECT_EQ(kTitle, windowText(question));
+    saveScreenshot(form, L"FBackup-reemplazar");
+    clickControl(GetDlgItem(question, IDNO));
+  });
+  EXPECT_TRUE(state_.finished);
+  EXPECT_EQ(0, slow::runs);
+  EXPECT_EQ(Value(Empty{}), settings_.read(L"Estado"));
+  std::ifstream kept(target());
+  std::string content((std::istreambuf_iterator<char>(kept)), {});
+  EXPECT_EQ("la copia de esta mañana", content);
+}
+
+TEST_F(BackupWindow, AYesToTheReplaceQuestionMakesTheSetAnew) {
+  std::ofstream(target()) << "la copia de esta mañana";
+  show([](HWND form) {
+    ASSERT_TRUE(waitFor([form] { return findQuestion(form) != nullptr; }));
+    clickControl(GetDlgItem(findQuestion(form), IDYES));
+    ASSERT_TRUE(finished(form));
+    clickControl(GetDlgItem(form, FBackup_BAceptar));
+  });
+  EXPECT_EQ(1, slow::runs);
+  std::ifstream set(target(), std::ios::binary);
+  std::string header;
+  std::getline(set, header);
+  EXPECT_EQ("Programa : Gestion de prueba;", header.substr(0, 29));
+}
+
+TEST_F(BackupWindow, GivesBackEveryWindowAndDrawingObject) {
+  const auto once = [this] {
+    fs::remove(target());
+    show([](HWND form) {
+      ASSERT_TRUE(finished(form));
+      clickControl(GetDlgItem(form, FBackup_BAceptar));
+    });
+  };
+  once();
+  const HANDLE process = GetCurrentProcess();
+  const DWORD drawing = GetGuiResources(process, GR_GDIOBJECTS);
+  const DWORD windows = GetGuiResources(process, GR_USEROBJECTS);
+  for (int i = 0; i < 5; ++i) once();
+  EXPECT_LE(GetGuiResources(process, GR_GDIOBJECTS), drawing);
+  EXPECT_LE(GetGuiResources(process, GR_USEROBJECTS), windows);
+}
+
+}  // namespace
+}  // namespace qev::test

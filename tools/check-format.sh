@@ -1,0 +1,5 @@
+#!/usr/bin/env bash
+# Fails when a source file is not formatted as .clang-format says.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+find src engine tests bench -name '*.h' -o -name '*.cpp' -o -name '*.c' | xargs clang-format --dry-run -Werror

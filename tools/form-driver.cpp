@@ -1,0 +1,56 @@
+// Watches and uses a window from outside, as the demonstration does: finds a form by its caption and a control by its id.
+//
+//   form-driver shown TITLE            waits until the form is there
+//   form-driver enabled TITLE ID       waits until the control can be used
+//   form-driver click TITLE ID         clicks on the control with the mouse
+//
+// Waits at most two minutes. Exit status 0 when done, 1 when it did not happen, 2 for wrong arguments.
+#include <windows.h>
+
+#include <cstdlib>
+#include <cwchar>
+
+namespace {
+
+constexpr int kTries = 1200;
+constexpr DWORD kPauseMilliseconds = 100;
+
+template <typename Condition>
+bool waitFor(Condition condition) {
+  for (int i = 0; i < kTries; ++i) {
+    if (condition()) return true;
+    Sleep(kPauseMilliseconds);
+  }
+  return false;
+}
+
+HWND findForm(const wchar_t* title) {
+  const HWND form = FindWindowW(nullptr, title);
+  return form && IsWindowVisible(form) ? form : nullptr;
+}
+
+bool click(HWND control) {
+  RECT area{};
+  if (!GetWindowRect(control, &area)) return false;
+  SetCursorPos((area.left + area.right) / 2, (area.top + area.bottom) / 2);
+  INPUT strokes[2]{};
+  strokes[0].type = strokes[1].type = INPUT_MOUSE;
+  strokes[0].mi.dwFlags = MOUSEEVENTF_LEFTDOWN;
+  strokes[1].mi.dwFlags = MOUSEEVENTF_LEFTUP;
+  return SendInput(2, strokes, sizeof strokes[0]) == 2;
+}
+
+}  // namespace
+
+int wmain(int count, wchar_t** arguments) {
+  if (count < 3) return 2;
+  const wchar_t* const verb = arguments[1];
+  const wchar_t* const title = arguments[2];
+  const int id = count > 3 ? static_cast<int>(std::wcstol(arguments[3], nullptr, 10)) : 0;
+  if (!waitFor([&] { return findForm(title) != nullptr; })) return 1;
+  if (std::wcscmp(verb, L"shown") == 0) return 0;
+  const auto control = [&] { return GetDlgItem(findForm(title), id); };
+  if (std::wcscmp(verb, L"enabled") == 0) return waitFor([&] { return IsWindowEnabled(control()) != FALSE; }) ? 0 : 1;
+  if (std::wcscmp(verb, L"click") == 0) return control() && click(control()) ? 0 : 1;
+  return 2;
+}

@@ -17,3 +17,13 @@ if(host_test_sources)
   qev_strict(qev_host_tests)
   add_dependencies(qev_host_tests QevBackup VANTO5)
 endif()
+
+add_executable(engine_tests tests/engine/EngineFixture.cpp tests/engine/EngineTest.cpp)
+target_include_directories(engine_tests PRIVATE engine tests)
+target_link_libraries(engine_tests PRIVATE gmock_main psapi)
+qev_strict(engine_tests)
+add_dependencies(engine_tests VANTO5)
+
+add_executable(BareEngine bench/BareEngine.cpp)
+target_include_directories(BareEngine PRIVATE engine)
+qev_strict(BareEngine)

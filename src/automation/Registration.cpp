@@ -9,6 +9,7 @@
 #include "platform/AutomationError.h"
 #include "platform/Handle.h"
 #include "platform/Module.h"
+#include "platform/Variant.h"
 
 namespace qev {
 namespace {
@@ -77,6 +78,12 @@ HRESULT writeTypeLibrary() {
   return result;
 }
 
+HRESULT removeTypeLibrary() {
+  Bstr path;
+  if (FAILED(QueryPathOfRegTypeLib(kLibraryId, 1, 0, LOCALE_NEUTRAL, path.put()))) return S_OK;  // not registered
+  return UnRegisterTypeLib(kLibraryId, 1, 0, LOCALE_NEUTRAL, kSystem);
+}
+
 LSTATUS removeTree(const UniqueKey& classes, const std::wstring& path) {
   const LSTATUS status = RegDeleteTreeW(classes.get(), path.c_str());
   return status == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : status;
@@ -101,10 +108,8 @@ HRESULT registerServer() {
 
 HRESULT unregisterServer() {
   const LSTATUS status = removeClass();
-  const HRESULT result = UnRegisterTypeLib(kLibraryId, 1, 0, LOCALE_NEUTRAL, kSystem);
-  if (status != ERROR_SUCCESS) return HRESULT_FROM_WIN32(status);
-  const bool gone = result == TYPE_E_REGISTRYACCESS || result == TYPE_E_LIBNOTREGISTERED;
-  return gone ? S_OK : result;
+  const HRESULT result = removeTypeLibrary();
+  return status == ERROR_SUCCESS ? result : HRESULT_FROM_WIN32(status);
 }
 
 }  // namespace qev

@@ -55,14 +55,19 @@ void ArchiveProgress::character(wchar_t c) {
     return;
   }
   // A name ends before a blank or a dot; but names hold blanks and dots too, so the longest that is known decides.
+  // Between the name and its dots stand remarks in parentheses, such as "(160 bytes security)".
   if (c == L' ' || c == L'.') matchName();
   if (line_.size() <= nameStart_ + longestName_) line_ += c;
+  if (inRemark_) {
+    inRemark_ = c != L')';
+    return;
+  }
   if (c == L'.' && inDots_) {
     ++dots_;
     advance();
   }
-  inRemark_ = inRemark_ || (inDots_ && c == L'(');
-  inDots_ = inDots_ && (c == L' ' || c == L'.');
+  inRemark_ = inDots_ && c == L'(';
+  inDots_ = inDots_ && (c == L' ' || c == L'.' || c == L'(');
 }
 
 void ArchiveProgress::matchName() {
@@ -78,7 +83,7 @@ void ArchiveProgress::matchName() {
 void ArchiveProgress::endLine() {
   if (nameStart_ > 0) matchName();
   // Other text behind the name: it only begins the name of a file that was not expected.
-  if (!name_.empty() && (inDots_ || inRemark_)) finished_ += std::exchange(sizes_[name_], 0);
+  if (!name_.empty() && inDots_) finished_ += std::exchange(sizes_[name_], 0);
   line_.clear();
   nameStart_ = 0;
   name_.clear();

@@ -1,6 +1,6 @@
 // How far an archive run is, in bytes, told from the engine's messages. A line "  adding: Prog/Datos/gestion.db" begins
-// a file; each "." behind the name stands for one more MiB of it; the end of the line, with or without the closing
-// remark " (deflated 60%)", ends it. "updating: " and "freshening: " begin files likewise.
+// a file; each "." behind the name stands for one more MiB of it; remarks such as "(160 bytes security)" and
+// "(deflated 60%)" say nothing; the end of the line ends it. "updating: " and "freshening: " begin files likewise.
 #pragma once
 
 #include <cstddef>
@@ -42,8 +42,8 @@ class ArchiveProgress {
   std::wstring line_;          // the line so far, as much of it as the longest name may need
   std::size_t nameStart_ = 0;  // where its name begins; 0 while none has begun
   std::wstring name_;          // the longest expected name that the line has shown so far
-  bool inDots_ = false;        // only dots and blanks since that name
-  bool inRemark_ = false;      // behind them, a "(" began the closing remark
+  bool inDots_ = false;        // only dots, blanks and remarks since that name
+  bool inRemark_ = false;      // between the parentheses of a remark
   std::uint64_t dots_ = 0;     // dots since that name
 };
 

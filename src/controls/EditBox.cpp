@@ -10,6 +10,7 @@ namespace qev {
 namespace {
 
 constexpr wchar_t kName[] = L"Texto";
+constexpr WORD kRightMargin = 2;  // pixels: with the control's own, as far from the border as on the left
 
 DWORD styleOf(TextAlignment alignment) {
   switch (alignment) {
@@ -165,7 +166,7 @@ LRESULT EditBox::defaultAnswer(UINT message, WPARAM wParam, LPARAM lParam) {
 
 void EditBox::applyProperties() {
   SendMessageW(window_, WM_SETFONT, reinterpret_cast<WPARAM>(font_), FALSE);
-  SendMessageW(window_, EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN, 0);
+  SendMessageW(window_, EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN, MAKELPARAM(0, kRightMargin));
   setMaxLength(maxLength_);
   setLocked(locked_);
   setPasswordChar(passwordChar_);
@@ -285,7 +286,8 @@ void EditBox::setForeColor(Color color) {
 void EditBox::setFont(HFONT font) {
   font_ = font;
   SendMessageW(window_, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
-  SendMessageW(window_, EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN, 0);  // which a new font sets by its width
+  SendMessageW(window_, EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN,
+               MAKELPARAM(0, kRightMargin));  // which a new font sets by its width
 }
 
 HBRUSH EditBox::colors(HDC device) {

@@ -10,7 +10,7 @@
 namespace qev {
 namespace {
 
-constexpr UINT kLeave = WM_USER + 1;  // the focus went to another control of the form
+constexpr UINT kLeave = WM_USER + 1;  // the focus went to another control of the form; wParam: during a validation
 
 constexpr std::int16_t kTab = 9;
 
@@ -224,7 +224,7 @@ LRESULT EntryControl::dispatch(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_SETFOCUS: focusArrived(); return 0;
     case WM_KILLFOCUS: focusLeft(reinterpret_cast<HWND>(wParam)); return 0;
     case kLeave:
-      if (inside_ && !hasFocus()) leave();
+      if (inside_ && !hasFocus()) leave(wParam != 0);
       return 0;
     default: return DefWindowProcW(window_, message, wParam, lParam);
   }
@@ -286,7 +286,7 @@ void EntryControl::setDatatype(DataType dataType) {
 
 void EntryControl::setBackColor(Color color) {
   backColor_ = color;
-  if (!edit_.hasFocus()) edit_.setBackColor(color);
+  if (!inside_ || !Enabled()) edit_.setBackColor(color);
   repaint();
 }
 
@@ -328,7 +328,13 @@ void EntryControl::setEnabled(bool enabled) {
   const bool focused = edit_.hasFocus();
   edit_.setEnabled(enabled);
   if (!IsWindowEnabled(window_)) EnableWindow(edit_.hWnd(), FALSE);
-  if (focused && !enabled) SetFocus(window_);  // a disabled window must not keep the keyboard
+  if (focused && !enabled) {  // a disabled window must not keep the keyboard
+    SetFocus(window_);
+    if (anotherStopExists()) focusNext(false);
+  } else if (enabled && window_ && GetFocus() == window_) {  // clicked while it was disabled: now it is entered
+    inside_ = false;
+    edit_.focus();
+  }
   repaint();
 }
 
@@ -557,18 +563,20 @@ void EntryControl::enter() {
 // around for ever.
 bool EntryControl::anotherStopExists() const {
   const HWND form = GetAncestor(window_, GA_ROOT);
-  for (HWND stop = GetNextDlgTabItem(form, window_, FALSE); stop && stop != window_;
-       stop = GetNextDlgTabItem(form, stop, FALSE)) {
-    const bool disabledField = GetClassLongPtrW(stop, GCLP_WNDPROC) == GetClassLongPtrW(window_, GCLP_WNDPROC) &&
-                               !reinterpret_cast<const EntryControl*>(GetWindowLongPtrW(stop, 0))->Enabled();
-    if (!disabledField) return true;
-  }
+  const HWND first = GetNextDlgTabItem(form, window_, FALSE);
+  HWND stop = first;
+  do {
+    const bool field = stop && GetClassLongPtrW(stop, GCLP_WNDPROC) == GetClassLongPtrW(window_, GCLP_WNDPROC);
+    const bool disabledField = field && !reinterpret_cast<const EntryControl*>(GetWindowLongPtrW(stop, 0))->Enabled();
+    if (stop && !disabledField) return true;
+    stop = GetNextDlgTabItem(form, stop, FALSE);
+  } while (stop && stop != first && stop != window_);
   return false;
 }
 
 // Nothing may be shown and no focus moved while the system tells that the focus moves: what follows from it is posted.
 void EntryControl::focusLeft(HWND to) const {
-  if (inside_ && isOtherControlOfForm(to)) PostMessageW(window_, kLeave, 0, 0);
+  if (inside_ && isOtherControlOfForm(to)) PostMessageW(window_, kLeave, ValidationLock::held(), 0);
 }
 
 bool EntryControl::isOtherControlOfForm(HWND window) const {
@@ -577,11 +585,13 @@ bool EntryControl::isOtherControlOfForm(HWND window) const {
          GetAncestor(window, GA_ROOT) == form;
 }
 
-void EntryControl::leave() {
+// A focus move that the validation of another field caused starts no second one.
+void EntryControl::leave(bool duringValidation) {
   inside_ = false;
+  typing_ = false;
   edit_.setBackColor(backColor_);
   repaint();
-  Update();
+  if (!duringValidation) Update();
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

@@ -161,7 +161,7 @@ class EntryControl : public std::enable_shared_from_this<EntryControl> {
   bool isOtherControlOfForm(HWND window) const;
   bool anotherStopExists() const;
   void enter();
-  void leave();
+  void leave(bool duringValidation);
   void refuse(const std::wstring& message, const std::wstring& text);
 
   HWND window_ = nullptr;

@@ -34,7 +34,7 @@ class PropertyBag {
   virtual void remove(const std::wstring& key) = 0;
 };
 
-// Saved properties in memory. Keys are the same in the letter case they were written in only.
+// Saved properties in memory; the letter case of keys matters.
 class MemoryPropertyBag : public PropertyBag {
  public:
   Value read(const std::wstring& key, const Value& fallback) const override;

@@ -30,6 +30,18 @@ UniqueBitmap bitmapOf(const std::vector<std::uint32_t>& pixels, int side) {
   return bitmap;
 }
 
+// The mask of an icon, rows of whole 16-bit words: a set bit lets the background through.
+std::vector<std::uint8_t> transparencyMask(const std::vector<std::uint32_t>& pixels, int size) {
+  const std::size_t width = static_cast<std::size_t>(size);
+  const std::size_t rowBytes = (width + 15) / 16 * 2;
+  std::vector<std::uint8_t> mask(rowBytes * width);
+  for (std::size_t i = 0; i < pixels.size(); ++i) {
+    const bool transparent = (pixels[i] >> 24) == 0;
+    if (transparent) mask[i / width * rowBytes + i % width / 8] |= static_cast<std::uint8_t>(0x80 >> (i % width % 8));
+  }
+  return mask;
+}
+
 // How much source pixel `source` counts in target pixel `target` when `from` pixels become `to`.
 double coverage(int source, int target, int from, int to) {
   const double scale = static_cast<double>(from) / to;
@@ -105,7 +117,7 @@ UniqueIcon Picture::icon(int size) const {
     pixel = straight;
   }
   const UniqueBitmap colour = bitmapOf(pixels, size);
-  const UniqueBitmap mask(CreateBitmap(size, size, 1, 1, nullptr));
+  const UniqueBitmap mask(CreateBitmap(size, size, 1, 1, transparencyMask(pixels, size).data()));
   ICONINFO info{TRUE, 0, 0, mask.get(), colour.get()};
   UniqueIcon icon(CreateIconIndirect(&info));
   if (!icon) throw AutomationError(kOutOfMemory);

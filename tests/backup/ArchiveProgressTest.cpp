@@ -62,6 +62,14 @@ TEST_F(ArchiveProgressTest, EachDotIsOneMiBOfTheFile) {
   EXPECT_EQ(after(L" (deflated 60%)\n"), 5 * kMiB + 3);
 }
 
+TEST_F(ArchiveProgressTest, DotsBehindARemarkCountToo) {
+  progress.expect(L"C:\\Prog\\gestion.db", 10 * kMiB);
+  progress.message(L"  adding: Prog/gestion.db (160 bytes security) ...");
+  EXPECT_EQ(3 * kMiB, progress.done());
+  progress.message(L". (deflated 38.5%)\r\n");
+  EXPECT_EQ(10 * kMiB, progress.done());
+}
+
 TEST_F(ArchiveProgressTest, DotsRightBehindTheNameCountToo) {
   progress.expect(L"C:\\Prog\\gestion", 5 * kMiB);
   EXPECT_EQ(after(L"  adding: Prog/gestion.."), 2 * kMiB);

@@ -338,12 +338,19 @@ TEST_F(EngineTest, GrowAppendsToTheArchive) {
   EXPECT_EQ(entriesOf(target()).size(), 2u);
 }
 
+int WINAPI giveComment(char* buffer) {
+  strcpy(buffer, "copia de prueba");
+  return 0;
+}
+
+int WINAPI givePassword(char* buffer, int, const char*, const char*) {
+  strcpy(buffer, "secreto");
+  return 0;
+}
+
 TEST_F(EngineTest, CommentComesFromTheCallback) {
   engine.options.fComment = 1;
-  engine.functions.comment = [](char* buffer) -> int {
-    strcpy(buffer, "copia de prueba");
-    return 0;
-  };
+  engine.functions.comment = giveComment;
   ASSERT_EQ(engine.run(target(), {everything()}), ZP_OK);
   const std::string bytes = readFile(target());
   ASSERT_GT(bytes.size(), 15u);
@@ -354,10 +361,7 @@ TEST_F(EngineTest, PasswordComesFromTheCallbackAndRefusalEndsTheRun) {
   engine.options.fEncrypt = 1;
   EXPECT_EQ(engine.run(target(), {everything()}), ZP_PARMS);
   EXPECT_TRUE(folder.list(L"destino").empty());
-  engine.functions.password = [](char* buffer, int, const char*, const char*) -> int {
-    strcpy(buffer, "secreto");
-    return 0;
-  };
+  engine.functions.password = givePassword;
   ASSERT_EQ(engine.run(target(), {everything()}), ZP_OK) << engine.messages();
   EXPECT_NE(entriesOf(target()).at(stored(L"Datos\\a.txt")).flags & 1, 0);
 }

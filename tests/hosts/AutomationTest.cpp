@@ -7,10 +7,12 @@
 
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <set>
 #include <string>
 
 #include "automation/MCBackup.h"
+#include "platform/Handle.h"
 #include "platform/Module.h"
 #include "platform/RegistryWindows.h"
 #include "platform/Variant.h"

@@ -34,6 +34,7 @@ std::atomic<int> files{0};
 std::atomic<int> runs{0};
 std::atomic<int> depth{0};
 std::atomic<int> deepest{0};
+std::string folder;  // of the files, as their names in the archive begin
 std::function<void()> afterFirstFile;
 
 int WINAPI init(ZIPUSERFUNCTIONS* functions) {
@@ -53,7 +54,7 @@ int WINAPI archive(int, char* path, char**) {
   ++runs;
   deepest = std::max(deepest.load(), ++depth);
   for (int i = 0; i < files; ++i) {
-    say("  adding: " + std::to_string(i) + ".bin (deflated 1%)\r\n");
+    say("  adding: " + folder + std::to_string(i) + ".bin (deflated 1%)\r\n");
     std::this_thread::sleep_for(120ms);  // longer than a tick of the window's timer
     if (i == 0 && afterFirstFile) afterFirstFile();
   }
@@ -110,6 +111,9 @@ class BackupWindow : public testing::Test {
     state_.dataFolder = (root_ / L"Datos" / L"Emp01").wstring() + L"\\";
     state_.BackupKind = kAutomatic;
     slow::files = 0;
+    const std::string data = LocaleWindows().ansiFromText(state_.dataFolder.substr(3));
+    slow::folder.clear();
+    for (const char c : data) slow::folder += c == '\\' ? '/' : c;
     slow::runs = 0;
     slow::deepest = 0;
     slow::afterFirstFile = nullptr;
@@ -170,7 +174,7 @@ TEST_F(BackupWindow, ShowsWhatItDoesWhileItRunsAndHowItEnded) {
     std::this_thread::sleep_for(300ms);
     saveScreenshot(form, L"FBackup-correcta");
     EXPECT_FALSE(state_.finished);
-    pressKey(VK_RETURN);
+    press(form, VK_RETURN);
   });
   EXPECT_TRUE(state_.finished);
   EXPECT_TRUE(fs::exists(target()));
@@ -186,7 +190,7 @@ TEST_F(BackupWindow, ShowsAFailureAndStaysOpen) {
         std::this_thread::sleep_for(300ms);
         saveScreenshot(form, L"FBackup-errores");
         EXPECT_TRUE(IsWindowVisible(form)) << "a failure never closes the window";
-        clickControl(GetDlgItem(form, FBackup_BAceptar));
+        clickOn(form, GetDlgItem(form, FBackup_BAceptar));
       },
       []() -> ZipEngine { throw AutomationError(kFileNotFound, L"VANTO5.DLL"); });
   EXPECT_TRUE(state_.finished);
@@ -202,7 +206,7 @@ TEST_F(BackupWindow, NamesTheKindOfBackup) {
     show([&, expected = text](HWND form) {
       ASSERT_TRUE(finished(form));
       EXPECT_EQ(expected, textOf(form, FBackup_Metodo));
-      clickControl(GetDlgItem(form, FBackup_BAceptar));
+      clickOn(form, GetDlgItem(form, FBackup_BAceptar));
     });
   }
 }
@@ -221,7 +225,7 @@ TEST_F(BackupWindow, StaysOpenAfterAManualBackup) {
     ASSERT_TRUE(finished(form));
     std::this_thread::sleep_for(300ms);
     EXPECT_TRUE(IsWindow(form));
-    clickControl(GetDlgItem(form, FBackup_BAceptar));
+    clickOn(form, GetDlgItem(form, FBackup_BAceptar));
   });
 }
 
@@ -229,7 +233,7 @@ TEST_F(BackupWindow, ATickDuringTheRunStartsNothing) {
   makeFiles(8);
   show([](HWND form) {
     ASSERT_TRUE(finished(form));
-    clickControl(GetDlgItem(form, FBackup_BAceptar));
+    clickOn(form, GetDlgItem(form, FBackup_BAceptar));
   });
   EXPECT_EQ(1, slow::runs);
   EXPECT_EQ(1, slow::deepest);
@@ -252,7 +256,7 @@ TEST_F(BackupWindow, ACloseAskedForInTheMiddleTakesEffectWhenTheRunHasEnded) {
 TEST_F(BackupWindow, ClosingItAnyOtherWaySetsTheFinishedFlag) {
   show([](HWND form) {
     ASSERT_TRUE(finished(form));
-    pressKey(VK_ESCAPE);
+    press(form, VK_ESCAPE);
   });
   EXPECT_TRUE(state_.finished);
 }
@@ -269,7 +273,7 @@ TEST_F(BackupWindow, CannotBeShownTwiceAtOnce) {
   };
   show([](HWND form) {
     ASSERT_TRUE(finished(form));
-    clickControl(GetDlgItem(form, FBackup_BAceptar));
+    clickOn(form, GetDlgItem(form, FBackup_BAceptar));
   });
   EXPECT_EQ(400, number);
 }
@@ -281,32 +285,32 @@ HWND findQuestion(HWND form) {
 }
 
 TEST_F(BackupWindow, ANoToTheReplaceQuestionClosesItAndRecordsNothing) {
-  std::ofstream(target()) << "la copia de esta mañana";
+  std::ofstream(fs::path(target())) << "la copia de esta mañana";
   show([](HWND form) {
     ASSERT_TRUE(waitFor([form] { return findQuestion(form) != nullptr; }));
     const HWND question = findQuestion(form);
     EXPECT_EQ(kTitle, windowText(question));
     saveScreenshot(form, L"FBackup-reemplazar");
-    clickControl(GetDlgItem(question, IDNO));
+    clickOn(question, GetDlgItem(question, IDNO));
   });
   EXPECT_TRUE(state_.finished);
   EXPECT_EQ(0, slow::runs);
   EXPECT_EQ(Value(Empty{}), settings_.read(L"Estado"));
-  std::ifstream kept(target());
+  std::ifstream kept{fs::path(target())};
   std::string content((std::istreambuf_iterator<char>(kept)), {});
   EXPECT_EQ("la copia de esta mañana", content);
 }
 
 TEST_F(BackupWindow, AYesToTheReplaceQuestionMakesTheSetAnew) {
-  std::ofstream(target()) << "la copia de esta mañana";
+  std::ofstream(fs::path(target())) << "la copia de esta mañana";
   show([](HWND form) {
     ASSERT_TRUE(waitFor([form] { return findQuestion(form) != nullptr; }));
-    clickControl(GetDlgItem(findQuestion(form), IDYES));
+    clickOn(form, GetDlgItem(findQuestion(form), IDYES));
     ASSERT_TRUE(finished(form));
-    clickControl(GetDlgItem(form, FBackup_BAceptar));
+    clickOn(form, GetDlgItem(form, FBackup_BAceptar));
   });
   EXPECT_EQ(1, slow::runs);
-  std::ifstream set(target(), std::ios::binary);
+  std::ifstream set(fs::path(target()), std::ios::binary);
   std::string header;
   std::getline(set, header);
   EXPECT_EQ("Programa : Gestion de prueba;", header.substr(0, 29));
@@ -317,7 +321,7 @@ TEST_F(BackupWindow, GivesBackEveryWindowAndDrawingObject) {
     fs::remove(target());
     show([](HWND form) {
       ASSERT_TRUE(finished(form));
-      clickControl(GetDlgItem(form, FBackup_BAceptar));
+      clickOn(form, GetDlgItem(form, FBackup_BAceptar));
     });
   };
   once();

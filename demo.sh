@@ -39,9 +39,11 @@ PYTHONUTF8=1 tools/check-set.py "$set_file" "$DRIVE_C" "$program/Datos/Emp01" "$
 value() { win reg query 'HKLM\Software\Gestion' /v "$1" 2>/dev/null | sed -n "s/^ *$1 *REG_[A-Z]* *//p" | tr -d '\r'; }
 estado=$(value Estado)
 echo "Estado     $estado"
-echo "UltimaCopia $(value UltimaCopia)"
+ultima=$(value UltimaCopia)
+echo "UltimaCopia $ultima"
 sed -n 's/^Terminado=/Terminado  /p' "$BUILD/demo-host.txt" | tr -d '\r'
 [ $show = yes ] || ls "$SCREENSHOTS"/demo-*.png | sed 's/^/picture    /'
 
 [ "$estado" = "Ultima copia de seguridad realizada correctamente" ] || { echo "demo: the run was no success" >&2; exit 1; }
+[[ $ultima == "$(date +%d-%m-%Y)"* ]] || { echo "demo: UltimaCopia is not of today" >&2; exit 1; }
 grep -q '^Terminado=True' "$BUILD/demo-host.txt" || { echo "demo: the host does not see the window as closed" >&2; exit 1; }

@@ -2,8 +2,9 @@
 //
 //   BareEngine [-q] [-u] [-level N] ROOT ARCHIVE NAME...
 //
-// ROOT may be "" for the current folder. Names are archived with their subfolders. Prints the engine's messages (not with
-// -q) and, at the end, its code, how many messages it sent and the milliseconds of the call. Ends with the engine's code.
+// ROOT may be "" for the current folder. Names are archived with their subfolders. Prints the engine's messages (not
+// with -q) and, at the end, its code, how many messages it sent and the milliseconds of the call. Ends with the
+// engine's code.
 #include <windows.h>
 
 #include <cstdio>

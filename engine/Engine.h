@@ -102,7 +102,8 @@ void end();
 bool incomplete();
 
 // Of the entry that is being archived: the flags of its volume (GetVolumeInformation), and its security descriptor.
-// `size`: bytes of the buffer in, of the descriptor out. Answers FALSE, with the reason in GetLastError, if it cannot be had.
+// `size`: bytes of the buffer in, of the descriptor out. Answers FALSE, with the reason in GetLastError, if it cannot
+// be had.
 DWORD volumeFlagsOfCurrent();
 BOOL securityOfCurrent(void* buffer, DWORD* size);
 
@@ -141,11 +142,10 @@ int errnoOf(DWORD error);
 
 extern "C" {
 
-// Of the sources: 0 when names are UTF-16, 1 when they are not, -1 to find out. They would find out from the attributes of
-// the current folder, and be wrong in the root of a drive.
+// Of the sources: 0 when names are UTF-16, 1 when they are not, -1 to find out. They would find out from the attributes
+// of the current folder, and be wrong in the root of a drive.
 extern int no_win32_wide;
 
 // Runs the sources' main function and answers its code, or the code given to qevExit.
 int qevRun(int argc, char** argv);
-
 }

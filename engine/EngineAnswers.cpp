@@ -67,5 +67,7 @@ char* qevFgets(char* to, int size, QevStream* stream) {
 }
 
 // The sources' password prompt.
-char* getp(const char* prompt, char* to, int size) { return answers::askPassword(prompt, to, size); }
+char* getp(const char* prompt, char* to, int size) {
+  return answers::askPassword(prompt, to, size);
+}
 }

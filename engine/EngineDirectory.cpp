@@ -1,8 +1,8 @@
 // The end of the archive: central directory and end record (APPNOTE 4.3.12, 4.3.16).
 //
-// The sources count the directory's bytes by adding up the lengths of the names in the ANSI code page, but write the names
-// in UTF-8, which are longer: the size in their end record would be wrong for every name with an accent. Here the size is
-// what has been written.
+// The sources count the directory's bytes by adding up the lengths of the names in the ANSI code page, but write the
+// names in UTF-8, which are longer: the size in their end record would be wrong for every name with an accent. Here the
+// size is what has been written.
 #include "Engine.h"
 
 struct zlist;
@@ -24,7 +24,9 @@ __int64 directoryEnd = -1;  // where the next header is expected; anywhere else 
 
 namespace qev::engine::directory {
 
-void begin() { directoryEnd = -1; }
+void begin() {
+  directoryEnd = -1;
+}
 
 }  // namespace qev::engine::directory
 

@@ -1,9 +1,10 @@
 // The files that are archived.
 //
-// The sources ask the system for each file's properties again and again: while they collect names, while they choose among
-// them, and when they archive. Here each file costs one open and one close, and the walk of the folders is the only other
-// thing that the system is asked for:
-// - what a folder scan tells about an entry (attributes, size, times) is kept, and answers all questions up to the moment
+// The sources ask the system for each file's properties again and again: while they collect names, while they choose
+// among them, and when they archive. Here each file costs one open and one close, and the walk of the folders is the
+// only other thing that the system is asked for:
+// - what a folder scan tells about an entry (attributes, size, times) is kept, and answers all questions up to the
+// moment
 //   at which the entry is archived;
 // - at that moment the file is opened for reading, and its current size, times and security come from this one handle,
 //   which the sources then read from.
@@ -38,7 +39,8 @@ struct Facts {
   ULONGLONG size;
 };
 
-// ---- What scans told -------------------------------------------------------------------------------------------------
+// ---- What scans told
+// -------------------------------------------------------------------------------------------------
 
 struct Known {
   Known* next;
@@ -143,7 +145,8 @@ bool lookUp(const wchar_t* name, Facts& facts) {
   return true;
 }
 
-// ---- Folder scans ----------------------------------------------------------------------------------------------------
+// ---- Folder scans
+// ----------------------------------------------------------------------------------------------------
 
 struct Scan {
   Scan* next;
@@ -159,7 +162,8 @@ void keepEntry(const Scan* scan, const WIN32_FIND_DATAW& data) {
   keep(keyOf(scan->prefix, scan->prefixLength, data.cFileName), factsOf(data));
 }
 
-// ---- The file being archived -----------------------------------------------------------------------------------------
+// ---- The file being archived
+// -----------------------------------------------------------------------------------------
 
 struct Input {
   HANDLE handle;
@@ -184,11 +188,15 @@ HANDLE openToRead(const wchar_t* path) {
   return CreateFileW(path, GENERIC_READ, shareAll, nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
 }
 
-// An entry of 4 GiB and more needs a larger header, which the sources choose by the file's size; they give up the archive
-// when a file a little smaller grows or deflates to more. So files that come close get the larger header, too.
-void chooseHeader(ULONGLONG size) { force_zip64 = size >= 0xF0000000u && size <= 0xFFFFFFFFu ? 1 : -1; }
+// An entry of 4 GiB and more needs a larger header, which the sources choose by the file's size; they give up the
+// archive when a file a little smaller grows or deflates to more. So files that come close get the larger header, too.
+void chooseHeader(ULONGLONG size) {
+  force_zip64 = size >= 0xF0000000u && size <= 0xFFFFFFFFu ? 1 : -1;
+}
 
-FILETIME fileTime(const LARGE_INTEGER& ticks) { return {ticks.LowPart, static_cast<DWORD>(ticks.HighPart)}; }
+FILETIME fileTime(const LARGE_INTEGER& ticks) {
+  return {ticks.LowPart, static_cast<DWORD>(ticks.HighPart)};
+}
 
 // What is true of the open file now. (GetFileInformationByHandle would answer in one call, but asks the volume for its
 // serial number, too, which some systems are slow at.)
@@ -231,7 +239,8 @@ int addInput(HANDLE handle) {
   return -1;
 }
 
-// ---- Volumes ---------------------------------------------------------------------------------------------------------
+// ---- Volumes
+// ---------------------------------------------------------------------------------------------------------
 
 // The volume asked about last: the sources ask for every file, and few runs span volumes.
 struct Volume {
@@ -290,7 +299,8 @@ void rootOf(const wchar_t* path, wchar_t (&root)[MAX_PATH + 2]) {
   root[length] = 0;
 }
 
-// ---- Times -----------------------------------------------------------------------------------------------------------
+// ---- Times
+// -----------------------------------------------------------------------------------------------------------
 
 constexpr ULONGLONG ticksPerSecond = 10000000;
 constexpr ULONGLONG unixEpoch = 116444736000000000;  // 1970-01-01 in ticks since 1601
@@ -339,7 +349,8 @@ void describe(const wchar_t* name, const Facts& facts, struct _stati64* result) 
   result->st_ctime = isSet(facts.created) ? convert(facts.created) : result->st_mtime;
 }
 
-// ---- Privileges ------------------------------------------------------------------------------------------------------
+// ---- Privileges
+// ------------------------------------------------------------------------------------------------------
 
 HANDLE token = nullptr;
 TOKEN_PRIVILEGES formerPrivileges;
@@ -355,10 +366,9 @@ void takePrivilege(const wchar_t* name) {
   wanted.Privileges[0].Attributes = SE_PRIVILEGE_ENABLED;
   DWORD size = sizeof formerPrivileges;
   formerPrivileges.PrivilegeCount = 0;
-  readsSystemAcl =
-      LookupPrivilegeValueW(nullptr, name, &wanted.Privileges[0].Luid) &&
-      AdjustTokenPrivileges(token, FALSE, &wanted, sizeof formerPrivileges, &formerPrivileges, &size) &&
-      GetLastError() == ERROR_SUCCESS;
+  readsSystemAcl = LookupPrivilegeValueW(nullptr, name, &wanted.Privileges[0].Luid) &&
+                   AdjustTokenPrivileges(token, FALSE, &wanted, sizeof formerPrivileges, &formerPrivileges, &size) &&
+                   GetLastError() == ERROR_SUCCESS;
 }
 
 void returnPrivilege() {
@@ -396,7 +406,9 @@ void end() {
   returnPrivilege();
 }
 
-bool incomplete() { return somethingMissed; }
+bool incomplete() {
+  return somethingMissed;
+}
 
 int openInput(const wchar_t* name) {
   HANDLE handle;
@@ -500,8 +512,8 @@ BOOL securityOfCurrent(void* buffer, DWORD* size) {
   HANDLE own = INVALID_HANDLE_VALUE;
   if (readsSystemAcl) wanted |= SACL_SECURITY_INFORMATION;
   if (pending == INVALID_HANDLE_VALUE || readsSystemAcl) {
-    own = CreateFileW(paths::native(pendingName), READ_CONTROL | (readsSystemAcl ? ACCESS_SYSTEM_SECURITY : 0), shareAll,
-                      nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    own = CreateFileW(paths::native(pendingName), READ_CONTROL | (readsSystemAcl ? ACCESS_SYSTEM_SECURITY : 0),
+                      shareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
     if (own == INVALID_HANDLE_VALUE) return FALSE;
     handle = own;
   }
@@ -524,21 +536,27 @@ using namespace qev::engine;
 
 extern "C" {
 
-int qevOpenInputW(const wchar_t* name) { return files::openInput(name); }
+int qevOpenInputW(const wchar_t* name) {
+  return files::openInput(name);
+}
 
 int qevOpenInput(const char* name) {
   static wchar_t wide[32768];
   return files::widen(name, wide, 32768) ? files::openInput(wide) : -1;
 }
 
-int qevRead(int file, void* to, unsigned size) { return files::read(file, to, size); }
+int qevRead(int file, void* to, unsigned size) {
+  return files::read(file, to, size);
+}
 
 int qevClose(int file) {
   files::closeInput(file);
   return 0;
 }
 
-HANDLE qevFindFirst(const wchar_t* pattern, WIN32_FIND_DATAW* data) { return files::findFirst(pattern, data); }
+HANDLE qevFindFirst(const wchar_t* pattern, WIN32_FIND_DATAW* data) {
+  return files::findFirst(pattern, data);
+}
 
 BOOL qevFindNext(HANDLE scan, WIN32_FIND_DATAW* data) {
   return files::findNext(static_cast<files::Scan*>(scan), data);
@@ -558,7 +576,9 @@ BOOL qevSetAttributes(const wchar_t* name, DWORD attributes) {
   return SetFileAttributesW(paths::native(name), attributes);
 }
 
-int qevStatW(const wchar_t* name, struct _stati64* result) { return files::stat(name, result) ? 0 : -1; }
+int qevStatW(const wchar_t* name, struct _stati64* result) {
+  return files::stat(name, result) ? 0 : -1;
+}
 
 // The sources ask in this form about the archive only; nothing is kept of it.
 int qevStat(const char* name, struct _stati64* result) {
@@ -574,9 +594,13 @@ int qevStat(const char* name, struct _stati64* result) {
 }
 
 // The sources' own names for the two, which would open the file once more for its times.
-int zstat_zipwin32(const char* name, struct _stati64* result) { return qevStat(name, result); }
+int zstat_zipwin32(const char* name, struct _stati64* result) {
+  return qevStat(name, result);
+}
 
-int zstat_zipwin32w(const wchar_t* name, struct _stati64* result) { return qevStatW(name, result); }
+int zstat_zipwin32w(const wchar_t* name, struct _stati64* result) {
+  return qevStatW(name, result);
+}
 
 BOOL qevVolumeW(const wchar_t* root, DWORD* longestName, DWORD* flags) {
   wchar_t full[MAX_PATH + 2];

@@ -29,7 +29,9 @@ void* resize(void* block, size_t size) {
   return moved;
 }
 
-void release(void* block) { HeapFree(heap, 0, block); }
+void release(void* block) {
+  HeapFree(heap, 0, block);
+}
 
 }  // namespace qev::engine::memory
 
@@ -37,7 +39,9 @@ using namespace qev::engine;
 
 extern "C" {
 
-void* qevMalloc(size_t size) { return memory::allocate(size, 0); }
+void* qevMalloc(size_t size) {
+  return memory::allocate(size, 0);
+}
 
 void* qevCalloc(size_t count, size_t size) {
   if (size != 0 && count > static_cast<size_t>(-1) / size) return nullptr;

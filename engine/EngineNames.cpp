@@ -31,7 +31,9 @@ bool selectsByName(const char* pattern) {
   return strpbrk(pattern, "*?") != nullptr && strcmp(pattern, "*") != 0 && strcmp(pattern, "*.*") != 0;
 }
 
-bool isDots(const wchar_t* name) { return wcscmp(name, L".") == 0 || wcscmp(name, L"..") == 0; }
+bool isDots(const wchar_t* name) {
+  return wcscmp(name, L".") == 0 || wcscmp(name, L"..") == 0;
+}
 
 // Whether `folder` (with its separator) has a file that the pattern's last part matches.
 bool matches(const char* folder, const char* pattern) {
@@ -50,8 +52,8 @@ bool matches(const char* folder, const char* pattern) {
   return found;
 }
 
-// Adds the pattern for each subfolder of `folder` (with its separator), at any depth. A subfolder whose name the code page
-// cannot express cannot be named to the sources.
+// Adds the pattern for each subfolder of `folder` (with its separator), at any depth. A subfolder whose name the code
+// page cannot express cannot be named to the sources.
 bool addSubfolders(List& list, const char* folder, const char* pattern, int depth) {
   constexpr int deepest = 256;
   if (depth > deepest) return true;

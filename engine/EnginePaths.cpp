@@ -19,7 +19,9 @@ wchar_t joined[2 * longestPath + 8];
 wchar_t full[longestPath + 16];
 wchar_t converted[longestPath + 1];
 
-bool isSeparator(wchar_t character) { return character == L'/' || character == L'\\'; }
+bool isSeparator(wchar_t character) {
+  return character == L'/' || character == L'\\';
+}
 
 size_t rootDriveLength() {
   if (rootFolder[0] != 0 && rootFolder[1] == L':') return 2;

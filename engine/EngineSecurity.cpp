@@ -24,7 +24,9 @@ unsigned long lastPackedSize = 0;
 
 }  // namespace
 
-void begin() { lastPlainSize = lastPackedSize = 0; }
+void begin() {
+  lastPlainSize = lastPackedSize = 0;
+}
 
 unsigned long compress(char* to, unsigned long toSize, char* from, unsigned long fromSize) {
   if (fromSize == lastPlainSize && lastPackedSize <= toSize && memcmp(from, lastPlain, fromSize) == 0) {

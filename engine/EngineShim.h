@@ -1,9 +1,9 @@
 /* What stands between the zip sources and the system.
  *
- * Every zip source is compiled with this header included first. It includes the system headers that the sources use, and
- * then redefines, as macros, whatever they call that leaves something behind in the process (memory, handles, files,
- * console output, environment, signal handlers) or that ends it. The functions behind these names are in the Engine*.cpp
- * files beside this one. The sources themselves stay as they were published.
+ * Every zip source is compiled with this header included first. It includes the system headers that the sources use,
+ * and then redefines, as macros, whatever they call that leaves something behind in the process (memory, handles,
+ * files, console output, environment, signal handlers) or that ends it. The functions behind these names are in the
+ * Engine*.cpp files beside this one. The sources themselves stay as they were published.
  */
 #ifndef QEV_ENGINE_SHIM_H
 #define QEV_ENGINE_SHIM_H

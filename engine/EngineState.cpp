@@ -2,7 +2,8 @@
 //
 // The linker lays out the data of the object files in the order of its command line, so all of it lies between the two
 // marker objects (StateFirst.c, StateLast.c). Its initial values are kept when the DLL is loaded and given back before
-// each run. Whether the markers enclose exactly the sources' data is checked when the DLL is built (CheckEngineState.cmake).
+// each run. Whether the markers enclose exactly the sources' data is checked when the DLL is built
+// (CheckEngineState.cmake).
 #include "Engine.h"
 
 extern "C" {

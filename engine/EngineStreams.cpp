@@ -13,10 +13,10 @@ struct QevStream {
   StreamKind kind = StreamKind::file;
   HANDLE handle = INVALID_HANDLE_VALUE;
   unsigned char* buffer = nullptr;
-  ULONGLONG bufferAt = 0;   // offset in the file of the buffer's first byte
-  size_t bufferUsed = 0;    // bytes of the buffer that are valid
-  bool dirty = false;       // these bytes are still to be written
-  ULONGLONG position = 0;   // offset in the file of the next byte
+  ULONGLONG bufferAt = 0;  // offset in the file of the buffer's first byte
+  size_t bufferUsed = 0;   // bytes of the buffer that are valid
+  bool dirty = false;      // these bytes are still to be written
+  ULONGLONG position = 0;  // offset in the file of the next byte
   bool failed = false;
   bool atEnd = false;
   bool isArchiveProbe = false;
@@ -37,33 +37,24 @@ int errnoOf(DWORD error) {
     case ERROR_BAD_NETPATH:
     case ERROR_BAD_NET_NAME:
     case ERROR_INVALID_DRIVE:
-    case ERROR_FILENAME_EXCED_RANGE:
-      return ENOENT;
+    case ERROR_FILENAME_EXCED_RANGE: return ENOENT;
     case ERROR_ACCESS_DENIED:
     case ERROR_SHARING_VIOLATION:
     case ERROR_LOCK_VIOLATION:
-    case ERROR_CANNOT_MAKE:
-      return EACCES;
-    case ERROR_WRITE_PROTECT:
-      return EROFS;
+    case ERROR_CANNOT_MAKE: return EACCES;
+    case ERROR_WRITE_PROTECT: return EROFS;
     case ERROR_FILE_EXISTS:
-    case ERROR_ALREADY_EXISTS:
-      return EEXIST;
+    case ERROR_ALREADY_EXISTS: return EEXIST;
     case ERROR_DISK_FULL:
     case ERROR_HANDLE_DISK_FULL:
     case 1295:  // ERROR_DISK_QUOTA_EXCEEDED, which older headers lack
       return ENOSPC;
     case ERROR_NOT_ENOUGH_MEMORY:
-    case ERROR_OUTOFMEMORY:
-      return ENOMEM;
-    case ERROR_TOO_MANY_OPEN_FILES:
-      return EMFILE;
-    case ERROR_DIRECTORY:
-      return ENOTDIR;
-    case ERROR_DIR_NOT_EMPTY:
-      return ENOTEMPTY;
-    default:
-      return EIO;
+    case ERROR_OUTOFMEMORY: return ENOMEM;
+    case ERROR_TOO_MANY_OPEN_FILES: return EMFILE;
+    case ERROR_DIRECTORY: return ENOTDIR;
+    case ERROR_DIR_NOT_EMPTY: return ENOTEMPTY;
+    default: return EIO;
   }
 }
 
@@ -220,7 +211,9 @@ void end() {
   writingArchive = false;
 }
 
-bool writing() { return writingArchive; }
+bool writing() {
+  return writingArchive;
+}
 
 void addTemporary(const wchar_t* path) {
   const size_t length = wcslen(path);
@@ -237,11 +230,11 @@ void releaseTemporary(const wchar_t* path) {
   }
 }
 
-// The system may let a privileged process write to a file that is marked read-only; an archive so marked is meant to stay.
+// The system may let a privileged process write to a file that is marked read-only; an archive so marked is meant to
+// stay.
 bool isProtectedArchive(const wchar_t* path) {
   const DWORD attributes = GetFileAttributesW(path);
-  return paths::isArchive(path) && attributes != INVALID_FILE_ATTRIBUTES &&
-         (attributes & FILE_ATTRIBUTE_READONLY) != 0;
+  return paths::isArchive(path) && attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0;
 }
 
 QevStream* openFile(const char* name, const char* mode) {
@@ -289,7 +282,9 @@ using namespace qev::engine;
 
 extern "C" {
 
-QevStream* qevFopen(const char* path, const char* mode) { return streams::openFile(path, mode); }
+QevStream* qevFopen(const char* path, const char* mode) {
+  return streams::openFile(path, mode);
+}
 
 int qevFclose(QevStream* stream) {
   if (stream == nullptr || stream->kind != StreamKind::file) return 0;
@@ -367,9 +362,13 @@ int qevPrintf(const char* format, ...) {
   return length;
 }
 
-void qevPerror(const char* text) { qevPrintf("%s: %s\n", text, strerror(errno)); }
+void qevPerror(const char* text) {
+  qevPrintf("%s: %s\n", text, strerror(errno));
+}
 
-int qevFflush(QevStream*) { return 0; }  // lines go out when they are complete, files when they are closed
+int qevFflush(QevStream*) {
+  return 0;
+}  // lines go out when they are complete, files when they are closed
 
 int qevSeek(QevStream* stream, __int64 offset, int origin) {
   if (stream->kind != StreamKind::file || stream->handle == INVALID_HANDLE_VALUE) return -1;
@@ -386,16 +385,28 @@ int qevSeek(QevStream* stream, __int64 offset, int origin) {
   return 0;
 }
 
-__int64 qevTell(QevStream* stream) { return static_cast<__int64>(stream->position); }
+__int64 qevTell(QevStream* stream) {
+  return static_cast<__int64>(stream->position);
+}
 
-int qevError(QevStream* stream) { return stream->failed; }
+int qevError(QevStream* stream) {
+  return stream->failed;
+}
 
-int qevEndOfFile(QevStream* stream) { return stream->atEnd; }
+int qevEndOfFile(QevStream* stream) {
+  return stream->atEnd;
+}
 
-void qevClearError(QevStream* stream) { stream->failed = stream->atEnd = false; }
+void qevClearError(QevStream* stream) {
+  stream->failed = stream->atEnd = false;
+}
 
 // The sources' names for seeking in a stream of more than 2 GiB.
-int zfseeko(QevStream* stream, __int64 offset, int origin) { return qevSeek(stream, offset, origin); }
+int zfseeko(QevStream* stream, __int64 offset, int origin) {
+  return qevSeek(stream, offset, origin);
+}
 
-__int64 zftello(QevStream* stream) { return qevTell(stream); }
+__int64 zftello(QevStream* stream) {
+  return qevTell(stream);
+}
 }

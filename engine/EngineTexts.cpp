@@ -2,9 +2,9 @@
 #include "Engine.h"
 
 extern "C" {
-extern char errbuf[];                     // the sources' buffer for error texts
-extern const unsigned qevErrbufSize;      // its size
-extern int unicode_escape_all;            // of the sources: write every foreign character as an escape
+extern char errbuf[];                       // the sources' buffer for error texts
+extern const unsigned qevErrbufSize;        // its size
+extern int unicode_escape_all;              // of the sources: write every foreign character as an escape
 char* wchar_to_utf8_string(wchar_t* name);  // of the sources
 char* wide_char_to_escape_string(unsigned long character);  // of the sources
 }

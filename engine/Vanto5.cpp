@@ -15,7 +15,8 @@ wchar_t rootFolder[longestPath + 1];
 wchar_t archivePath[longestPath + 1];
 char archiveName[2 * longestPath + 8];
 
-// ---- One run at a time -----------------------------------------------------------------------------------------------
+// ---- One run at a time
+// -----------------------------------------------------------------------------------------------
 
 volatile LONG busy = 0;
 DWORD busyThread = 0;
@@ -28,8 +29,9 @@ void endRun() {
   memory::end();
 }
 
-// Takes the engine for a run whose frame is at `frame`. A run that was left by an exception of its host, past the engine's
-// frames, still counts as busy: it is over when the same thread comes back with a stack that no longer reaches its frame.
+// Takes the engine for a run whose frame is at `frame`. A run that was left by an exception of its host, past the
+// engine's frames, still counts as busy: it is over when the same thread comes back with a stack that no longer reaches
+// its frame.
 bool take(ULONG_PTR frame) {
   if (InterlockedCompareExchange(&busy, 1, 0) != 0) {
     const bool abandoned = busyThread == GetCurrentThreadId() && frame >= busyFrame;
@@ -54,7 +56,8 @@ class RunGuard {
   }
 };
 
-// ---- The command line that the sources take --------------------------------------------------------------------------
+// ---- The command line that the sources take
+// --------------------------------------------------------------------------
 
 class Arguments {
  public:
@@ -127,7 +130,8 @@ void addOptions(Arguments& arguments) {
   if (const char* const level = levelOption()) arguments.add(level);
 }
 
-// ---- Archive and root ------------------------------------------------------------------------------------------------
+// ---- Archive and root
+// ------------------------------------------------------------------------------------------------
 
 void printError(const char* what, const char* detail) {
   messages::write("zip error: ", 11);
@@ -240,7 +244,9 @@ int WINAPI ZpInit(ZIPUSERFUNCTIONS* functions) {
   return 1;
 }
 
-BOOL WINAPI ZpSetOptions(ZPOPT* wanted) { return wanted != nullptr && busy == 0 && setOptions(*wanted) ? TRUE : FALSE; }
+BOOL WINAPI ZpSetOptions(ZPOPT* wanted) {
+  return wanted != nullptr && busy == 0 && setOptions(*wanted) ? TRUE : FALSE;
+}
 
 ZPOPT* WINAPI ZpGetOptions(void) {
   options.fEncryption = TRUE;

@@ -1,21 +1,21 @@
 /* The interface of VANTO5.DLL, the zip engine.
  *
- * VANTO5.DLL is Info-ZIP's zip 3.0 behind the call interface that programs of the zip32 generation declare: they set the
- * callbacks (ZpInit), the options (ZpSetOptions), and archive (ZpArchive). Both the engine and its callers include this
- * header; it is plain C, and every record has the same layout in a C and a C++ translation unit.
+ * VANTO5.DLL is Info-ZIP's zip 3.0 behind the call interface that programs of the zip32 generation declare: they set
+ * the callbacks (ZpInit), the options (ZpSetOptions), and archive (ZpArchive). Both the engine and its callers include
+ * this header; it is plain C, and every record has the same layout in a C and a C++ translation unit.
  *
- * Calling convention. All functions and callbacks are WINAPI: stdcall on x86, the one convention of the platform on x64.
- * The export names are undecorated on both.
+ * Calling convention. All functions and callbacks are WINAPI: stdcall on x86, the one convention of the platform on
+ * x64. The export names are undecorated on both.
  *
  * Code page. Every text that goes in (archive name, file names, root, date) and every text that comes out through a
- * callback is in the ANSI code page of the process (CP_ACP). Names that a wildcard finds on disk and that this code page
- * cannot express are archived all the same, because the engine walks folders in UTF-16; in messages, their foreign
+ * callback is in the ANSI code page of the process (CP_ACP). Names that a wildcard finds on disk and that this code
+ * page cannot express are archived all the same, because the engine walks folders in UTF-16; in messages, their foreign
  * characters appear as "#Uxxxx". In the archive a name that is not pure ASCII is stored as UTF-8 with bit 11 of the
  * general purpose flag set (APPNOTE 4.4.4), others as they are.
  *
  * Threads. The engine keeps one set of options and callbacks for the process and runs one archive at a time. ZpArchive
  * calls the callbacks on its caller's thread. A call of ZpArchive while another is under way, from a callback or from
- * another thread, is refused: it answers ZE_LOGIC (5) and neither prints nor touches anything.
+ * another thread, is refused: it answers ZP_LOGIC (5) and neither prints nor touches anything.
  *
  * Process state. A run changes nothing outside its archive: neither the current folder, nor the environment, signal
  * handlers, locale, standard streams or a privilege of the process stays altered. When ZpArchive returns, whatever the
@@ -44,19 +44,22 @@ extern "C" {
  * A message is one line as the engine prints it, ended by CR LF:
  *   "  adding: Datos/a.txt (deflated 60%)\r\n"
  *   "\tzip warning: name not matched: querty\r\n"
- * While a file of more than one MiB is archived its line comes in pieces, so that the caller knows the file and gets the
- * processor about once per MiB read: "  adding: Datos/big.db ", then "." for each MiB, then " (deflated 60%)\r\n".
- * In the same way a scan of folders that takes more than five seconds announces itself ("Scanning files ", "." …).
+ * While a file of more than one MiB is archived its line comes in pieces, so that the caller knows the file and gets
+ * the processor about once per MiB read: "  adding: Datos/big.db ", then "." for each MiB, then " (deflated 60%)\r\n".
+ * In the same way a scan of folders that takes more than five seconds announces itself ("Scanning files ", ".", ...).
+ * On a volume that keeps security descriptors, unless fExtra is set, the name is followed by their size:
+ * "  adding: Datos/a.txt (160 bytes security) (deflated 60%)\r\n".
  */
 typedef int(WINAPI* ZPPRINT)(char* message, unsigned long length);
 
-/* Asks for the password, if fEncrypt is set. Writes at most `size` bytes with the ending zero to `buffer` and answers 0;
- * any other answer ends the run with ZE_PARMS. `prompt` says what is asked for ("Enter password: ", then
- * "Verify password: "), `name` is the archive's name. */
+/* Asks for the password, if fEncrypt is set. Writes at most `size` bytes with the ending zero to `buffer` and answers
+ * 0; any other answer ends the run with ZP_PARMS. `prompt` says what is asked for ("Enter password: ", then "Verify
+ * password: "), `name` is the archive's name. */
 typedef int(WINAPI* ZPPASSWORD)(char* buffer, int size, const char* prompt, const char* name);
 
 /* Asks for the archive's comment, if fComment is set: writes it, ended by a zero byte, to `buffer`, which has
- * ZP_COMMENT_BUFFER bytes and is empty at the call. The answer is ignored; callers differ in what they return (a pointer or a number). */
+ * ZP_COMMENT_BUFFER bytes and is empty at the call. The answer is ignored; callers differ in what they return (a
+ * pointer or a number). */
 typedef int(WINAPI* ZPCOMMENT)(char* buffer);
 
 /* The callbacks. Any of them may be null: messages then go nowhere, a password cannot be had, a comment is empty. */
@@ -66,8 +69,8 @@ typedef struct ZIPUSERFUNCTIONS {
   ZPCOMMENT comment;
 } ZIPUSERFUNCTIONS;
 
-/* The options: 27 flags of 32 bits (0 is off, anything else on, unless said otherwise), then the level and two texts with
- * the natural alignment of the platform. */
+/* The options: 27 flags of 32 bits (0 is off, anything else on, unless said otherwise), then the level and two texts
+ * with the natural alignment of the platform. */
 typedef struct ZPOPT {
   BOOL fSuffix;        /* no effect, as in every engine of this interface */
   BOOL fEncrypt;       /* encrypt the entries; asks the password callback (zip -e) */
@@ -95,10 +98,10 @@ typedef struct ZPOPT {
   BOOL fOffsets;       /* adjust offsets for a self-extracting archive (-A) */
   BOOL fPrivilege;     /* use the backup privileges of the process to read security (-!) */
   BOOL fEncryption;    /* read only: ZpGetOptions sets it when the engine can encrypt */
-  BOOL fRepair;        /* 1: -F, 2: -FF. This engine repairs only into another archive, so it answers ZE_PARMS */
+  BOOL fRepair;        /* 1: -F, 2: -FF. This engine repairs only into another archive, so it answers ZP_PARMS */
   char fLevel;         /* 0: the engine's default, 6. 1 to 9, or '1' to '9': that level. '0': store */
   char* Date;          /* mmddyyyy or yyyy-mm-dd, for fExcludeDate and fIncludeDate */
-  char* szRootDir;     /* folder that relative names start from; null or "" is the current folder, "\" its drive's root */
+  char* szRootDir; /* folder that relative names start from; null or "" is the current folder, "\" its drive's root */
 } ZPOPT;
 
 #if defined(__cplusplus)
@@ -118,29 +121,29 @@ ZP_STATIC_ASSERT(sizeof(ZIPUSERFUNCTIONS) == 3 * sizeof(void*), "three callbacks
 
 /* What ZpArchive answers. The names and numbers are Info-ZIP's (its ziperr.h). */
 enum ZpCode {
-  ZP_OK = 0,      /* everything named is in the archive (names that match nothing are warnings, not errors) */
-  ZP_EOF = 2,     /* the existing archive ends too early */
-  ZP_FORM = 3,    /* the existing archive is no archive, or a broken one */
-  ZP_MEM = 4,     /* out of memory */
-  ZP_LOGIC = 5,   /* internal error, or the engine is busy with another archive */
-  ZP_BIG = 6,     /* an entry is too large */
-  ZP_ABORT = 9,   /* stopped */
-  ZP_TEMP = 10,   /* the temporary file cannot be created or written; also: the disk filled up */
-  ZP_READ = 11,   /* read or seek error in the archive */
-  ZP_NONE = 12,   /* nothing to do: no name matches a file, or (fUpdate, fFreshen) all entries are up to date */
-  ZP_NAME = 13,   /* no archive name, or the archive that was to be changed is missing */
-  ZP_WRITE = 14,  /* the archive cannot be written; also: the disk filled up */
-  ZP_CREAT = 15,  /* the archive cannot be created or replaced */
-  ZP_PARMS = 16,  /* options that contradict each other, a bad date, a root folder that does not exist */
-  ZP_OPEN = 18    /* the archive is complete but for files that could not be read; its messages name them */
+  ZP_OK = 0,     /* everything named is in the archive (names that match nothing are warnings, not errors) */
+  ZP_EOF = 2,    /* the existing archive ends too early */
+  ZP_FORM = 3,   /* the existing archive is no archive, or a broken one */
+  ZP_MEM = 4,    /* out of memory */
+  ZP_LOGIC = 5,  /* internal error, or the engine is busy with another archive */
+  ZP_BIG = 6,    /* an entry is too large */
+  ZP_ABORT = 9,  /* stopped */
+  ZP_TEMP = 10,  /* the temporary file cannot be created or written; also: the disk filled up */
+  ZP_READ = 11,  /* read or seek error in the archive */
+  ZP_NONE = 12,  /* nothing to do: no name matches a file, or (fUpdate, fFreshen) all entries are up to date */
+  ZP_NAME = 13,  /* no archive name, or the archive that was to be changed is missing */
+  ZP_WRITE = 14, /* the archive cannot be written; also: the disk filled up */
+  ZP_CREAT = 15, /* the archive cannot be created or replaced */
+  ZP_PARMS = 16, /* options that contradict each other, a bad date, a root folder that does not exist */
+  ZP_OPEN = 18   /* the archive is complete but for files that could not be read; its messages name them */
 };
 
 /* Sets the callbacks of the runs to come; the record is copied. A null pointer clears them. Answers 1; 0 while a run is
  * under way, and then nothing changes. */
 int WINAPI ZpInit(ZIPUSERFUNCTIONS* functions);
 
-/* Sets the options of the runs to come; the record and its texts are copied. Answers TRUE; FALSE when `options` is null, a
- * run is under way, or there is no memory, and then nothing changes. */
+/* Sets the options of the runs to come; the record and its texts are copied. Answers TRUE; FALSE when `options` is
+ * null, a run is under way, or there is no memory, and then nothing changes. */
 BOOL WINAPI ZpSetOptions(ZPOPT* options);
 
 /* The options in force: a record of the engine's own, valid until the next ZpSetOptions. */

@@ -15,8 +15,9 @@ if [ "$1" = virtual ]; then
   rm -f "$SCREENSHOTS"/demo-*.png
   title=Gestion accept=1 # FBackup_BAceptar
   win build/x64/form-driver.exe shown "$title"
-  sleep 1
+  sleep 0.7
   import -window root "$SCREENSHOTS/demo-1-running.png"
+  win build/x64/form-driver.exe disabled "$title" $accept || { echo "demo: the run had ended before the picture" >&2; exit 1; }
   win build/x64/form-driver.exe enabled "$title" $accept
   sleep 0.5
   import -window root "$SCREENSHOTS/demo-2-finished.png"

@@ -20,7 +20,9 @@ make_locale() {
 wine_env=(LOCPATH="$BUILD/locale" LC_ALL=es_ES.UTF-8 WINEPREFIX="$PREFIX" WINEDEBUG=-all WINEARCH=win64
   WINEDLLOVERRIDES="mscoree,mshtml,winemenubuilder.exe=" QEV_SCREENSHOTS="Z:${SCREENSHOTS//\//\\}")
 
-win() { env "${wine_env[@]}" wine "$@" 2> >(grep -v 'wine32 is missing\|multiarch needs\|dpkg --add-architecture\|apt-get install wine32' >&2); }
+[ ! -d "$BUILD/small-disk" ] || wine_env+=(QEV_SMALL_DISK="Z:${BUILD//\//\\}\\small-disk")
+
+win() { env "${wine_env[@]}" wine "$@" 2> >(grep -v 'wine32 is missing\|multiarch needs\|dpkg --add-architecture\|apt-get install wine32\|FS volume label and serial' >&2); }
 
 # Programs that ran without a display leave a desktop without one behind: the last of them must be gone first.
 on_display() {
@@ -33,6 +35,8 @@ make_prefix() {
   [ -e "$PREFIX/system.reg" ] && return
   echo "making the Wine prefix"
   env "${wine_env[@]}" wineboot -i >/dev/null 2>&1
+  # Fonts of Wine's own that its system folder lacks: captions, message boxes.
+  cp -n /usr/share/wine/fonts/*.ttf "$DRIVE_C/windows/Fonts/"
   # No window manager on the virtual display: Wine draws captions and keeps the focus itself.
   env "${wine_env[@]}" wine reg add 'HKCU\Software\Wine\X11 Driver' /f /v Managed /d N >/dev/null 2>&1
   env "${wine_env[@]}" wineserver -w

@@ -2,6 +2,7 @@
 //
 //   form-driver shown TITLE            waits until the form is there
 //   form-driver enabled TITLE ID       waits until the control can be used
+//   form-driver disabled TITLE ID      succeeds when the control cannot be used now
 //   form-driver click TITLE ID         clicks on the control with the mouse
 //
 // Waits at most two minutes. Exit status 0 when done, 1 when it did not happen, 2 for wrong arguments.
@@ -51,6 +52,7 @@ int wmain(int count, wchar_t** arguments) {
   if (std::wcscmp(verb, L"shown") == 0) return 0;
   const auto control = [&] { return GetDlgItem(findForm(title), id); };
   if (std::wcscmp(verb, L"enabled") == 0) return waitFor([&] { return IsWindowEnabled(control()) != FALSE; }) ? 0 : 1;
+  if (std::wcscmp(verb, L"disabled") == 0) return control() && !IsWindowEnabled(control()) ? 0 : 1;
   if (std::wcscmp(verb, L"click") == 0) return control() && click(control()) ? 0 : 1;
   return 2;
 }

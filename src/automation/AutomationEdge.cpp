@@ -43,9 +43,23 @@ HRESULT hresultOf(const AutomationError& error) {
   return error.number() < 0 ? error.number() : knownNumbers | error.number();
 }
 
-HRESULT raiseToHost(const AutomationError& error) {
-  setErrorObject(error);
+HRESULT raiseToHost(const AutomationError& error) noexcept {
+  try {
+    setErrorObject(error);
+  } catch (const std::exception&) {  // the number alone must do
+  }
   return hresultOf(error);
+}
+
+HRESULT raiseCurrentToHost() noexcept {
+  try {
+    throw;
+  } catch (const AutomationError& error) {
+    return raiseToHost(error);
+  } catch (...) {
+    SetErrorInfo(0, nullptr);
+    return E_OUTOFMEMORY;
+  }
 }
 
 }  // namespace qev

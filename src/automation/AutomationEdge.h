@@ -3,32 +3,33 @@
 
 #include <windows.h>
 
-#include <new>
-
 #include "automation/Library.h"
 #include "platform/AutomationError.h"
+#include "platform/QuietDriveErrors.h"
 
 namespace qev {
 
 // The HRESULT of a number: as it is when negative, else 0x800A0000 + number.
 HRESULT hresultOf(const AutomationError& error);
 
-// Leaves `error` as the thread's error object and returns its HRESULT. CreateErrorInfo, SetErrorInfo.
-HRESULT raiseToHost(const AutomationError& error);
+// Leaves `error` as the thread's error object, where there is memory for it, and returns its HRESULT. CreateErrorInfo,
+// SetErrorInfo.
+HRESULT raiseToHost(const AutomationError& error) noexcept;
 
-// Runs the body of a member: the library stays loaded meanwhile, and no exception passes.
+// The answer for an exception that is being handled.
+HRESULT raiseCurrentToHost() noexcept;
+
+// Runs the body of a member: the library stays loaded meanwhile, drives without a disk answer with codes instead of system
+// dialogs, and no exception passes.
 template <typename Body>
 HRESULT automationMember(Body body) {
   const LibraryUse use;
+  const QuietDriveErrors quiet;
   try {
     body();
     return S_OK;
-  } catch (const AutomationError& error) {
-    return raiseToHost(error);
-  } catch (const std::bad_alloc&) {
-    return raiseToHost(AutomationError(kOutOfMemory));
-  } catch (const std::exception&) {
-    return raiseToHost(AutomationError(kInvalidCall));
+  } catch (...) {
+    return raiseCurrentToHost();
   }
 }
 

@@ -71,9 +71,17 @@ STDAPI DllCanUnloadNow() {
 }
 
 STDAPI DllRegisterServer() {
-  return qev::registerServer();
+  try {
+    return qev::registerServer();
+  } catch (...) {
+    return qev::raiseCurrentToHost();
+  }
 }
 
 STDAPI DllUnregisterServer() {
-  return qev::unregisterServer();
+  try {
+    return qev::unregisterServer();
+  } catch (...) {
+    return qev::raiseCurrentToHost();
+  }
 }

@@ -35,9 +35,10 @@ void assignRegistro(const std::wstring& keyPath) {
 
 void makeBackup(BackupKindValue kind, const std::wstring& folder) {
   Library& shared = library();
+  if (!shared.state.formsShown.empty()) throw AutomationError(kFormAlreadyShown);  // the host called from within a run
   shared.state.BackupKind = kind;
   const SetFormat sets(shared.platform, shared.state);
-  FBackup window(shared.platform, shared.state, shared.settings);
+  FBackup window(shared.platform, shared.state);
   window.RutaDestino = folder + sets.datedFileName(shared.platform.clock.now());
   window.showModal();
 }
@@ -84,7 +85,8 @@ HRESULT MCBackup::GetTypeInfo(UINT index, LCID, ITypeInfo** info) {
   return index == 0 ? interfaceTypeInfo(info) : DISP_E_BADINDEX;
 }
 
-HRESULT MCBackup::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) {
+HRESULT MCBackup::GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID, DISPID* ids) {
+  if (reserved != IID_NULL) return DISP_E_UNKNOWNINTERFACE;
   ITypeInfo* info = nullptr;
   HRESULT result = interfaceTypeInfo(&info);
   if (FAILED(result)) return result;
@@ -93,8 +95,9 @@ HRESULT MCBackup::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPI
   return result;
 }
 
-HRESULT MCBackup::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* arguments, VARIANT* result,
+HRESULT MCBackup::Invoke(DISPID id, REFIID reserved, LCID, WORD flags, DISPPARAMS* arguments, VARIANT* result,
                          EXCEPINFO* exception, UINT* wrongArgument) {
+  if (reserved != IID_NULL) return DISP_E_UNKNOWNINTERFACE;
   ITypeInfo* info = nullptr;
   HRESULT outcome = interfaceTypeInfo(&info);
   if (FAILED(outcome)) return outcome;

@@ -1,12 +1,18 @@
 #include "automation/TypeLibrary.h"
 
+#include <exception>
+
 #include "IMCBackup.h"
 #include "platform/Module.h"
 
 namespace qev {
 
 HRESULT loadOwnTypeLibrary(ITypeLib** typeLibrary) {
-  return LoadTypeLibEx(modulePath().c_str(), REGKIND_NONE, typeLibrary);
+  try {
+    return LoadTypeLibEx(modulePath().c_str(), REGKIND_NONE, typeLibrary);
+  } catch (const std::exception&) {
+    return E_OUTOFMEMORY;
+  }
 }
 
 HRESULT interfaceTypeInfo(ITypeInfo** info) {

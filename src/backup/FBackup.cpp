@@ -21,11 +21,8 @@ const wchar_t* methodText(std::uint8_t kind) {
 
 }  // namespace
 
-FBackup::FBackup(Platform& platform, LibraryState& state, SettingsStore& settings, CZipFiles::EngineLoader loadEngine)
-    : ModalForm(L"FBACKUP", platform, state),
-      state_(state),
-      settings_(settings),
-      loadEngine_(std::move(loadEngine)) {}
+FBackup::FBackup(Platform& platform, LibraryState& state, CZipFiles::EngineLoader loadEngine)
+    : ModalForm(L"FBACKUP", platform, state), state_(state), loadEngine_(std::move(loadEngine)) {}
 
 void FBackup::load() {
   Metodo_ = &textBox(FBackup_Metodo, L"Metodo");
@@ -49,18 +46,27 @@ void FBackup::load() {
 
   showBusy(true);
   Metodo_->setText(methodText(state_.BackupKind));
-  SetTimer(window(), FBackup_Tiempo, kTickMilliseconds, nullptr);
+  if (!SetTimer(window(), FBackup_Tiempo, kTickMilliseconds, nullptr)) throw AutomationError(kOutOfMemory);
 }
 
 void FBackup::timer(UINT_PTR id) {
   if (id == FBackup_Tiempo) Tiempo_Timer();
 }
 
+// The run works on the values of its start: while the engine lets messages through, the host may assign others.
 void FBackup::Tiempo_Timer() {
   if (running_) return;
   running_ = true;
-  BackupRun(platform(), state_, settings_, *this, loadEngine_).HacerCopia(RutaDestino);
+  LibraryState atStart = state_;
+  SettingsStore settings(platform().registry, atStart.settingsKey);
+  try {
+    BackupRun(platform(), atStart, settings, *this, loadEngine_).HacerCopia(RutaDestino);
+  } catch (const std::exception&) {  // out of memory even for the failure text: the window must not stay locked
+    stopTimer();
+    showFailure(L"");
+  }
   running_ = false;
+  state_.currentSet = atStart.currentSet;
   if (closeAsked_) closeForm();
 }
 
@@ -79,6 +85,7 @@ bool FBackup::mayClose() {
 }
 
 void FBackup::unload() {
+  Metodo_ = TOrigen_ = TDestino_ = nullptr;  // a run may still be writing to them
   state_.finished = true;
 }
 
@@ -88,11 +95,11 @@ void FBackup::showBusy(bool busy) {
 }
 
 void FBackup::showOrigin(const std::wstring& text) {
-  TOrigen_->setText(text);
+  if (TOrigen_) TOrigen_->setText(text);
 }
 
 void FBackup::showDestination(const std::wstring& text) {
-  TDestino_->setText(text);
+  if (TDestino_) TDestino_->setText(text);
 }
 
 void FBackup::showResult(const std::wstring& text) {
@@ -116,7 +123,7 @@ void FBackup::showFailure(const std::wstring& text) {
 void FBackup::showOutcome(const wchar_t* picture, const wchar_t* line, const std::wstring& text) {
   try {
     ImgResultado_ = Picture(picture);
-  } catch (const AutomationError&) {  // the texts tell the outcome without it
+  } catch (const std::exception&) {  // the texts tell the outcome without it
   }
   InvalidateRect(control(FBackup_ImgResultado), nullptr, TRUE);
   setText(FBackup_ESalida, line);

@@ -13,7 +13,6 @@
 #include "controls/UTextBox.h"
 #include "platform/Platform.h"
 #include "resources/Picture.h"
-#include "settings/SettingsStore.h"
 #include "zip/CZipFiles.h"
 
 namespace qev {
@@ -21,8 +20,7 @@ namespace qev {
 class FBackup final : public ModalForm, private BackupRunView {
  public:
   // REQUIRES: all references outlive the window.
-  FBackup(Platform& platform, LibraryState& state, SettingsStore& settings,
-          CZipFiles::EngineLoader loadEngine = loadZipEngine);
+  FBackup(Platform& platform, LibraryState& state, CZipFiles::EngineLoader loadEngine = loadZipEngine);
 
   std::wstring RutaDestino;  // target path of the run
 
@@ -56,7 +54,6 @@ class FBackup final : public ModalForm, private BackupRunView {
   RECT headingBand() const;
 
   LibraryState& state_;
-  SettingsStore& settings_;
   CZipFiles::EngineLoader loadEngine_;
   UTextBox* Metodo_ = nullptr;
   UTextBox* TOrigen_ = nullptr;

@@ -1,6 +1,6 @@
 #include "backup/HacerCopia.h"
 
-#include <new>
+#include <exception>
 
 #include "backup/ArchiveProgress.h"
 #include "backup/DiskCopy.h"
@@ -14,7 +14,7 @@ constexpr wchar_t kLine[] = L"\r\n";
 
 // The last line of the engine's messages that says something.
 std::wstring lastLine(const std::wstring& messages) {
-  const auto end = messages.find_last_not_of(L"\r\n ");
+  const auto end = messages.find_last_not_of(L"\r\n\t ");
   if (end == std::wstring::npos) return {};
   const auto begin = messages.find_last_of(L"\r\n", end);
   const auto from = begin == std::wstring::npos ? 0 : begin + 1;
@@ -42,7 +42,7 @@ void BackupRun::HacerCopia(const std::wstring& RutaDestino) {
     if (outcome == Outcome::Cancelled) fail(0, L"");
   } catch (const AutomationError& error) {
     fail(error.number(), error.description());
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
     fail(kOutOfMemory, describeError(kOutOfMemory));
   }
 }
@@ -60,8 +60,7 @@ BackupRun::Outcome BackupRun::makeSet() {
   view_.showOrigin(L" Datos del programa");
   view_.showDestination(L" " + displayPath_);
   view_.showResult(L" Realizando copia de seguridad...");
-  archive();
-  stamp();
+  archiveAndStamp();
   view_.showBusy(false);
   if (!copyToDisks()) return Outcome::Cancelled;
   succeed();
@@ -82,6 +81,20 @@ bool BackupRun::mayReplace() {
 // The folder two levels above the data folder.
 std::wstring BackupRun::programFolder() const {
   return parentFolderName(parentFolderName(state_.dataFolder));
+}
+
+// What fails before the header is on leaves nothing under the name of a set.
+void BackupRun::archiveAndStamp() {
+  try {
+    archive();
+    stamp();
+  } catch (...) {
+    try {
+      if (platform_.files.fileExists(workingPath_)) platform_.files.deleteFile(workingPath_, true);
+    } catch (const AutomationError&) {  // the error that led here is the one to show
+    }
+    throw;
+  }
 }
 
 void BackupRun::archive() {
@@ -136,7 +149,8 @@ void BackupRun::succeed() {
 
 void BackupRun::finishSuccessfulRun() {
   if (numericSetting(L"Copia") == 2) CalcularProximaCopia(settings_, platform_.clock, platform_.locale);
-  if (state_.BackupKind != kManual && numericSetting(L"Cerrar") == 1) view_.close();
+  const bool unattended = state_.BackupKind == kAutomatic || state_.BackupKind == kScheduled;
+  if (unattended && numericSetting(L"Cerrar") == 1) view_.close();
 }
 
 // Whatever else fails here must not hide the failure that is to be shown.
@@ -147,7 +161,7 @@ void BackupRun::fail(std::int32_t number, const std::wstring& description) {
   view_.showFailure(text);
   try {
     settings_.write(L"Estado", text);
-  } catch (const AutomationError&) {
+  } catch (const std::exception&) {
   }
   platform_.sound.beep();
   view_.stopTimer();
@@ -156,7 +170,7 @@ void BackupRun::fail(std::int32_t number, const std::wstring& description) {
 std::wstring BackupRun::failureText(const std::wstring& error) {
   try {
     if (numericSetting(L"Copia") > 1) return retryText(error);
-  } catch (const AutomationError&) {  // no next moment can be told: the plain text serves
+  } catch (const std::exception&) {  // no next moment can be told: the plain text serves
   }
   return L"No se ha podido realizar la copia de seguridad de " + state_.title + L"." + kLine + kLine + L"Destino: " +
          displayPath_ + kLine + L"Fecha/Hora: " + formatted(platform_.clock.now(), kMoment) + kLine + error;

@@ -45,6 +45,7 @@ class BackupRun {
 
   Outcome makeSet();
   bool mayReplace();
+  void archiveAndStamp();
   void archive();
   void stamp();
   bool copyToDisks();

@@ -26,8 +26,9 @@ std::span<const std::byte> asBytes(std::string_view text) {
   return std::as_bytes(std::span(text.data(), text.size()));
 }
 
-// Copies at most `count` bytes; returns how many there were.
-std::uint64_t copyBytes(FileReader& from, FileReplacement& to, std::uint64_t count, std::span<std::byte> buffer) {
+// Copies at most `count` bytes; returns how many there were. Windows that wait for their messages get them in between.
+std::uint64_t copyBytes(FileReader& from, FileReplacement& to, std::uint64_t count, std::span<std::byte> buffer,
+                        EventLoop& eventLoop) {
   std::uint64_t copied = 0;
   while (copied < count) {
     const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(buffer.size(), count - copied));
@@ -35,12 +36,13 @@ std::uint64_t copyBytes(FileReader& from, FileReplacement& to, std::uint64_t cou
     if (got == 0) break;
     to.write(buffer.first(got));
     copied += got;
+    eventLoop.yield();
   }
   return copied;
 }
 
-void copyRest(FileReader& from, FileReplacement& to, std::span<std::byte> buffer) {
-  copyBytes(from, to, std::numeric_limits<std::uint64_t>::max(), buffer);
+void copyRest(FileReader& from, FileReplacement& to, std::span<std::byte> buffer, EventLoop& eventLoop) {
+  copyBytes(from, to, std::numeric_limits<std::uint64_t>::max(), buffer, eventLoop);
 }
 
 // Takes the characters of a text file's first item one by one.
@@ -236,7 +238,7 @@ void SetFormat::joinVolumes() {
   const auto joined = platform_.files.replaceFile(workingCopy());
   joined->write(asBytes(headerBytes(set.creationDate, 1, 1, set.directory)));
   for (int i = 1; i <= set.totalVolumes; ++i) {
-    if (const auto piece = openIfPresent(workingPiece(i))) copyRest(*piece, *joined, buffer);
+    if (const auto piece = openIfPresent(workingPiece(i))) copyRest(*piece, *joined, buffer, platform_.eventLoop);
   }
   joined->commit();
 }
@@ -275,7 +277,7 @@ void SetFormat::rewrite(const std::wstring& path, std::string_view header, std::
                         std::span<std::byte> buffer) {
   const auto replacement = platform_.files.replaceFile(path);
   if (!header.empty()) replacement->write(asBytes(header));
-  if (content) copyRest(*content, *replacement, buffer);
+  if (content) copyRest(*content, *replacement, buffer, platform_.eventLoop);
   content.reset();
   replacement->commit();
 }
@@ -288,7 +290,7 @@ void SetFormat::writePieces(const std::wstring& path, FileReader& content, std::
     const auto number = static_cast<std::int16_t>(i);
     const auto piece = platform_.files.replaceFile(stem + std::to_wstring(i));
     piece->write(asBytes(headerBytes(set.creationDate, set.totalVolumes, number, set.directory)));
-    copyBytes(content, *piece, pieceSize, buffer);
+    copyBytes(content, *piece, pieceSize, buffer, platform_.eventLoop);
     piece->commit();
   }
 }

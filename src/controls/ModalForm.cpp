@@ -1,6 +1,7 @@
 #include "controls/ModalForm.h"
 
-#include <algorithm>
+#include <utility>
+#include <vector>
 
 #include "controls/PropertyBag.h"
 #include "controls/UTextBox.h"
@@ -22,6 +23,51 @@ class EntryControlClasses {
   ~EntryControlClasses() { UTextBox::unregisterClass(moduleInstance()); }
 };
 
+// Keeps a form's name among the forms that are open.
+class ShownForm {
+ public:
+  ShownForm(LibraryState& state, const wchar_t* name) : state_(state), name_(name) {
+    if (!state_.formsShown.insert(name_).second) throw AutomationError(kFormAlreadyShown);
+  }
+  ShownForm(const ShownForm&) = delete;
+  ShownForm& operator=(const ShownForm&) = delete;
+  ~ShownForm() { state_.formsShown.erase(name_); }
+
+ private:
+  LibraryState& state_;
+  const std::wstring name_;
+};
+
+// The windows of the host on this thread: one owns the form, which the dialog machinery disables; the others are disabled here
+// as long as the form is shown, so that nothing but the form can be used.
+class HostWindows {
+ public:
+  HostWindows() : owner_(GetActiveWindow()) {
+    EnumThreadWindows(GetCurrentThreadId(), &collect, reinterpret_cast<LPARAM>(this));
+    for (const HWND window : disabled_) EnableWindow(window, FALSE);
+  }
+  HostWindows(const HostWindows&) = delete;
+  HostWindows& operator=(const HostWindows&) = delete;
+  ~HostWindows() {
+    for (const HWND window : disabled_) EnableWindow(window, TRUE);
+  }
+
+  // The active window; where the host is in the background, the first of its windows; null where it has none.
+  HWND owner() const { return owner_; }
+
+ private:
+  static BOOL CALLBACK collect(HWND window, LPARAM self) {
+    auto& windows = *reinterpret_cast<HostWindows*>(self);
+    if (!IsWindowVisible(window) || !IsWindowEnabled(window)) return TRUE;
+    if (!windows.owner_) windows.owner_ = window;
+    if (window != windows.owner_) windows.disabled_.push_back(window);
+    return TRUE;
+  }
+
+  HWND owner_;
+  std::vector<HWND> disabled_;
+};
+
 bool isButtonPress(WPARAM wParam) {
   return HIWORD(wParam) == BN_CLICKED;
 }
@@ -34,12 +80,12 @@ ModalForm::ModalForm(const wchar_t* name, Platform& platform, LibraryState& stat
 ModalForm::~ModalForm() = default;
 
 void ModalForm::showModal() {
-  if (!state_.formsShown.insert(name_).second) throw AutomationError(kFormAlreadyShown);
+  const ShownForm shown(state_, name_);
   const VisualStyles styles;
   const EntryControlClasses classes;
+  const HostWindows windows;
   const INT_PTR result =
-      DialogBoxParamW(moduleInstance(), name_, GetActiveWindow(), &dialogProcedure, reinterpret_cast<LPARAM>(this));
-  state_.formsShown.erase(name_);
+      DialogBoxParamW(moduleInstance(), name_, windows.owner(), &dialogProcedure, reinterpret_cast<LPARAM>(this));
   window_ = nullptr;
   if (loadError_) std::rethrow_exception(std::exchange(loadError_, nullptr));
   if (result == -1) throw AutomationError(kOutOfMemory);
@@ -83,23 +129,28 @@ INT_PTR CALLBACK ModalForm::dialogProcedure(HWND window, UINT message, WPARAM wP
 INT_PTR ModalForm::handle(UINT message, WPARAM wParam, LPARAM lParam) {
   try {
     return dispatch(message, wParam, lParam);
-  } catch (const AutomationError& error) {
+  } catch (...) {
     if (message == WM_INITDIALOG) {
       loadError_ = std::current_exception();
       closeForm();
     } else {
-      showError(error.description());
+      showCurrentError();
     }
-  } catch (const std::exception&) {
-    showError(describeError(kOutOfMemory));
   }
   return TRUE;
 }
 
-void ModalForm::showError(const std::wstring& description) {
+void ModalForm::showCurrentError() noexcept {
   try {
+    std::wstring description = describeError(kOutOfMemory);
+    try {
+      throw;
+    } catch (const AutomationError& error) {
+      description = error.description();
+    } catch (const std::exception&) {  // the library throws no other but for want of memory
+    }
     platform_.messages.show(description, state_.title, message::kOk | message::kExclamation);
-  } catch (const std::exception&) {  // not even a message box can be shown
+  } catch (...) {  // not even a message box can be shown
   }
 }
 

@@ -25,7 +25,7 @@ class ModalForm {
   ModalForm& operator=(const ModalForm&) = delete;
   virtual ~ModalForm();
 
-  // Shows the form over the active window of the calling thread, which is disabled meanwhile, and returns when it has
+  // Shows the form over the active window of the calling thread, and no other window of it can be used; returns when it has
   // closed. Throws 400 when this form is shown already, 7 when the window cannot be made, and what load() throws.
   // DialogBoxParamW.
   void showModal();
@@ -65,7 +65,7 @@ class ModalForm {
   INT_PTR handle(UINT message, WPARAM wParam, LPARAM lParam);
   INT_PTR dispatch(UINT message, WPARAM wParam, LPARAM lParam);
   void start();
-  void showError(const std::wstring& description);
+  void showCurrentError() noexcept;
 
   const wchar_t* name_;
   Platform& platform_;

@@ -19,7 +19,8 @@ VisualStyles::VisualStyles() {
 }
 
 VisualStyles::~VisualStyles() {
-  if (context_) DeactivateActCtx(0, cookie_);
+  // Forced: a host that our message loop called may have left a context of its own on top.
+  if (context_) DeactivateActCtx(DEACTIVATE_ACTCTX_FLAG_FORCE_EARLY_DEACTIVATION, cookie_);
 }
 
 }  // namespace qev

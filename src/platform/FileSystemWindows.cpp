@@ -88,8 +88,14 @@ class Replacement : public FileReplacement {
     keepCreationTime(path_, file_.get());
     if (!FlushFileBuffers(file_.get())) throwLastError(path_);
     file_.reset();
-    if (!moveIntoPlace() && !(allowReplacing() && moveIntoPlace())) throwLastError(path_);
-    committed_ = true;
+    const DWORD attributes = attributesOf(path_);
+    const bool readOnly = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY);
+    if (readOnly) SetFileAttributesW(path_.c_str(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
+    committed_ = moveIntoPlace();
+    if (committed_) return;
+    const DWORD code = GetLastError();
+    if (readOnly) SetFileAttributesW(path_.c_str(), attributes);
+    throwWin32(code, path_);
   }
 
  private:
@@ -100,18 +106,18 @@ class Replacement : public FileReplacement {
            std::to_wstring(counter++) + L".tmp";
   }
 
+  // A scanner or indexer may hold a fresh file for a moment: a few tries over about a second.
   bool moveIntoPlace() const {
-    return MoveFileExW(temporary_.c_str(), path_.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
-  }
-
-  // A read-only file refuses to be replaced.
-  bool allowReplacing() const {
-    const DWORD code = GetLastError();
-    const DWORD attributes = attributesOf(path_);
-    const bool readOnly = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY);
-    if (readOnly && SetFileAttributesW(path_.c_str(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY})) return true;
-    SetLastError(code);
-    return false;
+    constexpr int tries = 6;
+    constexpr DWORD pauseMilliseconds = 200;
+    for (int i = 1;; ++i) {
+      constexpr DWORD flags = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
+      if (MoveFileExW(temporary_.c_str(), path_.c_str(), flags)) return true;
+      const DWORD code = GetLastError();
+      const bool held = code == ERROR_ACCESS_DENIED || code == ERROR_SHARING_VIOLATION;
+      if (!held || i == tries) return SetLastError(code), false;
+      Sleep(pauseMilliseconds);
+    }
   }
 
   std::wstring path_;
@@ -119,6 +125,20 @@ class Replacement : public FileReplacement {
   UniqueFile file_;
   bool committed_ = false;
 };
+
+// What a write changes in a file; all zero when there is none.
+struct FileStamp {
+  std::uint64_t size = 0;
+  std::uint64_t written = 0;  // in units of 100 ns
+  bool operator==(const FileStamp&) const = default;
+};
+
+FileStamp stampOf(const std::wstring& path) {
+  WIN32_FILE_ATTRIBUTE_DATA data{};
+  if (!GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) return {};
+  return {(std::uint64_t{data.nFileSizeHigh} << 32) | data.nFileSizeLow,
+          (std::uint64_t{data.ftLastWriteTime.dwHighDateTime} << 32) | data.ftLastWriteTime.dwLowDateTime};
+}
 
 bool isNavigationEntry(const wchar_t* name) {
   return name[0] == L'.' && (name[1] == L'\0' || (name[1] == L'.' && name[2] == L'\0'));
@@ -150,8 +170,13 @@ void FileSystemWindows::deleteFile(const std::wstring& path, bool force) {
   throwWin32(code, path);
 }
 
+// Not every system takes back what a failed copy has written.
 void FileSystemWindows::copyFile(const std::wstring& from, const std::wstring& to) {
-  if (!CopyFileW(from.c_str(), to.c_str(), FALSE)) throwLastError(fileExists(from) ? to : from);
+  const FileStamp before = stampOf(to);
+  if (CopyFileW(from.c_str(), to.c_str(), FALSE)) return;
+  const DWORD code = GetLastError();
+  if (stampOf(to) != before) DeleteFileW(to.c_str());
+  throwWin32(code, fileExists(from) ? to : from);
 }
 
 std::unique_ptr<FileReader> FileSystemWindows::openForReading(const std::wstring& path) {

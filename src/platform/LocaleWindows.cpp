@@ -84,10 +84,12 @@ bool LocaleWindows::equalIgnoringCase(const std::wstring& a, const std::wstring&
 }
 
 std::string LocaleWindows::ansiFromText(std::wstring_view text) const {
+  // A letter that only looks alike would name another file. UTF-8 has every letter and does not take the flag.
+  const DWORD flags = GetACP() == CP_UTF8 ? 0 : WC_NO_BEST_FIT_CHARS;
   const int length = static_cast<int>(text.size());
-  const int needed = WideCharToMultiByte(CP_ACP, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
+  const int needed = WideCharToMultiByte(CP_ACP, flags, text.data(), length, nullptr, 0, nullptr, nullptr);
   std::string bytes(static_cast<std::size_t>(needed), '\0');
-  WideCharToMultiByte(CP_ACP, 0, text.data(), length, bytes.data(), needed, nullptr, nullptr);
+  WideCharToMultiByte(CP_ACP, flags, text.data(), length, bytes.data(), needed, nullptr, nullptr);
   return bytes;
 }
 

@@ -58,7 +58,7 @@ class EventLoop {
  public:
   virtual ~EventLoop() = default;
 
-  // Dispatches the messages that wait for the calling thread, then returns. A quit message is put back for the loop that
+  // Dispatches the messages that wait for the calling thread, 100 at the most, then returns. A quit message is put back for the loop that
   // it was meant for. PeekMessageW.
   virtual void yield() = 0;
 };

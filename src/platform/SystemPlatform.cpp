@@ -27,22 +27,9 @@ class SystemClock : public Clock {
   }
 };
 
-// While it lives, a drive without a disk answers with an error code instead of a system dialog.
-class QuietDriveErrors {
- public:
-  QuietDriveErrors() { SetThreadErrorMode(GetThreadErrorMode() | SEM_FAILCRITICALERRORS, &old_); }
-  QuietDriveErrors(const QuietDriveErrors&) = delete;
-  QuietDriveErrors& operator=(const QuietDriveErrors&) = delete;
-  ~QuietDriveErrors() { SetThreadErrorMode(old_, nullptr); }
-
- private:
-  DWORD old_ = 0;
-};
-
 class SystemDrives : public Drives {
  public:
   std::optional<DiskFreeSpace> freeSpace(const std::wstring& drive) const override {
-    const QuietDriveErrors quiet;
     const std::string root = LocaleWindows().ansiFromText(drive) + "\\";
     DWORD sectors = 0, bytes = 0, freeClusters = 0, clusters = 0;
     if (!GetDiskFreeSpaceA(root.c_str(), &sectors, &bytes, &freeClusters, &clusters)) return std::nullopt;
@@ -108,8 +95,9 @@ class SystemKeyboard : public Keyboard {
 class SystemEventLoop : public EventLoop {
  public:
   void yield() override {
+    constexpr int most = 100;  // a window that keeps posting to itself must not hold up the caller
     MSG message;
-    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+    for (int i = 0; i < most && PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE); ++i) {
       if (message.message == WM_QUIT) {
         PostQuitMessage(static_cast<int>(message.wParam));
         return;

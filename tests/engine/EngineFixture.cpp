@@ -30,7 +30,9 @@ std::wstring besideTheTest(const wchar_t* name) {
 }
 
 // Lifts the limit on the length of a path.
-std::wstring lifted(const std::wstring& path) { return L"\\\\?\\" + path; }
+std::wstring lifted(const std::wstring& path) {
+  return L"\\\\?\\" + path;
+}
 
 void removeTree(const std::wstring& path) {
   WIN32_FIND_DATAW data;
@@ -96,7 +98,9 @@ std::string Engine::messages() const {
   return all;
 }
 
-bool Engine::said(const std::string& text) const { return messages().find(text) != std::string::npos; }
+bool Engine::said(const std::string& text) const {
+  return messages().find(text) != std::string::npos;
+}
 
 Folder::Folder() {
   wchar_t temporary[MAX_PATH];
@@ -107,7 +111,9 @@ Folder::Folder() {
   CreateDirectoryW(path_.c_str(), nullptr);
 }
 
-Folder::~Folder() { removeTree(path_); }
+Folder::~Folder() {
+  removeTree(path_);
+}
 
 std::wstring Folder::wide(const std::wstring& relative) const {
   return relative.empty() ? path_ : path_ + L"\\" + relative;
@@ -207,9 +213,13 @@ std::string narrow(const std::wstring& text, UINT codePage) {
 
 }  // namespace
 
-std::string utf8(const std::wstring& text) { return narrow(text, CP_UTF8); }
+std::string utf8(const std::wstring& text) {
+  return narrow(text, CP_UTF8);
+}
 
-std::string ansi(const std::wstring& text) { return narrow(text, CP_ACP); }
+std::string ansi(const std::wstring& text) {
+  return narrow(text, CP_ACP);
+}
 
 std::string someText(size_t size) {
   std::string text;

@@ -1,5 +1,5 @@
-// What the tests of the zip engine share: the engine, loaded from beside the test program, a folder of the test's own, and
-// a reader of an archive's directory.
+// What the tests of the zip engine share: the engine, loaded from beside the test program, a folder of the test's own,
+// and a reader of an archive's directory.
 #pragma once
 
 #include <windows.h>
@@ -22,7 +22,8 @@ class Engine {
   Engine(const Engine&) = delete;
   Engine& operator=(const Engine&) = delete;
 
-  // Archives `names` to `archive` and answers the engine's code. The messages of the run replace those of the one before.
+  // Archives `names` to `archive` and answers the engine's code. The messages of the run replace those of the one
+  // before.
   int run(const std::string& archive, const std::vector<std::string>& names);
 
   bool said(const std::string& text) const;

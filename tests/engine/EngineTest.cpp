@@ -51,7 +51,8 @@ HANDLE openExclusively(const std::wstring& path) {
   return CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
 }
 
-// ---- The interface ---------------------------------------------------------------------------------------------------
+// ---- The interface
+// ---------------------------------------------------------------------------------------------------
 
 TEST_F(EngineTest, OptionsReadBackAsTheyWereSet) {
   char date[] = "2024-01-31";
@@ -71,7 +72,9 @@ TEST_F(EngineTest, OptionsReadBackAsTheyWereSet) {
   EXPECT_TRUE(answer->fEncryption);
 }
 
-TEST_F(EngineTest, NullOptionsAreRefused) { EXPECT_FALSE(engine.setOptions(nullptr)); }
+TEST_F(EngineTest, NullOptionsAreRefused) {
+  EXPECT_FALSE(engine.setOptions(nullptr));
+}
 
 TEST_F(EngineTest, RunsWithoutCallbacks) {
   engine.functions = ZIPUSERFUNCTIONS{};
@@ -101,7 +104,8 @@ TEST_F(EngineTest, RelativeArchiveNameIsInTheCurrentFolder) {
   EXPECT_EQ(entriesOf(target()).size(), 1u);
 }
 
-// ---- What is archived ------------------------------------------------------------------------------------------------
+// ---- What is archived
+// ------------------------------------------------------------------------------------------------
 
 TEST_F(EngineTest, StoresEveryFileWithSizeAndChecksum) {
   const std::string large = someText(300000);
@@ -252,7 +256,8 @@ TEST_F(EngineTest, HiddenAndSystemFilesAreTakenOnlyWhenAskedFor) {
   EXPECT_EQ(entriesOf(target()).count(stored(L"Datos\\oculto.txt")), 1u);
 }
 
-// ---- Options ---------------------------------------------------------------------------------------------------------
+// ---- Options
+// ---------------------------------------------------------------------------------------------------------
 
 TEST_F(EngineTest, LevelZeroIsTheDefaultLevelSix) {
   folder.write(L"Datos\\a.txt", someText(200000));
@@ -381,7 +386,8 @@ TEST_F(EngineTest, IncludeDateLeavesOutOlderFiles) {
   EXPECT_EQ(engine.run(target(), {everything()}), ZP_PARMS);
 }
 
-// ---- Messages --------------------------------------------------------------------------------------------------------
+// ---- Messages
+// --------------------------------------------------------------------------------------------------------
 
 TEST_F(EngineTest, SmallFileIsOneMessage) {
   engine.options.fExtra = 1;
@@ -439,7 +445,8 @@ TEST_F(EngineTest, NothingGoesToTheStandardStreams) {
   EXPECT_EQ(readFile(folder / "salida.txt"), "");
 }
 
-// ---- Failures --------------------------------------------------------------------------------------------------------
+// ---- Failures
+// --------------------------------------------------------------------------------------------------------
 
 TEST_F(EngineTest, FileOpenElsewhereExclusivelyIsSkippedAndNamed) {
   folder.write(L"Datos\\ocupado.db", "no");
@@ -556,7 +563,8 @@ TEST_F(EngineTest, DiskThatFillsUpIsAnsweredAndTheOldArchiveStays) {
   EXPECT_EQ(engine.run(target(), {everything()}), ZP_OK);
 }
 
-// ---- Called again ----------------------------------------------------------------------------------------------------
+// ---- Called again
+// ----------------------------------------------------------------------------------------------------
 
 DWORD handleCount() {
   DWORD count = 0;

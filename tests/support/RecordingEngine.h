@@ -1,5 +1,5 @@
-// A zip engine of the tests' own: it writes down what it is handed, and does what the test says in place of archiving. One at a
-// time; for one thread.
+// A zip engine of the tests' own: it writes down what it is handed, and does what the test says in place of archiving.
+// One at a time; for one thread.
 #pragma once
 
 #include <windows.h>

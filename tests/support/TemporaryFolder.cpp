@@ -33,8 +33,10 @@ void removeTree(const std::wstring& path) {
       if (isNavigationEntry(entry.cFileName)) continue;
       const std::wstring inner = path + L"\\" + entry.cFileName;
       SetFileAttributesW(longPath(inner).c_str(), FILE_ATTRIBUTE_NORMAL);
-      if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) removeTree(inner);
-      else DeleteFileW(longPath(inner).c_str());
+      if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
+        removeTree(inner);
+      else
+        DeleteFileW(longPath(inner).c_str());
     } while (FindNextFileW(find.get(), &entry));
   }
   RemoveDirectoryW(longPath(path).c_str());
@@ -48,7 +50,8 @@ std::wstring longPath(const std::wstring& path) {
 
 TemporaryFolder::TemporaryFolder() {
   static int number = 0;
-  path_ = temporaryPath() + L"QevBackupTest" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++number);
+  path_ =
+      temporaryPath() + L"QevBackupTest" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++number);
   removeTree(path_);  // left over from a process of the same number that was stopped
   if (!CreateDirectoryW(path_.c_str(), nullptr)) throw std::runtime_error("no folder for temporary files");
 }
@@ -75,9 +78,9 @@ void TemporaryFolder::write(const std::wstring& relative, std::string_view bytes
 }
 
 std::string TemporaryFolder::bytes(const std::wstring& relative) const {
-  const auto file = validHandle<UniqueFile>(
-      CreateFileW(longPath(*this / relative).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  const auto file = validHandle<UniqueFile>(CreateFileW(longPath(*this / relative).c_str(), GENERIC_READ,
+                                                        FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                                                        FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file) return "<none>";
   std::string all;
   std::array<char, 65536> buffer{};

@@ -138,7 +138,7 @@ class BackupWindow : public testing::Test {
       ASSERT_TRUE(waitFor([] { return findForm() && IsWindowVisible(findForm()); }));
       user(findForm());
     });
-    FBackup window(systemPlatform(), state_, settings_, std::move(engine));
+    FBackup window(systemPlatform(), state_, std::move(engine));
     window.RutaDestino = target();
     window.showModal();
     hands.join();
@@ -266,7 +266,7 @@ TEST_F(BackupWindow, CannotBeShownTwiceAtOnce) {
   std::int32_t number = 0;
   slow::afterFirstFile = [&] {
     try {
-      FBackup(systemPlatform(), state_, settings_, slow::load).showModal();
+      FBackup(systemPlatform(), state_, slow::load).showModal();
     } catch (const AutomationError& error) {
       number = error.number();
     }

@@ -1,5 +1,5 @@
-// The zip writer: its list and properties, what it hands to an engine (one that records), what the engine's callbacks do, where
-// the engine is loaded from, and whole archives made by the real engine and read back.
+// The zip writer: its list and properties, what it hands to an engine (one that records), what the engine's callbacks
+// do, where the engine is loaded from, and whole archives made by the real engine and read back.
 #include "zip/CZipFiles.h"
 
 #include <gmock/gmock.h>
@@ -490,8 +490,8 @@ TEST_F(CZipFilesTest, AnEngineThatCannotBeLoadedIsAnErrorOfMakeZipFileAndTheNext
 
 constexpr char kAnswerVariable[] = "QEV_ENGINE_PROBE";
 
-// Not a test of its own: the tests below run a copy of this program in a folder of theirs to see what loading comes to there. It
-// writes "code <n>" or "error <number>|<source>|<description>" to the file that the variable names.
+// Not a test of its own: the tests below run a copy of this program in a folder of theirs to see what loading comes to
+// there. It writes "code <n>" or "error <number>|<source>|<description>" to the file that the variable names.
 TEST(ZipEngineProbe, DISABLED_AnswersWhatLoadingTheEngineComesTo) {
   const char* answerFile = std::getenv(kAnswerVariable);
   ASSERT_TRUE(answerFile) << "run by other tests only";
@@ -523,8 +523,8 @@ class LoadZipEngineTest : public testing::Test {
 
   static std::string engineBytes() {
     const std::wstring path = parentFolderName(modulePath()) + L"\\VANTO5.DLL";
-    const auto file = validHandle<UniqueFile>(
-        CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const auto file = validHandle<UniqueFile>(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                                          OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file) throw std::runtime_error("VANTO5.DLL is not beside the test program");
     std::string bytes(GetFileSize(file.get(), nullptr), '\0');
     DWORD count = 0;
@@ -808,8 +808,8 @@ TEST_F(ZipRoundTripTest, AUpdateReplacesWhatIsNewerAddsWhatIsNewAndKeepsTheRest)
 
 TEST_F(ZipRoundTripTest, AFileOpenExclusivelyElsewhereIsSkippedWithAMessageAndEverythingElseIsStored) {
   folder.write(L"Datos\\ocupado.txt", "ocupado");
-  const auto lock = validHandle<UniqueFile>(CreateFileW((folder / L"Datos\\ocupado.txt").c_str(), GENERIC_READ, 0, nullptr,
-                                                        OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  const auto lock = validHandle<UniqueFile>(CreateFileW((folder / L"Datos\\ocupado.txt").c_str(), GENERIC_READ, 0,
+                                                        nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
   ASSERT_TRUE(lock);
   zip.AddFile(everything());
   EXPECT_EQ(zip.MakeZipFile(), ZP_OPEN);

@@ -1,0 +1,688 @@
+// One backup run with files, settings, clock, messages and drives of the test's own and an engine that records: every
+// step and every end of it.
+#include "backup/HacerCopia.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "support/FakePlatform.h"
+#include "support/RecordingEngine.h"
+
+namespace qev::test {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+constexpr wchar_t kTarget[] = L"D:\\Copias\\Backup16-11-26.qev";
+constexpr wchar_t kWorkingCopy[] = L"C:\\Trabajo\\temp\\copia.zip";
+constexpr wchar_t kOnFloppy[] = L"A:\\Backup16-11-26.qev";
+constexpr wchar_t kGood[] = L"Ultima copia de seguridad realizada correctamente";
+
+// The header line of the sets of these tests, in code page 1252.
+constexpr char kHeader[] =
+    "Programa : Gestion;Fecha Creaci\xF3n : 16/11/2026;Total de Vol\xFAmenes :1;N\xFAmero de Vol\xFAmen :1;"
+    "Directorio : C:;\r\n";
+
+constexpr wchar_t kSuccess[] =
+    L" La copia de seguridad se ha realizado correctamente.\r\n Origen: Datos del programa Gestion\r\n Destino: ";
+
+// The window, as a list of what the run did to it. Texts follow their name.
+class RecordingView : public BackupRunView {
+ public:
+  std::vector<std::wstring> events;
+  std::vector<int> progress;
+  bool wantsToClose = false;
+
+  void showBusy(bool busy) override { events.emplace_back(busy ? L"busy" : L"idle"); }
+  void showOrigin(const std::wstring& text) override { events.push_back(L"origin:" + text); }
+  void showDestination(const std::wstring& text) override { events.push_back(L"destination:" + text); }
+  void showResult(const std::wstring& text) override { events.push_back(L"result:" + text); }
+  void showProgress(int permille) override { progress.push_back(permille); }
+  void showSuccess(const std::wstring& text) override { events.push_back(L"success:" + text); }
+  void showFailure(const std::wstring& text) override { events.push_back(L"failure:" + text); }
+  void stopTimer() override { events.emplace_back(L"timer stopped"); }
+  void close() override { events.emplace_back(L"closed"); }
+  bool closeAsked() const override { return wantsToClose; }
+
+  bool did(const std::wstring& event) const { return std::find(events.begin(), events.end(), event) != events.end(); }
+
+  // The text of the last event of a name, "<none>" without one.
+  std::wstring textOf(const std::wstring& name) const {
+    const auto found = std::find_if(events.rbegin(), events.rend(),
+                                    [&](const std::wstring& event) { return event.starts_with(name + L":"); });
+    return found == events.rend() ? L"<none>" : found->substr(name.size() + 1);
+  }
+};
+
+class HacerCopiaTest : public testing::Test {
+ protected:
+  HacerCopiaTest() {
+    state.title = L"Gestion";
+    state.dataFolder = L"C:\\Prog\\Datos\\Emp01\\";
+    state.settingsKey = L"Software\\Gestion";
+    state.BackupKind = kAutomatic;
+    fake.files.put(L"C:\\Prog\\Datos\\Emp01\\clientes.db", std::string(600, 'c'));
+    fake.files.put(L"C:\\Prog\\Datos\\Emp01\\Año\\facturas.db", std::string(300, 'f'));
+    fake.files.put(L"C:\\Prog\\Util.mde", std::string(60, 'u'));
+    fake.files.put(L"C:\\Prog\\Gestion.ini", std::string(40, 'i'));
+    fake.files.putFolder(L"D:\\Copias");
+    fake.files.putFolder(L"A:\\");
+    archivesAs("PK archivo");
+  }
+
+  // The engine makes an archive of these bytes and answers `code`.
+  void archivesAs(const std::string& bytes, int code = 0) {
+    engine.whileArchiving = [this, bytes, code](const std::string& archive) {
+      fake.files.put(fake.locale.textFromAnsi(archive), bytes);
+      return code;
+    };
+  }
+
+  // The engine says `message` and makes no archive.
+  void failsToArchive(const std::string& message, int code) {
+    engine.whileArchiving = [this, message, code](const std::string&) {
+      engine.say(message);
+      return code;
+    };
+  }
+
+  void set(const wchar_t* name, const Value& value) { fake.registry.put(state.settingsKey, name, value); }
+  Value setting(const wchar_t* name) { return fake.registry.read(state.settingsKey, name, kLocalMachine); }
+
+  // A schedule that makes 22:00 of the present day the next moment.
+  void scheduleDaily() {
+    set(L"Copia", std::int32_t{2});
+    set(L"Programar", std::wstring(L"Diariamente"));
+    set(L"HoraInicio", std::wstring(L"22:00"));
+    set(L"DDias", std::int32_t{1});
+    set(L"DMes", std::int32_t{1});
+  }
+
+  void run(const std::wstring& target = kTarget) {
+    BackupRun(fake.platform(), state, settings, view, engine.loader()).HacerCopia(target);
+  }
+
+  static std::wstring plainFailure(const std::wstring& target, const std::wstring& error) {
+    return L"No se ha podido realizar la copia de seguridad de Gestion.\r\n\r\nDestino: " + target +
+           L"\r\nFecha/Hora: 16-11-2026 10:30\r\nError: " + error;
+  }
+
+  static std::wstring scheduledFailure(const std::wstring& target, const std::wstring& error, const std::wstring& day,
+                                       const std::wstring& time) {
+    return L"Se ha intentado realizar la copia de seguridad de Gestion sin éxito.\r\n\r\nDestino: " + target +
+           L"\r\nError: " + error + L"\r\n\r\nLa próxima copia de seguridad se realizará el día " + day + L" a las " +
+           time;
+  }
+
+  FakePlatform fake;
+  LibraryState state;
+  SettingsStore settings{fake.registry, state.settingsKey};
+  RecordingView view;
+  RecordingEngine engine;
+};
+
+// --- The run that succeeds ---
+
+TEST_F(HacerCopiaTest, ARunGoesThroughItsStatesInOrder) {
+  run();
+  EXPECT_THAT(view.events,
+              ElementsAre(L"busy", L"origin: Datos del programa", L"destination: D:\\Copias\\Backup16-11-26.qev",
+                          L"result: Realizando copia de seguridad...", L"idle",
+                          std::wstring(L"success:") + kSuccess + kTarget, L"timer stopped"));
+  EXPECT_EQ(fake.sound.beeps, 1);
+  EXPECT_THAT(fake.messages.shown, IsEmpty());
+}
+
+TEST_F(HacerCopiaTest, TheDataFolderTheUtilitiesAndTheHostsSettingsAreArchivedInThisOrder) {
+  run();
+  EXPECT_THAT(engine.names(),
+              ElementsAre("querty", "C:\\Prog\\Datos\\Emp01\\*.*", "C:\\Prog\\Util.mde", "C:\\Prog\\Gestion.ini"));
+}
+
+TEST_F(HacerCopiaTest, SubfoldersAreArchivedAndTheArchiveIsNewAndNotAnUpdate) {
+  run();
+  EXPECT_EQ(engine.options.fRecurse, 2);
+  EXPECT_EQ(engine.options.fUpdate, 0);
+  EXPECT_EQ(engine.root, "\\");
+}
+
+TEST_F(HacerCopiaTest, TheArchiveIsBuiltAtTheTargetItself) {
+  run();
+  EXPECT_EQ(engine.archive, "D:\\Copias\\Backup16-11-26.qev");
+}
+
+TEST_F(HacerCopiaTest, TheDataFolderIsJoinedToItsPatternWithoutASeparatorSoItMustEndInABackslash) {
+  state.dataFolder = L"C:\\Prog\\Datos\\Emp01";
+  run();
+  EXPECT_EQ(engine.names().at(1), "C:\\Prog\\Datos\\Emp01*.*");
+  EXPECT_EQ(engine.names().at(2), "C:\\Prog\\Util.mde");
+}
+
+TEST_F(HacerCopiaTest, ADataFolderOneLevelBelowTheRootHasItsUtilitiesInTheRoot) {
+  state.dataFolder = L"C:\\Gestion\\Datos\\";
+  run();
+  EXPECT_EQ(engine.names().at(2), "C:\\\\Util.mde");
+}
+
+TEST_F(HacerCopiaTest, TheHostsSettingsFileIsNamedAfterTheTitle) {
+  state.title = L"Nóminas";
+  run();
+  EXPECT_EQ(engine.names().at(3), "C:\\Prog\\N\xF3minas.ini");
+}
+
+TEST_F(HacerCopiaTest, TheSetGetsAHeaderOfOneVolumeTheFirstAndTheDriveOfTheDataFolder) {
+  run();
+  EXPECT_EQ(fake.files.bytes(kTarget), std::string(kHeader) + "PK archivo");
+}
+
+TEST_F(HacerCopiaTest, TheDriveInTheHeaderIsThatOfTheDataFolderAndNotOfTheTarget) {
+  state.dataFolder = L"E:\\Prog\\Datos\\Emp01\\";
+  run();
+  EXPECT_THAT(fake.files.bytes(kTarget), HasSubstr("Directorio : E:;\r\n"));
+}
+
+TEST_F(HacerCopiaTest, SuccessIsRecordedWithItsMoment) {
+  run();
+  EXPECT_EQ(setting(L"Estado"), Value(std::wstring(kGood)));
+  EXPECT_EQ(setting(L"UltimaCopia"), Value(std::wstring(L"16-11-2026 10:30")));
+}
+
+TEST_F(HacerCopiaTest, TheMomentsOfASuccessAreThoseOfItsEnd) {
+  fake.clock.set(2026, 11, 16, 23, 59);
+  engine.whileArchiving = [this](const std::string&) {
+    fake.files.put(kTarget, "PK");
+    fake.clock.set(2026, 11, 17, 0, 1);
+    return 0;
+  };
+  run();
+  EXPECT_EQ(setting(L"UltimaCopia"), Value(std::wstring(L"17-11-2026 00:01")));
+  EXPECT_THAT(fake.files.bytes(kTarget), HasSubstr("17/11/2026"));
+}
+
+TEST_F(HacerCopiaTest, TheEnginesCodeIsNotLookedAtWhenThereIsAnArchive) {
+  archivesAs("PK casi todo", 18);
+  run();
+  EXPECT_EQ(view.textOf(L"success"), std::wstring(kSuccess) + kTarget);
+  EXPECT_EQ(fake.files.bytes(kTarget), std::string(kHeader) + "PK casi todo");
+}
+
+TEST_F(HacerCopiaTest, ProgressIsShownByBytesArchived) {
+  engine.whileArchiving = [this](const std::string&) {
+    engine.say("  adding: Prog/Datos/Emp01/clientes.db (deflated 60%)\r\n");
+    engine.say("  adding: Prog/Util.mde (stored 0%)\r\n");
+    fake.files.put(kTarget, "PK");
+    return 0;
+  };
+  run();
+  EXPECT_THAT(view.progress, ElementsAre(600, 660));
+}
+
+TEST_F(HacerCopiaTest, WaitingMessagesOfTheWindowAreLetThroughAtEachEngineMessage) {
+  int yields = 0;
+  engine.whileArchiving = [&](const std::string&) {
+    const int before = fake.eventLoop.yields;
+    engine.say("uno\r\n");
+    engine.say("dos\r\n");
+    yields = fake.eventLoop.yields - before;
+    fake.files.put(kTarget, "PK");
+    return 0;
+  };
+  run();
+  EXPECT_EQ(yields, 2);
+}
+
+// --- A target that exists ---
+
+TEST_F(HacerCopiaTest, ASecondAutomaticRunOnTheSameDayAsksAndNoClosesTheWindowWithoutTouchingAnything) {
+  fake.files.put(kTarget, "la copia de hoy");
+  fake.messages.willAnswer({Answer::No});
+  run();
+  EXPECT_THAT(fake.messages.shown,
+              ElementsAre(FakeMessages::Shown{L"Hoy ya se ha realizado una copia de seguridad, ¿Desea reemplazarla?",
+                                              L"Gestion", message::kYesNo | message::kQuestion}));
+  EXPECT_THAT(view.events, ElementsAre(L"busy", L"timer stopped", L"idle", L"closed"));
+  EXPECT_THAT(fake.registry.writes, IsEmpty());
+  EXPECT_THAT(engine.calls, IsEmpty());
+  EXPECT_EQ(fake.files.bytes(kTarget), "la copia de hoy");
+  EXPECT_EQ(fake.sound.beeps, 0);
+}
+
+TEST_F(HacerCopiaTest, ASecondScheduledRunOnTheSameDayAsksTheSameAndNoTouchesNothing) {
+  state.BackupKind = kScheduled;
+  scheduleDaily();
+  fake.files.put(kTarget, "la copia de hoy");
+  fake.messages.willAnswer({Answer::No});
+  run();
+  EXPECT_EQ(fake.messages.shown.at(0).text, L"Hoy ya se ha realizado una copia de seguridad, ¿Desea reemplazarla?");
+  EXPECT_THAT(fake.registry.writes, IsEmpty());
+  EXPECT_THAT(view.events, ElementsAre(L"busy", L"timer stopped", L"idle", L"closed"));
+}
+
+TEST_F(HacerCopiaTest, AManualRunAsksWhetherTheChosenFileMayBeReplaced) {
+  state.BackupKind = kManual;
+  fake.files.put(kTarget, "otra");
+  fake.messages.willAnswer({Answer::No});
+  run();
+  EXPECT_THAT(fake.messages.shown,
+              ElementsAre(FakeMessages::Shown{L"El nombre del archivo seleccionado ya existe, ¿Desea reemplazarlo?",
+                                              L"Gestion", message::kYesNo | message::kQuestion}));
+}
+
+TEST_F(HacerCopiaTest, AKindThatIsNoneOfTheThreeAsksAsAnAutomaticRunDoes) {
+  state.BackupKind = 7;
+  fake.files.put(kTarget, "otra");
+  fake.messages.willAnswer({Answer::No});
+  run();
+  EXPECT_EQ(fake.messages.shown.at(0).text, L"Hoy ya se ha realizado una copia de seguridad, ¿Desea reemplazarla?");
+}
+
+TEST_F(HacerCopiaTest, YesDeletesTheOldFileBeforeTheEngineRunsAndMakesTheSet) {
+  fake.files.put(kTarget, "la copia de hoy");
+  fake.messages.willAnswer({Answer::Yes});
+  bool oldFileThere = true;
+  engine.whileArchiving = [&](const std::string&) {
+    oldFileThere = fake.files.fileExists(kTarget);
+    fake.files.put(kTarget, "PK nueva");
+    return 0;
+  };
+  run();
+  EXPECT_FALSE(oldFileThere);
+  EXPECT_EQ(fake.files.bytes(kTarget), std::string(kHeader) + "PK nueva");
+  EXPECT_EQ(setting(L"Estado"), Value(std::wstring(kGood)));
+}
+
+TEST_F(HacerCopiaTest, YesDeletesAReadOnlyFileToo) {
+  fake.files.put(kTarget, "la copia de hoy");
+  fake.files.makeReadOnly(kTarget);
+  fake.messages.willAnswer({Answer::Yes});
+  run();
+  EXPECT_EQ(fake.files.bytes(kTarget), std::string(kHeader) + "PK archivo");
+}
+
+TEST_F(HacerCopiaTest, AnOldFileThatCannotBeDeletedEndsInFailureAndStays) {
+  fake.files.put(kTarget, "la copia de hoy");
+  const auto reader = fake.files.openForReading(kTarget);
+  fake.messages.willAnswer({Answer::Yes});
+  run();
+  EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"70-Permiso denegado"));
+  EXPECT_THAT(engine.calls, IsEmpty());
+  EXPECT_EQ(fake.files.bytes(kTarget), "la copia de hoy");
+}
+
+TEST_F(HacerCopiaTest, TheQuestionIsAskedUnderTheHourglassAndBeforeAnyTextIsShown) {
+  fake.files.put(kTarget, "otra");
+  fake.messages.willAnswer({Answer::No});
+  std::vector<std::wstring> before;
+  fake.messages.onShow = [&](const FakeMessages::Shown&) { before = view.events; };
+  run();
+  EXPECT_THAT(before, ElementsAre(L"busy"));
+}
+
+// --- After success ---
+
+TEST_F(HacerCopiaTest, WithScheduledBackupsOnSuccessRecomputesTheNextOne) {
+  scheduleDaily();
+  run();
+  EXPECT_EQ(setting(L"ProximaCopia"), Value(std::wstring(L"16-11-2026 22:00")));
+}
+
+TEST_F(HacerCopiaTest, TheNextOneIsRecomputedAfterTheSuccessIsRecorded) {
+  scheduleDaily();
+  run();
+  ASSERT_EQ(fake.registry.writes.size(), 3u);
+  EXPECT_EQ(fake.registry.writes[0].first, L"Estado");
+  EXPECT_EQ(fake.registry.writes[1].first, L"UltimaCopia");
+  EXPECT_EQ(fake.registry.writes[2].first, L"ProximaCopia");
+}
+
+TEST_F(HacerCopiaTest, CopiaStoredAsTextCountsByItsNumber) {
+  scheduleDaily();
+  set(L"Copia", std::wstring(L"2"));
+  run();
+  EXPECT_EQ(setting(L"ProximaCopia"), Value(std::wstring(L"16-11-2026 22:00")));
+}
+
+TEST_F(HacerCopiaTest, WithoutScheduledBackupsSuccessLeavesTheNextOneAsItIs) {
+  for (const Value& mode : {Value{}, Value(std::int32_t{0}), Value(std::int32_t{1}), Value(std::wstring(L"abc"))}) {
+    set(L"Copia", mode);
+    set(L"ProximaCopia", std::wstring(L"01-01-2027 08:00"));
+    if (fake.files.fileExists(kTarget)) fake.files.deleteFile(kTarget, true);
+    run();
+    EXPECT_EQ(setting(L"ProximaCopia"), Value(std::wstring(L"01-01-2027 08:00")));
+  }
+}
+
+TEST_F(HacerCopiaTest, CerrarClosesTheWindowAfterAnAutomaticSuccess) {
+  set(L"Cerrar", std::int32_t{1});
+  run();
+  EXPECT_EQ(view.events.back(), L"closed");
+  EXPECT_THAT(view.textOf(L"success"), Not(L"<none>"));
+}
+
+TEST_F(HacerCopiaTest, CerrarStoredAsTextClosesToo) {
+  set(L"Cerrar", std::wstring(L"1"));
+  run();
+  EXPECT_EQ(view.events.back(), L"closed");
+}
+
+TEST_F(HacerCopiaTest, CerrarClosesTheWindowAfterAScheduledSuccess) {
+  state.BackupKind = kScheduled;
+  set(L"Cerrar", std::int32_t{1});
+  run();
+  EXPECT_EQ(view.events.back(), L"closed");
+}
+
+TEST_F(HacerCopiaTest, CerrarNeverClosesTheWindowAfterAManualSuccess) {
+  state.BackupKind = kManual;
+  set(L"Cerrar", std::int32_t{1});
+  run();
+  EXPECT_FALSE(view.did(L"closed"));
+}
+
+TEST_F(HacerCopiaTest, AKindThatIsNoneOfTheThreeStaysOpenAsAManualRunDoes) {
+  state.BackupKind = 7;
+  set(L"Cerrar", std::int32_t{1});
+  run();
+  EXPECT_THAT(view.textOf(L"success"), Not(L"<none>"));
+  EXPECT_FALSE(view.did(L"closed"));
+}
+
+TEST_F(HacerCopiaTest, CerrarNeverClosesTheWindowAfterAFailure) {
+  for (const std::uint8_t kind : {kManual, kAutomatic, kScheduled}) {
+    state.BackupKind = kind;
+    set(L"Cerrar", std::int32_t{1});
+    failsToArchive("zip error: disk full\r\n", 14);
+    run();
+    EXPECT_FALSE(view.did(L"closed"));
+  }
+}
+
+TEST_F(HacerCopiaTest, OtherValuesOfCerrarLeaveTheWindowOpen) {
+  for (const Value& value : {Value{}, Value(std::int32_t{0}), Value(std::int32_t{2}), Value(std::wstring(L"no"))}) {
+    set(L"Cerrar", value);
+    if (fake.files.fileExists(kTarget)) fake.files.deleteFile(kTarget, true);
+    run();
+    EXPECT_FALSE(view.did(L"closed"));
+  }
+}
+
+TEST_F(HacerCopiaTest, AScheduleThatCannotBeComputedTurnsSuccessIntoFailureButTheSetAndItsMomentStay) {
+  scheduleDaily();
+  set(L"HoraInicio", std::wstring(L"25:99"));
+  set(L"ProximaCopia", std::wstring(L"01-01-2027 08:00"));
+  set(L"Cerrar", std::int32_t{1});
+  run();
+  const std::wstring text = plainFailure(kTarget, L"13-No coinciden los tipos");
+  EXPECT_EQ(view.textOf(L"failure"), text);
+  EXPECT_EQ(setting(L"Estado"), Value(text));
+  EXPECT_EQ(setting(L"UltimaCopia"), Value(std::wstring(L"16-11-2026 10:30")));
+  EXPECT_EQ(setting(L"ProximaCopia"), Value(std::wstring(L"01-01-2027 08:00")));
+  EXPECT_EQ(fake.files.bytes(kTarget), std::string(kHeader) + "PK archivo");
+  EXPECT_FALSE(view.did(L"closed"));
+}
+
+// --- Failure ---
+
+TEST_F(HacerCopiaTest, FailureWithoutScheduledBackupsIsShownAndRecordedWithTheMomentTheNumberAndTheDescription) {
+  for (const Value& mode : {Value{}, Value(std::int32_t{0}), Value(std::int32_t{1}), Value(std::wstring(L"abc"))}) {
+    set(L"Copia", mode);
+    fake.files.denyWriting(kTarget, kDiskFull);
+    if (fake.files.fileExists(kTarget)) fake.files.deleteFile(kTarget, true);
+    run();
+    EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"61-Disco lleno"));
+    EXPECT_EQ(setting(L"Estado"), Value(plainFailure(kTarget, L"61-Disco lleno")));
+  }
+}
+
+TEST_F(HacerCopiaTest, AFailureEndsIdleWithOneBeepAndTheTimerStopped) {
+  fake.files.denyWriting(kTarget, kDiskFull);
+  run();
+  EXPECT_THAT(view.events,
+              ElementsAre(L"busy", L"origin: Datos del programa", L"destination: D:\\Copias\\Backup16-11-26.qev",
+                          L"result: Realizando copia de seguridad...", L"idle",
+                          L"failure:" + plainFailure(kTarget, L"61-Disco lleno"), L"timer stopped"));
+  EXPECT_EQ(fake.sound.beeps, 1);
+}
+
+TEST_F(HacerCopiaTest, AFailureLeavesTheLastBackupAsItWas) {
+  set(L"UltimaCopia", std::wstring(L"01-10-2026 09:00"));
+  fake.files.denyWriting(kTarget, kDiskFull);
+  run();
+  EXPECT_EQ(setting(L"UltimaCopia"), Value(std::wstring(L"01-10-2026 09:00")));
+  ASSERT_EQ(fake.registry.writes.size(), 1u);
+  EXPECT_EQ(fake.registry.writes[0].first, L"Estado");
+}
+
+TEST_F(HacerCopiaTest, WithScheduledBackupsOnFailureRecomputesTheNextOneAndTellsIt) {
+  scheduleDaily();
+  set(L"ProximaCopia", std::wstring(L"15-11-2026 22:00"));
+  fake.files.denyWriting(kTarget, kDiskFull);
+  run();
+  const std::wstring text = scheduledFailure(kTarget, L"61-Disco lleno", L"16-11-2026", L"22:00");
+  EXPECT_EQ(view.textOf(L"failure"), text);
+  EXPECT_EQ(setting(L"Estado"), Value(text));
+  EXPECT_EQ(setting(L"ProximaCopia"), Value(std::wstring(L"16-11-2026 22:00")));
+}
+
+TEST_F(HacerCopiaTest, WithoutANextOneAFailureTellsThePresentMoment) {
+  scheduleDaily();
+  set(L"Programar", std::wstring(L"Nunca"));
+  fake.files.denyWriting(kTarget, kDiskFull);
+  run();
+  EXPECT_EQ(view.textOf(L"failure"), scheduledFailure(kTarget, L"61-Disco lleno", L"16-11-2026", L"10:30"));
+}
+
+TEST_F(HacerCopiaTest, AnyModeAboveOneTellsTheNextOne) {
+  scheduleDaily();
+  set(L"Copia", std::wstring(L"3"));
+  fake.files.denyWriting(kTarget, kDiskFull);
+  run();
+  EXPECT_EQ(view.textOf(L"failure"), scheduledFailure(kTarget, L"61-Disco lleno", L"16-11-2026", L"22:00"));
+}
+
+TEST_F(HacerCopiaTest, WithAStartTimeThatIsNoneAFailureIsToldWithoutANextOneAndTheSettingsKeepTheirValues) {
+  scheduleDaily();
+  set(L"HoraInicio", std::wstring(L"25:99"));
+  set(L"ProximaCopia", std::wstring(L"01-01-2027 08:00"));
+  fake.files.denyWriting(kTarget, kDiskFull);
+  run();
+  EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"61-Disco lleno"));
+  EXPECT_EQ(setting(L"HoraInicio"), Value(std::wstring(L"25:99")));
+  EXPECT_EQ(setting(L"ProximaCopia"), Value(std::wstring(L"01-01-2027 08:00")));
+}
+
+TEST_F(HacerCopiaTest, SettingsThatRefuseToBeWrittenEndInAFailureThatIsStillShown) {
+  fake.registry.writeError = kPermissionDenied;
+  run();
+  EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"70-Permiso denegado"));
+  EXPECT_EQ(view.textOf(L"success"), L"<none>");
+  EXPECT_EQ(fake.sound.beeps, 1);
+  EXPECT_EQ(view.events.back(), L"timer stopped");
+}
+
+TEST_F(HacerCopiaTest, SettingsThatRefuseToBeWrittenDoNotHideAnEarlierFailure) {
+  scheduleDaily();
+  fake.registry.writeError = kPermissionDenied;
+  fake.files.denyWriting(kTarget, kDiskFull);
+  run();
+  EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"61-Disco lleno"));
+  EXPECT_EQ(fake.sound.beeps, 1);
+  EXPECT_EQ(view.events.back(), L"timer stopped");
+}
+
+TEST_F(HacerCopiaTest, SettingsThatRefuseToBeReadEndInFailure) {
+  fake.registry.readError = kPermissionDenied;
+  run();
+  EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"70-Permiso denegado"));
+  EXPECT_EQ(fake.sound.beeps, 2);  // of the success that was shown first, and of the failure
+}
+
+TEST_F(HacerCopiaTest, AnEngineThatCannotBeLoadedEndsInAFailureThatNamesItsFile) {
+  BackupRun(fake.platform(), state, settings, view, []() -> ZipEngine {
+    throw AutomationError(kFileNotFound, L"VANTO5.DLL");
+  }).HacerCopia(kTarget);
+  EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"53-No se ha encontrado el archivo: VANTO5.DLL"));
+}
+
+TEST_F(HacerCopiaTest, WithoutAnyArchiveTheRunFailsWithTheLastLineOfTheEngine) {
+  failsToArchive("\tzip warning: could not open for writing: D:/Copias\r\nzip error: Could not create output file\r\n",
+                 15);
+  run();
+  EXPECT_EQ(view.textOf(L"failure"),
+            plainFailure(kTarget, std::wstring(L"53-No se ha encontrado el archivo: ") + kTarget +
+                                      L" (zip error: Could not create output file)"));
+  EXPECT_EQ(view.textOf(L"success"), L"<none>");
+  EXPECT_FALSE(fake.files.fileExists(kTarget));
+}
+
+TEST_F(HacerCopiaTest, AnEngineThatLeavesNoArchiveAndSaysNothingDoesNoHarm) {
+  for (const char* message : {"", "\r\n", "\t", " \t\r\n", "sin fin de línea"}) {
+    failsToArchive(message, 12);
+    run();
+    EXPECT_THAT(fake.locale.ansiFromText(view.textOf(L"failure")), HasSubstr("Error: 53-")) << message;
+  }
+}
+
+TEST_F(HacerCopiaTest, AnArchiveThatCannotBeStampedEndsInFailureAndNothingIsLeftUnderTheNameOfASet) {
+  fake.files.denyWriting(kTarget, kDiskFull);
+  run();
+  EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"61-Disco lleno"));
+  EXPECT_FALSE(fake.files.fileExists(kTarget));
+}
+
+TEST_F(HacerCopiaTest, AnArchiveThatCannotEvenBeRemovedDoesNotHideTheErrorThatLedThere) {
+  std::unique_ptr<FileReader> reader;
+  engine.whileArchiving = [&](const std::string&) {
+    fake.files.put(kTarget, "PK");
+    reader = fake.files.openForReading(kTarget);
+    return 0;
+  };
+  fake.files.denyWriting(kTarget, kDiskFull);
+  run();
+  EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"61-Disco lleno"));
+  EXPECT_EQ(fake.files.bytes(kTarget), "PK");
+}
+
+TEST_F(HacerCopiaTest, AFailureBeforeAnyArchiveLeavesNothingUnderTheNameOfASet) {
+  engine.whileArchiving = [this](const std::string&) {
+    fake.files.put(kTarget, "PK a medias");
+    engine.say(std::string(5000, 'x'));  // more than a message may have
+    return 0;
+  };
+  run();
+  EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"9-" + describeError(9)));
+  EXPECT_FALSE(fake.files.fileExists(kTarget));
+}
+
+TEST_F(HacerCopiaTest, WhateverFileOperationFailsTheRunEndsOnceInSuccessOrFailure) {
+  run();
+  const std::size_t operations = fake.files.calls();
+  ASSERT_GT(operations, 3u);
+  for (std::size_t failing = 1; failing <= operations; ++failing) {
+    if (fake.files.fileExists(kTarget)) fake.files.deleteFile(kTarget, true);
+    view.events.clear();
+    fake.sound.beeps = 0;
+    fake.files.failAt(failing, kDeviceInputOutput);
+    run();
+    fake.files.failAt(0);
+    EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"57-" + describeError(57))) << "operation " << failing;
+    EXPECT_EQ(fake.sound.beeps, 1);
+    EXPECT_EQ(view.events.back(), L"timer stopped");
+    EXPECT_EQ(fake.files.openReaders() + fake.files.openReplacements(), 0u);
+  }
+}
+
+TEST_F(HacerCopiaTest, WithoutMemoryTheRunEndsInFailure) {
+  engine.whileArchiving = [](const std::string&) -> int { throw std::bad_alloc(); };
+  run();
+  EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"7-Memoria insuficiente"));
+}
+
+// --- Floppies ---
+
+TEST_F(HacerCopiaTest, ForAFloppyTheArchiveIsBuiltInTheWorkFolderAndTheTargetIsShown) {
+  fake.drives.willReport({FakeDrives::bytesFree(1457664)});
+  fake.messages.willAnswer({Answer::Ok});
+  run(kOnFloppy);
+  EXPECT_EQ(engine.archive, "C:\\Trabajo\\temp\\copia.zip");
+  EXPECT_THAT(view.events,
+              ElementsAre(L"busy", L"origin: Datos del programa", L"destination: A:\\Backup16-11-26.qev",
+                          L"result: Realizando copia de seguridad...", L"idle", L"result: Copiando disco 1 de 1...",
+                          std::wstring(L"success:") + kSuccess + kOnFloppy, L"timer stopped"));
+  EXPECT_EQ(fake.files.bytes(kOnFloppy), "PK archivo");
+  EXPECT_EQ(setting(L"Estado"), Value(std::wstring(kGood)));
+}
+
+TEST_F(HacerCopiaTest, AfterAFloppyRunTheWorkingCopyIsGoneAndThePiecesRemain) {
+  fake.drives.willReport({FakeDrives::bytesFree(1457664)});
+  fake.messages.willAnswer({Answer::Ok});
+  run(kOnFloppy);
+  EXPECT_FALSE(fake.files.fileExists(kWorkingCopy));
+  EXPECT_EQ(fake.files.bytes(std::wstring(kWorkingCopy) + L"1"), "PK archivo");
+}
+
+TEST_F(HacerCopiaTest, ForAFloppyTheReplaceQuestionIsAboutTheWorkingCopyAndNotAboutTheDisk) {
+  fake.files.put(kOnFloppy, "la de ayer");
+  fake.files.put(kWorkingCopy, "resto");
+  fake.messages.willAnswer({Answer::No});
+  run(kOnFloppy);
+  EXPECT_EQ(fake.messages.shown.size(), 1u);
+  EXPECT_THAT(view.events, ElementsAre(L"busy", L"timer stopped", L"idle", L"closed"));
+  EXPECT_EQ(fake.files.bytes(kWorkingCopy), "resto");
+}
+
+TEST_F(HacerCopiaTest, AFileOfTheNameOnTheDiskIsReplacedWithoutAQuestion) {
+  fake.files.put(kOnFloppy, "la de ayer");
+  fake.drives.willReport({FakeDrives::bytesFree(1457664)});
+  fake.messages.willAnswer({Answer::Ok});
+  run(kOnFloppy);
+  EXPECT_EQ(fake.files.bytes(kOnFloppy), "PK archivo");
+}
+
+TEST_F(HacerCopiaTest, ACancelledDiskEndsInFailureWithErrorZeroAndNoDescription) {
+  fake.messages.willAnswer({Answer::Cancel});
+  run(kOnFloppy);
+  EXPECT_EQ(view.textOf(L"failure"), plainFailure(kOnFloppy, L"0-"));
+  EXPECT_EQ(setting(L"Estado"), Value(plainFailure(kOnFloppy, L"0-")));
+  EXPECT_EQ(setting(L"UltimaCopia"), Value{});
+}
+
+TEST_F(HacerCopiaTest, ACancelledDiskWithScheduledBackupsOnTellsTheNextOneWithErrorZero) {
+  scheduleDaily();
+  fake.messages.willAnswer({Answer::Cancel});
+  run(kOnFloppy);
+  EXPECT_EQ(view.textOf(L"failure"), scheduledFailure(kOnFloppy, L"0-", L"16-11-2026", L"22:00"));
+}
+
+TEST_F(HacerCopiaTest, ADriveThatIsNotReadyAndGivenUpWhileItIsMeasuredEndsInFailureWithErrorZero) {
+  fake.drives.willReport({std::nullopt});
+  fake.messages.willAnswer({Answer::Ok, Answer::No});
+  run(kOnFloppy);
+  EXPECT_EQ(view.textOf(L"failure"), plainFailure(kOnFloppy, L"0-"));
+}
+
+TEST_F(HacerCopiaTest, ALowerCaseDriveLetterIsAnOrdinaryFolder) {
+  run(L"a:\\Backup16-11-26.qev");
+  EXPECT_EQ(engine.archive, "a:\\Backup16-11-26.qev");
+  EXPECT_EQ(fake.files.bytes(kOnFloppy), std::string(kHeader) + "PK archivo");
+  EXPECT_THAT(fake.messages.shown, IsEmpty());
+  EXPECT_THAT(fake.drives.queried, IsEmpty());
+}
+
+TEST_F(HacerCopiaTest, OtherRemovableDrivesAreOrdinaryFolders) {
+  fake.files.putFolder(L"B:\\");
+  run(L"B:\\Backup16-11-26.qev");
+  EXPECT_EQ(fake.files.bytes(L"B:\\Backup16-11-26.qev"), std::string(kHeader) + "PK archivo");
+  EXPECT_THAT(fake.drives.queried, IsEmpty());
+}
+
+}  // namespace
+}  // namespace qev::test

@@ -1,0 +1,234 @@
+// The services of the machine as the library takes them: clock, drives, boxes, work folder, keys, waiting messages.
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/FileSystemWindows.h"
+#include "platform/Platform.h"
+
+namespace qev::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr wchar_t kTitle[] = L"QevBackup prueba del sistema";
+
+TEST(SystemPlatformTest, ThereIsOnePlatformForTheWholeProcess) {
+  EXPECT_EQ(&systemPlatform(), &systemPlatform());
+}
+
+TEST(SystemPlatformTest, TheClockTellsTheLocalTimeToTheSecond) {
+  SYSTEMTIME local{};
+  GetLocalTime(&local);
+  double expected = 0;
+  local.wMilliseconds = 0;
+  SystemTimeToVariantTime(&local, &expected);
+  const double seconds = systemPlatform().clock.now().days * 86400;
+  EXPECT_NEAR(seconds, expected * 86400, 3);
+  EXPECT_NEAR(seconds, std::round(seconds), 1e-3);
+}
+
+TEST(SystemPlatformTest, ADriveTellsItsFreeSpaceAndOneThatIsNotThereTellsNothing) {
+  const auto space = systemPlatform().drives.freeSpace(L"C:");
+  ASSERT_TRUE(space);
+  EXPECT_GT(space->bytesPerSector, 0u);
+  EXPECT_GT(space->sectorsPerCluster, 0u);
+  DWORD sectors = 0, bytes = 0, freeClusters = 0, clusters = 0;
+  ASSERT_TRUE(GetDiskFreeSpaceW(L"C:\\", &sectors, &bytes, &freeClusters, &clusters));
+  EXPECT_EQ(space->bytesPerSector, bytes);
+  EXPECT_EQ(space->sectorsPerCluster, sectors);
+
+  wchar_t absent = L'Q';
+  while (GetLogicalDrives() & (1u << (absent - L'A'))) --absent;
+  EXPECT_FALSE(systemPlatform().drives.freeSpace(std::wstring(1, absent) + L":"));
+}
+
+TEST(SystemPlatformTest, TheWorkFolderIsThereWithItsTempAndHasNoLastBackslash) {
+  const std::wstring path = systemPlatform().workFolder.path();
+  EXPECT_TRUE(path.ends_with(L"\\QevBackup"));
+  EXPECT_TRUE(FileSystemWindows().folderExists(path));
+  EXPECT_TRUE(FileSystemWindows().folderExists(path + L"\\temp"));
+  EXPECT_EQ(systemPlatform().workFolder.path(), path);
+}
+
+TEST(SystemPlatformTest, AWorkFolderThatWasRemovedIsMadeAgain) {
+  const std::wstring path = systemPlatform().workFolder.path();
+  if (!RemoveDirectoryW((path + L"\\temp").c_str())) GTEST_SKIP() << "the work folder is in use";
+  systemPlatform().workFolder.path();
+  EXPECT_TRUE(FileSystemWindows().folderExists(path + L"\\temp"));
+}
+
+// --- Waiting messages ---
+
+// A hidden window that counts the messages it gets.
+class CountingWindow {
+ public:
+  static constexpr UINT kMessage = WM_APP + 7;
+
+  CountingWindow()
+      : window_(CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr)) {
+    SetWindowLongPtrW(window_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+    old_ = reinterpret_cast<WNDPROC>(SetWindowLongPtrW(window_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&procedure)));
+  }
+  CountingWindow(const CountingWindow&) = delete;
+  CountingWindow& operator=(const CountingWindow&) = delete;
+  ~CountingWindow() { DestroyWindow(window_); }
+
+  HWND handle() const { return window_; }
+  int received = 0;
+  bool postsAgain = false;
+
+ private:
+  static LRESULT CALLBACK procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    auto& self = *reinterpret_cast<CountingWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    if (message == kMessage) {
+      ++self.received;
+      if (self.postsAgain) PostMessageW(window, kMessage, 0, 0);
+    }
+    return CallWindowProcW(self.old_, window, message, wParam, lParam);
+  }
+
+  HWND window_;
+  WNDPROC old_ = nullptr;
+};
+
+TEST(SystemPlatformTest, YieldingDispatchesEveryMessageThatWaitsAndReturns) {
+  CountingWindow window;
+  for (int i = 0; i < 5; ++i) PostMessageW(window.handle(), CountingWindow::kMessage, 0, 0);
+  EXPECT_EQ(window.received, 0);
+  systemPlatform().eventLoop.yield();
+  EXPECT_EQ(window.received, 5);
+  systemPlatform().eventLoop.yield();
+  EXPECT_EQ(window.received, 5);
+}
+
+TEST(SystemPlatformTest, AWindowThatKeepsPostingToItselfDoesNotHoldUpTheCaller) {
+  CountingWindow window;
+  window.postsAgain = true;
+  PostMessageW(window.handle(), CountingWindow::kMessage, 0, 0);
+  systemPlatform().eventLoop.yield();
+  EXPECT_GT(window.received, 0);
+  window.postsAgain = false;
+  systemPlatform().eventLoop.yield();
+}
+
+TEST(SystemPlatformTest, AQuitMessageIsPutBackForTheLoopThatItWasMeantFor) {
+  PostQuitMessage(17);
+  systemPlatform().eventLoop.yield();
+  MSG message{};
+  ASSERT_TRUE(PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
+  EXPECT_EQ(message.message, UINT{WM_QUIT});
+  EXPECT_EQ(message.wParam, 17u);
+}
+
+// --- Message boxes, answered by a second thread ---
+
+struct SeenBox {
+  bool found = false;
+  std::wstring text;
+  std::vector<int> buttons;
+};
+
+constexpr int kTextOfABox = 0xFFFF;
+
+// Waits for a box of the tests' title, looks at it, and answers it.
+SeenBox answerBox(WPARAM command) {
+  SeenBox seen;
+  HWND box = nullptr;
+  for (int i = 0; i < 400 && !box; ++i) {
+    std::this_thread::sleep_for(25ms);
+    box = FindWindowW(L"#32770", kTitle);
+  }
+  if (!box) return seen;
+  std::this_thread::sleep_for(50ms);
+  seen.found = true;
+  wchar_t text[512] = L"";
+  GetDlgItemTextW(box, kTextOfABox, text, 512);
+  seen.text = text;
+  for (const int id : {IDOK, IDCANCEL, IDYES, IDNO}) {
+    if (const HWND button = GetDlgItem(box, id); button && (GetWindowLongW(button, GWL_STYLE) & WS_VISIBLE)) {
+      seen.buttons.push_back(id);
+    }
+  }
+  PostMessageW(box, WM_COMMAND, command, 0);
+  return seen;
+}
+
+class SystemMessagesTest : public testing::Test {
+ protected:
+  Answer show(const wchar_t* text, std::uint32_t style, WPARAM command) {
+    std::thread user([&] { seen = answerBox(command); });
+    const Answer answer = systemPlatform().messages.show(text, kTitle, style);
+    user.join();
+    EXPECT_TRUE(seen.found);
+    return answer;
+  }
+
+  SeenBox seen;
+};
+
+TEST_F(SystemMessagesTest, AQuestionShowsItsTextAndItsTwoButtonsAndGivesTheAnswer) {
+  EXPECT_EQ(show(L"¿Desea reemplazarlo?", message::kYesNo | message::kQuestion, IDYES), Answer::Yes);
+  EXPECT_EQ(seen.text, L"¿Desea reemplazarlo?");
+  EXPECT_EQ(seen.buttons, (std::vector<int>{IDYES, IDNO}));
+  EXPECT_EQ(show(L"¿Reintentar?", message::kYesNo | message::kCritical, IDNO), Answer::No);
+}
+
+TEST_F(SystemMessagesTest, APromptHasOkAndCancelAndGivesTheAnswer) {
+  EXPECT_EQ(show(L"Introduzca un disco", message::kOkCancel | message::kInformation, IDOK), Answer::Ok);
+  EXPECT_EQ(seen.buttons, (std::vector<int>{IDOK, IDCANCEL}));
+  EXPECT_EQ(show(L"Introduzca un disco", message::kOkCancel | message::kInformation, IDCANCEL), Answer::Cancel);
+}
+
+// --- Keys ---
+
+class SystemKeyboardTest : public testing::Test {
+ protected:
+  SystemKeyboardTest()
+      : edit_(CreateWindowExW(0, L"EDIT", L"", WS_POPUP | WS_VISIBLE, 10, 10, 200, 30, nullptr, nullptr, nullptr,
+                              nullptr)) {
+    SetForegroundWindow(edit_);
+    SetFocus(edit_);
+    settle([this] { return GetForegroundWindow() == edit_ && GetFocus() == edit_; });
+  }
+  ~SystemKeyboardTest() override { DestroyWindow(edit_); }
+
+  std::wstring typed() const {
+    wchar_t text[64] = L"";
+    GetWindowTextW(edit_, text, 64);
+    return text;
+  }
+
+  // Lets messages through until the condition holds, five seconds at most.
+  template <typename Condition>
+  static bool settle(Condition condition) {
+    for (int i = 0; i < 250 && !condition(); ++i) {
+      systemPlatform().eventLoop.yield();
+      std::this_thread::sleep_for(20ms);
+    }
+    return condition();
+  }
+
+  HWND edit_;
+};
+
+TEST_F(SystemKeyboardTest, AKeyIsTypedIntoTheFocusedControl) {
+  systemPlatform().keyboard.sendKey('7', false);
+  EXPECT_TRUE(settle([this] { return typed() == L"7"; }));
+}
+
+TEST_F(SystemKeyboardTest, WithShiftAKeyIsACapitalAndShiftIsUpAgainAfterwards) {
+  systemPlatform().keyboard.sendKey('Q', true);
+  systemPlatform().keyboard.sendKey('Q', false);
+  EXPECT_TRUE(settle([this] { return typed() == L"Qq"; }));
+  EXPECT_GE(GetAsyncKeyState(VK_SHIFT), 0);
+}
+
+}  // namespace
+}  // namespace qev::test

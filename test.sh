@@ -56,7 +56,10 @@ suite "logic, natively under the sanitizers" build/native/qev_logic_tests
 export -f win
 tools/test-disks.sh || true
 suite "library under Wine" on_display tools/run-win.sh build/x64/qev_tests.exe
-suite "engine under Wine" on_display tools/run-win.sh build/x64/engine_tests.exe
+suite "engine under Wine" on_display tools/run-win.sh build/x64/EngineTest.exe
+export WINE=$PWD/tools/run-win.sh
+check "archives read back by 7-Zip and Python" on_display tests/engine/check_archives.sh build/x64
+unset WINE
 suite "automation object, early bound" on_display tools/run-win.sh build/x64/qev_host_tests.exe
 tools/test-disks.sh --undo || true
 

@@ -1,4 +1,5 @@
-// Watches and uses a window from outside, as the demonstration does: finds a form by its caption and a control by its id.
+// Watches and uses a window from outside, as the demonstration does: finds a form by its caption and a control by its
+// id.
 //
 //   form-driver shown TITLE            waits until the form is there
 //   form-driver enabled TITLE ID       waits until the control can be used

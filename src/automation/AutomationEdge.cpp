@@ -33,7 +33,8 @@ void setErrorObject(const AutomationError& error) {
   made->SetSource(source.data());
   made->SetDescription(description.data());
   ComPointer<IErrorInfo> info;
-  if (SUCCEEDED(made->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(info.put())))) SetErrorInfo(0, info.get());
+  if (SUCCEEDED(made->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(info.put()))))
+    SetErrorInfo(0, info.get());
 }
 
 }  // namespace

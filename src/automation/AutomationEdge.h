@@ -19,8 +19,8 @@ HRESULT raiseToHost(const AutomationError& error) noexcept;
 // The answer for an exception that is being handled.
 HRESULT raiseCurrentToHost() noexcept;
 
-// Runs the body of a member: the library stays loaded meanwhile, drives without a disk answer with codes instead of system
-// dialogs, and no exception passes.
+// Runs the body of a member: the library stays loaded meanwhile, drives without a disk answer with codes instead of
+// system dialogs, and no exception passes.
 template <typename Body>
 HRESULT automationMember(Body body) {
   const LibraryUse use;

@@ -28,8 +28,8 @@ struct LibraryState {
   std::wstring settingsKey;   // key path under HKEY_LOCAL_MACHINE
   std::wstring destination;   // scheduled backups go here; ends in a backslash
   std::uint8_t BackupKind = kManual;
-  bool finished = false;  // a window of the library has closed
-  bool accepted = false;  // the manual backup dialog started a backup
+  bool finished = false;              // a window of the library has closed
+  bool accepted = false;              // the manual backup dialog started a backup
   std::set<std::wstring> formsShown;  // names of the modal forms that are open
   CurrentSet currentSet;
 };

@@ -1,11 +1,11 @@
 // The one public class of the library. Every object is a view of the same process-wide state.
 //
-// Call order for a host: create; assign Registro, which also derives the data and backup folders; optionally Titulo, DirBackup,
-// DirDatos; Destino before CopiaProg; then any request. A request shows a modal window on the calling thread and returns when
-// it closes; Terminado and Aceptar are read afterwards.
+// Call order for a host: create; assign Registro, which also derives the data and backup folders; optionally Titulo,
+// DirBackup, DirDatos; Destino before CopiaProg; then any request. A request shows a modal window on the calling thread
+// and returns when it closes; Terminado and Aceptar are read afterwards.
 //
-// Errors reach the host as an HRESULT with number, source and description (IErrorInfo): 0x800A0000 + n for a number n that
-// automation hosts know.
+// Errors reach the host as an HRESULT with number, source and description (IErrorInfo): 0x800A0000 + n for a number n
+// that automation hosts know.
 #pragma once
 
 #include "IMCBackup.h"  // made from QevBackup.idl
@@ -47,8 +47,9 @@ class MCBackup final : public IMCBackup, public ISupportErrorInfo {
   // Folder of the host's data, with its last backslash.
   HRESULT STDMETHODCALLTYPE put_DirDatos(BSTR value) override;
 
-  // Key path under HKEY_LOCAL_MACHINE. Assigning it reads DirDatos and DirMDE, creates the folder "Backup" beside the data folder
-  // when it is missing, and sets the backup folder to DirMDE + "Backup\". Raises what the registry and the folder raise.
+  // Key path under HKEY_LOCAL_MACHINE. Assigning it reads DirDatos and DirMDE, creates the folder "Backup" beside the
+  // data folder when it is missing, and sets the backup folder to DirMDE + "Backup\". Raises what the registry and the
+  // folder raise.
   HRESULT STDMETHODCALLTYPE get_Registro(BSTR* value) override;
   HRESULT STDMETHODCALLTYPE put_Registro(BSTR value) override;
 
@@ -57,8 +58,8 @@ class MCBackup final : public IMCBackup, public ISupportErrorInfo {
   HRESULT STDMETHODCALLTYPE FormCopiar() override;
   HRESULT STDMETHODCALLTYPE FormOpciones() override;
 
-  // Backups to the destination folder (read by Destino before) and to the backup folder: "Backup" + today as dd-mm-yy + ".qev".
-  // The outcome is shown to the user, not raised.
+  // Backups to the destination folder (read by Destino before) and to the backup folder: "Backup" + today as dd-mm-yy +
+  // ".qev". The outcome is shown to the user, not raised.
   HRESULT STDMETHODCALLTYPE CopiaProg() override;
   HRESULT STDMETHODCALLTYPE Destino() override;
   HRESULT STDMETHODCALLTYPE CopiaAuto() override;

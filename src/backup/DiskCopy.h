@@ -17,19 +17,19 @@ inline constexpr wchar_t kFloppyDrive[] = L"A:";
 
 class DiskCopy {
  public:
-  // REQUIRES: the references outlive the object. `showProgress` shows a text while a disk is written; `stopAsked` says whether
-  // the user has asked to close the window, which ends the tries with a disk that keeps failing.
+  // REQUIRES: the references outlive the object. `showProgress` shows a text while a disk is written; `stopAsked` says
+  // whether the user has asked to close the window, which ends the tries with a disk that keeps failing.
   DiskCopy(Platform& platform, LibraryState& state, std::function<void(const std::wstring&)> showProgress,
            std::function<bool()> stopAsked);
 
   // Cuts the set at `workingPath` into volumes, deletes it, and writes the volumes to disks under the file name of
   // `displayPath`. True when the set is on its destination, at once where that is not a floppy; false when the user has
-  // cancelled a disk. A disk given up with "No" after it was not ready is skipped, and counts as written. Throws what cutting
-  // the set throws, before any disk is asked for; the set stays at `workingPath` then.
+  // cancelled a disk. A disk given up with "No" after it was not ready is skipped, and counts as written. Throws what
+  // cutting the set throws, before any disk is asked for; the set stays at `workingPath` then.
   bool run(const std::wstring& workingPath, const std::wstring& displayPath);
 
-  // Free bytes of a drive ("A:"), -1 when the drive is not ready and the user gives up. Throws 6 (overflow) when they do not
-  // fit 32 bits with sign. GetDiskFreeSpaceA.
+  // Free bytes of a drive ("A:"), -1 when the drive is not ready and the user gives up. Throws 6 (overflow) when they
+  // do not fit 32 bits with sign. GetDiskFreeSpaceA.
   std::int32_t freeBytes(const std::wstring& drive);
 
  private:

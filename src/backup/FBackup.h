@@ -1,5 +1,5 @@
-// The modal window in which a backup run happens: what kind, from where to where, how far, and how it ended. It starts the run by
-// itself soon after it is shown.
+// The modal window in which a backup run happens: what kind, from where to where, how far, and how it ended. It starts
+// the run by itself soon after it is shown.
 //
 // Caller: set LibraryState::BackupKind and RutaDestino, then showModal(). When that returns the window has closed,
 // LibraryState::finished is true, and the settings Estado and UltimaCopia tell the outcome.

@@ -102,9 +102,8 @@ void BackupRun::archive() {
   const std::wstring hostSettings = programFolder() + L"\\" + state_.title + L".ini";
 
   ArchiveProgress progress;
-  platform_.files.walkFiles(state_.dataFolder, [&](const std::wstring& path, std::uint64_t size) {
-    progress.expect(path, size);
-  });
+  platform_.files.walkFiles(state_.dataFolder,
+                            [&](const std::wstring& path, std::uint64_t size) { progress.expect(path, size); });
   for (const std::wstring& path : {utilities, hostSettings}) {
     if (platform_.files.fileExists(path)) progress.expect(path, platform_.files.fileSize(path));
   }
@@ -119,8 +118,8 @@ void BackupRun::archive() {
   zip_.setRecurseFolders(true);
   zip_.setUpdatingZip(false);
   zip_.MakeZipFile();
-  // The engine's code is not looked at: files that it had to skip leave a set that is good for all others. Without any archive
-  // there is nothing to make a set of.
+  // The engine's code is not looked at: files that it had to skip leave a set that is good for all others. Without any
+  // archive there is nothing to make a set of.
   if (!platform_.files.fileExists(workingPath_)) {
     throw AutomationError(kFileNotFound, workingPath_ + L" (" + lastLine(zip_.GetLastMessage()) + L")")
         .from(L"RvZipFiles::MakeZipFile");

@@ -35,9 +35,9 @@ class BackupRun {
   BackupRun(Platform& platform, LibraryState& state, SettingsStore& settings, BackupRunView& view,
             CZipFiles::EngineLoader loadEngine = loadZipEngine);
 
-  // Makes the backup set `RutaDestino`, a path of a folder or of a floppy in drive "A:". Nothing is thrown: whatever fails
-  // becomes the failure display and the setting `Estado`. A target that exists is replaced only when the user agrees;
-  // otherwise the window closes and nothing is recorded.
+  // Makes the backup set `RutaDestino`, a path of a folder or of a floppy in drive "A:". Nothing is thrown: whatever
+  // fails becomes the failure display and the setting `Estado`. A target that exists is replaced only when the user
+  // agrees; otherwise the window closes and nothing is recorded.
   void HacerCopia(const std::wstring& RutaDestino);
 
  private:

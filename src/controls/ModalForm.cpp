@@ -38,8 +38,8 @@ class ShownForm {
   const std::wstring name_;
 };
 
-// The windows of the host on this thread: one owns the form, which the dialog machinery disables; the others are disabled here
-// as long as the form is shown, so that nothing but the form can be used.
+// The windows of the host on this thread: one owns the form, which the dialog machinery disables; the others are
+// disabled here as long as the form is shown, so that nothing but the form can be used.
 class HostWindows {
  public:
   HostWindows() : owner_(GetActiveWindow()) {

@@ -25,8 +25,8 @@ class ModalForm {
   ModalForm& operator=(const ModalForm&) = delete;
   virtual ~ModalForm();
 
-  // Shows the form over the active window of the calling thread, and no other window of it can be used; returns when it has
-  // closed. Throws 400 when this form is shown already, 7 when the window cannot be made, and what load() throws.
+  // Shows the form over the active window of the calling thread, and no other window of it can be used; returns when it
+  // has closed. Throws 400 when this form is shown already, 7 when the window cannot be made, and what load() throws.
   // DialogBoxParamW.
   void showModal();
 
@@ -50,8 +50,8 @@ class ModalForm {
   HWND window() const { return window_; }
   HWND control(int id) const { return GetDlgItem(window_, id); }
 
-  // The entry field with that id, with the form's services and with its saved properties, which stand in the form's resource
-  // under `name`. REQUIRES: called from load(). Throws 5 when there is no such field.
+  // The entry field with that id, with the form's services and with its saved properties, which stand in the form's
+  // resource under `name`. REQUIRES: called from load(). Throws 5 when there is no such field.
   UTextBox& textBox(int id, const wchar_t* name);
 
   void setText(int id, const std::wstring& text) const;

@@ -18,7 +18,8 @@ class FileReader {
  public:
   virtual ~FileReader() = default;
 
-  // Reads up to buffer.size() bytes from the present position; returns how many, 0 only at the end of the file. ReadFile.
+  // Reads up to buffer.size() bytes from the present position; returns how many, 0 only at the end of the file.
+  // ReadFile.
   virtual std::size_t read(std::span<std::byte> buffer) = 0;
 
   // Length of the file in bytes. GetFileSizeEx.
@@ -36,8 +37,8 @@ class FileReplacement {
 
   virtual void write(std::span<const std::byte> bytes) = 0;
 
-  // Flushes what was written to the disk and puts it under the name in one step, read-only old files too. Readers of the
-  // old file must be closed. FlushFileBuffers; MoveFileExW with MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH.
+  // Flushes what was written to the disk and puts it under the name in one step, read-only old files too. Readers of
+  // the old file must be closed. FlushFileBuffers; MoveFileExW with MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH.
   virtual void commit() = 0;
 };
 
@@ -63,8 +64,8 @@ class FileSystem {
   // Begins a new file that takes the place of `path` at commit(). The new file stands in the same folder meanwhile.
   virtual std::unique_ptr<FileReplacement> replaceFile(const std::wstring& path) = 0;
 
-  // Calls `visit` with the full path and the length in bytes of every file below `folder` (with its last backslash), subfolders
-  // included; hidden and system files and folders that cannot be read are passed over. FindFirstFileExW.
+  // Calls `visit` with the full path and the length in bytes of every file below `folder` (with its last backslash),
+  // subfolders included; hidden and system files and folders that cannot be read are passed over. FindFirstFileExW.
   virtual void walkFiles(const std::wstring& folder,
                          const std::function<void(const std::wstring& path, std::uint64_t size)>& visit) const = 0;
 

@@ -190,9 +190,8 @@ std::unique_ptr<FileReplacement> FileSystemWindows::replaceFile(const std::wstri
 void FileSystemWindows::walkFiles(const std::wstring& folder,
                                   const std::function<void(const std::wstring&, std::uint64_t)>& visit) const {
   WIN32_FIND_DATAW entry{};
-  const auto find = validHandle<UniqueFind>(FindFirstFileExW((folder + L"*").c_str(), FindExInfoBasic, &entry,
-                                                             FindExSearchNameMatch, nullptr,
-                                                             FIND_FIRST_EX_LARGE_FETCH));
+  const auto find = validHandle<UniqueFind>(FindFirstFileExW(
+      (folder + L"*").c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH));
   if (!find) return;
   do {
     if (isNavigationEntry(entry.cFileName)) continue;

@@ -22,8 +22,9 @@ class Locale {
   // The regional short date, without a time. VarBstrFromDate with VAR_DATEVALUEONLY.
   virtual std::wstring shortDateText(Date date) const = 0;
 
-  // `value` written by a format pattern such as "dd-mm-yyyy hh:nn" or "#,###.00" ("m" is the month, "n" the minute, "ddddd"
-  // the regional short date). A text that the pattern wants as a date or number is converted first. Throws 13, 6. VarFormat.
+  // `value` written by a format pattern such as "dd-mm-yyyy hh:nn" or "#,###.00" ("m" is the month, "n" the minute,
+  // "ddddd" the regional short date). A text that the pattern wants as a date or number is converted first. Throws
+  // 13, 6. VarFormat.
   virtual std::wstring format(const Value& value, const std::wstring& pattern) const = 0;
 
   // Conversions of a value of any type, rounding half to even. Throw 13 (not a number) and 6 (beyond the type's range);

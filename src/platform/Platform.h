@@ -33,8 +33,8 @@ class WorkFolder {
  public:
   virtual ~WorkFolder() = default;
 
-  // A writable folder of the library's own, without a last backslash, in which a subfolder "temp" exists (both are created
-  // when missing). SHGetKnownFolderPath(FOLDERID_LocalAppData) + "\QevBackup".
+  // A writable folder of the library's own, without a last backslash, in which a subfolder "temp" exists (both are
+  // created when missing). SHGetKnownFolderPath(FOLDERID_LocalAppData) + "\QevBackup".
   virtual std::wstring path() = 0;
 };
 
@@ -58,8 +58,8 @@ class EventLoop {
  public:
   virtual ~EventLoop() = default;
 
-  // Dispatches the messages that wait for the calling thread, 100 at the most, then returns. A quit message is put back for the loop that
-  // it was meant for. PeekMessageW.
+  // Dispatches the messages that wait for the calling thread, 100 at the most, then returns. A quit message is put back
+  // for the loop that it was meant for. PeekMessageW.
   virtual void yield() = 0;
 };
 

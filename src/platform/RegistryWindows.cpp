@@ -77,9 +77,12 @@ LSTATUS set(HKEY key, const std::wstring& name, const Value& value) {
   return std::visit(
       [&](const auto& held) {
         using T = std::decay_t<decltype(held)>;
-        if constexpr (std::is_same_v<T, bool>) return setNumber(key, name, held ? -1 : 0);
-        else if constexpr (std::is_integral_v<T>) return setNumber(key, name, held);
-        else return setText(key, name, LocaleWindows().toText(held));
+        if constexpr (std::is_same_v<T, bool>)
+          return setNumber(key, name, held ? -1 : 0);
+        else if constexpr (std::is_integral_v<T>)
+          return setNumber(key, name, held);
+        else
+          return setText(key, name, LocaleWindows().toText(held));
       },
       value);
 }

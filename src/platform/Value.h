@@ -50,8 +50,8 @@ std::wstring trimmed(std::wstring_view text);
 // `fallback` when `value` is empty or null, else `value`.
 Value NzValue(const Value& value, const Value& fallback);
 
-// `fallback` when `value` is empty, null, numerically equal to 0 (as a number or as the text of one), or text that trims
-// to nothing; else `value`.
+// `fallback` when `value` is empty, null, numerically equal to 0 (as a number or as the text of one), or text that
+// trims to nothing; else `value`.
 Value NonBlankValue(const Value& value, const Value& fallback);
 
 }  // namespace qev

@@ -12,8 +12,8 @@ namespace qev {
 // The number for a Win32 code; kDeviceInputOutput (57) for codes without one of their own.
 ErrorNumber errorNumberOf(DWORD code);
 
-// Throws the error for `code`. A path on a removable drive whose root cannot be queried is 71 (disk not ready), whatever the
-// code says. The path follows the description.
+// Throws the error for `code`. A path on a removable drive whose root cannot be queried is 71 (disk not ready),
+// whatever the code says. The path follows the description.
 [[noreturn]] void throwWin32(DWORD code, const std::wstring& path);
 
 // The error for a failed HRESULT of a conversion or of OLE: 6, 7, 13, or the Win32 code it carries.

@@ -16,8 +16,8 @@ class Picture {
   // No picture: draws nothing.
   Picture() = default;
 
-  // The bitmap resource `name` of this module: 32 bits a pixel, alpha-premultiplied. Throws 53 when it is missing or of another
-  // kind. LoadImageW.
+  // The bitmap resource `name` of this module: 32 bits a pixel, alpha-premultiplied. Throws 53 when it is missing or of
+  // another kind. LoadImageW.
   explicit Picture(const std::wstring& name);
 
   // Draws the picture as large as fits into `area` (pixels), centred. AlphaBlend.

@@ -1,4 +1,5 @@
-// The settings of a host: named values under its registry key in HKEY_LOCAL_MACHINE, read with one of two default rules.
+// The settings of a host: named values under its registry key in HKEY_LOCAL_MACHINE, read with one of two default
+// rules.
 //
 //   Copia         integer  mode: 0 none, 1 automatic, 2 scheduled         plain default 1
 //   Programar     text     "Diariamente", "Semanalmente", "Mensualmente"  strict default "Diariamente"
@@ -22,8 +23,8 @@ namespace qev {
 
 class SettingsStore {
  public:
-  // REQUIRES: `registry` and `keyPath` outlive the store. `keyPath` is looked at on every call: the host may name another
-  // key at any time.
+  // REQUIRES: `registry` and `keyPath` outlive the store. `keyPath` is looked at on every call: the host may name
+  // another key at any time.
   SettingsStore(Registry& registry, const std::wstring& keyPath) : registry_(registry), keyPath_(keyPath) {}
 
   // The stored value, empty when there is none. Throws what Registry::read throws.

@@ -10,8 +10,8 @@
 namespace qev {
 namespace {
 
-// The first item of every list, handed to the engine with the others: the list is never empty, and the engine always reports
-// one name that matches nothing.
+// The first item of every list, handed to the engine with the others: the list is never empty, and the engine always
+// reports one name that matches nothing.
 constexpr wchar_t kPlaceholder[] = L"querty";
 
 constexpr std::size_t kNameSlots = 100;

@@ -1,8 +1,8 @@
 // Builds a zip archive from a list of names by one run of the zip engine.
 //
 // Calling order: create; set ZipFileName, RootDirectory, RecurseFolders, UpdatingZip; AddFile for each name or wildcard
-// pattern; MakeZipFile; GetLastMessage. For one thread; the engine runs on the caller's, and its messages let waiting window
-// messages through.
+// pattern; MakeZipFile; GetLastMessage. For one thread; the engine runs on the caller's, and its messages let waiting
+// window messages through.
 #pragma once
 
 #include <cstdint>
@@ -25,7 +25,8 @@ class CZipFiles {
   const std::wstring& ZipFileName() const { return zipFileName_; }
   void setZipFileName(const std::wstring& path) { zipFileName_ = path; }
 
-  // Base folder against which the engine resolves the names; a single backslash at first. It reaches the engine in capitals.
+  // Base folder against which the engine resolves the names; a single backslash at first. It reaches the engine in
+  // capitals.
   const std::wstring& RootDirectory() const { return rootDirectory_; }
   void setRootDirectory(const std::wstring& path) { rootDirectory_ = path; }
 
@@ -44,16 +45,16 @@ class CZipFiles {
   // How many names were added.
   std::int32_t ZipFileCount() const;
 
-  // Adds a name or wildcard pattern. Throws 0x800407D1 from "RvZip::AddFile" when it is listed already; letter case does not
-  // count.
+  // Adds a name or wildcard pattern. Throws 0x800407D1 from "RvZip::AddFile" when it is listed already; letter case
+  // does not count.
   void AddFile(const std::wstring& sFileName);
 
   // Takes a name off the list. Throws 0x800407D2 from "RvZip::RemoveFile" when it is not listed.
   void RemoveFile(const std::wstring& sFileName);
 
-  // Runs the engine over the whole list and returns its code (ZpCode; 0 is success): engine failures are not raised. Throws,
-  // always from "RvZipFiles::MakeZipFile": 9 when more than 99 names were added, what loadZipEngine throws, what a message
-  // handler throws. The engine is unloaded when the run is over.
+  // Runs the engine over the whole list and returns its code (ZpCode; 0 is success): engine failures are not raised.
+  // Throws, always from "RvZipFiles::MakeZipFile": 9 when more than 99 names were added, what loadZipEngine throws,
+  // what a message handler throws. The engine is unloaded when the run is over.
   std::int32_t MakeZipFile();
 
   // The engine's messages of the last run of either archive class.

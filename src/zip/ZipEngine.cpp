@@ -22,7 +22,8 @@ UniqueModule loadLibrary() {
 template <typename Function>
 void findCall(const UniqueModule& library, const char* name, Function& call) {
   call = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(library.get(), name)));
-  if (!call) throw AutomationError(kEntryPointNotFound, std::wstring(name, name + strlen(name)) + L" (" + kFileName + L")");
+  if (!call)
+    throw AutomationError(kEntryPointNotFound, std::wstring(name, name + strlen(name)) + L" (" + kFileName + L")");
 }
 
 }  // namespace

@@ -14,9 +14,9 @@ struct ZipEngine {
   UniqueModule library;
 };
 
-// Loads VANTO5.DLL: the one beside this library, else the one that the system's search finds. Throws 53 when there is none,
-// 48 when it cannot be loaded (of another architecture, damaged), 453 when it lacks one of the calls; the description names
-// the file. LoadLibraryExW, GetProcAddress.
+// Loads VANTO5.DLL: the one beside this library, else the one that the system's search finds. Throws 53 when there is
+// none, 48 when it cannot be loaded (of another architecture, damaged), 453 when it lacks one of the calls; the
+// description names the file. LoadLibraryExW, GetProcAddress.
 ZipEngine loadZipEngine();
 
 }  // namespace qev

@@ -201,8 +201,8 @@ TEST_F(DiskCopyTest, ADiskWith1440000BytesFreeIsRefusedAndOneWith1440001IsAccept
   fake.messages.willAnswer({Answer::Ok, Answer::Ok});
   EXPECT_TRUE(run());
   EXPECT_THAT(questions(), ElementsAre(kInsert, kNotEmpty));
-  EXPECT_EQ(fake.messages.shown[1].style, message::kOkCancel | message::kInformation);
-  EXPECT_EQ(fake.messages.shown[1].title, L"Gestion");
+  EXPECT_EQ(fake.messages.shown.at(1).style, message::kOkCancel | message::kInformation);
+  EXPECT_EQ(fake.messages.shown.at(1).title, L"Gestion");
   EXPECT_THAT(disks, ElementsAre("PK"));
   EXPECT_THAT(progress, ElementsAre(L" Copiando disco 1 de 1..."));
 }
@@ -229,8 +229,8 @@ TEST_F(DiskCopyTest, ADriveThatIsNotReadyWhileMeasuredIsAskedAboutAndYesMeasures
   fake.messages.willAnswer({Answer::Ok, Answer::Yes, Answer::Yes});
   EXPECT_TRUE(run());
   EXPECT_THAT(questions(), ElementsAre(kInsert, kNotReady, kNotReady));
-  EXPECT_EQ(fake.messages.shown[1].style, message::kYesNo | message::kCritical);
-  EXPECT_EQ(fake.messages.shown[1].title, L"Gestion");
+  EXPECT_EQ(fake.messages.shown.at(1).style, message::kYesNo | message::kCritical);
+  EXPECT_EQ(fake.messages.shown.at(1).title, L"Gestion");
   EXPECT_THAT(fake.drives.queried, ElementsAre(L"A:", L"A:", L"A:"));
 }
 
@@ -290,7 +290,7 @@ TEST_F(DiskCopyTest, ADriveThatIsNotReadyWhileWrittenIsAskedAboutAndYesTriesTheD
   fake.messages.willAnswer({Answer::Ok, Answer::Yes});
   EXPECT_TRUE(run());
   EXPECT_THAT(questions(), ElementsAre(kInsert, kNotReady));
-  EXPECT_EQ(fake.messages.shown[1].style, message::kYesNo | message::kCritical);
+  EXPECT_EQ(fake.messages.shown.at(1).style, message::kYesNo | message::kCritical);
   EXPECT_THAT(disks, ElementsAre("PK"));
   EXPECT_EQ(progress.size(), 2u);
   EXPECT_EQ(fake.drives.queried.size(), 2u);  // the disk is measured again too

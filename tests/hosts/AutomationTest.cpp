@@ -1,5 +1,5 @@
-// The automation object as a C++ host uses it: created by class id, called through its vtable, with the real registry, engine and
-// window.
+// The automation object as a C++ host uses it: created by class id, called through its vtable, with the real registry,
+// engine and window.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -10,6 +10,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <thread>
 
 #include "automation/MCBackup.h"
 #include "platform/Handle.h"
@@ -39,7 +40,8 @@ class LoadedLibrary {
 
   explicit operator bool() const { return static_cast<bool>(module_); }
   HRESULT call(const char* name) const {
-    const auto function = reinterpret_cast<HRESULT(WINAPI*)()>(reinterpret_cast<void*>(GetProcAddress(module_.get(), name)));
+    const auto function =
+        reinterpret_cast<HRESULT(WINAPI*)()>(reinterpret_cast<void*>(GetProcAddress(module_.get(), name)));
     return function ? function() : E_NOTIMPL;
   }
 
@@ -108,7 +110,8 @@ class AutomationObject : public testing::Test {
 
   static ComPointer<IMCBackup> create() {
     IMCBackup* object = nullptr;
-    EXPECT_EQ(S_OK, CoCreateInstance(kClassId, nullptr, CLSCTX_INPROC_SERVER, IID_IMCBackup, reinterpret_cast<void**>(&object)));
+    EXPECT_EQ(S_OK, CoCreateInstance(kClassId, nullptr, CLSCTX_INPROC_SERVER, IID_IMCBackup,
+                                     reinterpret_cast<void**>(&object)));
     return ComPointer<IMCBackup>(object);
   }
 
@@ -160,8 +163,8 @@ TEST_F(AutomationObject, HasItsMembersInVtableOrder) {
   }
   info->ReleaseTypeAttr(attributes);
   const std::vector<std::wstring> expected = {
-      L"Titulo get",   L"Titulo let",    L"DirBackup get", L"DirBackup let", L"DirDatos let",  L"Registro get",
-      L"Registro let", L"FormRestaurar", L"FormCopiar",    L"FormOpciones",  L"CopiaProg",     L"Destino",
+      L"Titulo get",   L"Titulo let",    L"DirBackup get", L"DirBackup let", L"DirDatos let", L"Registro get",
+      L"Registro let", L"FormRestaurar", L"FormCopiar",    L"FormOpciones",  L"CopiaProg",    L"Destino",
       L"CopiaAuto",    L"Terminado get", L"Terminado let", L"CCopias",       L"Aceptar get"};
   EXPECT_EQ(expected, members);
 }
@@ -200,8 +203,6 @@ TEST_F(AutomationObject, RegistroRaisesWhenTheFolderCannotBeCreated) {
 TEST_F(AutomationObject, MissingValuesReadAsEmptyAndTheStepsGoOn) {
   const auto object = create();
   RegDeleteTreeW(HKEY_LOCAL_MACHINE, kKey);
-  wchar_t old[MAX_PATH];
-  GetCurrentDirectoryW(MAX_PATH, old);
   const bool existed = fs::exists(L"\\Backup");
   EXPECT_EQ(S_OK, object->put_Registro(Bstr(kKey).get()));
   EXPECT_EQ(L"Backup\\", textOf(&IMCBackup::get_DirBackup, *object));
@@ -261,9 +262,64 @@ TEST_F(AutomationObject, CopiaProgGoesToTheFolderThatDestinoRead) {
   EXPECT_TRUE(fs::exists(root_ / L"Lejos" / today().filename()));
 }
 
+// Answers the question that comes up with a click on one of its buttons.
+std::thread answering(int button) {
+  return std::thread([button] {
+    for (int i = 0; i < 400; ++i) {
+      HWND dialog = nullptr;
+      while ((dialog = FindWindowExW(nullptr, dialog, L"#32770", L"Gestion")) != nullptr) {
+        const HWND wanted = GetDlgItem(dialog, button);
+        if (!wanted || !IsWindowVisible(wanted)) continue;
+        PostMessageW(dialog, WM_COMMAND, static_cast<WPARAM>(button), reinterpret_cast<LPARAM>(wanted));
+        return;
+      }
+      Sleep(50);
+    }
+  });
+}
+
+TEST_F(AutomationObject, TwoBackupsOnOneDayHaveTheSameName) {
+  writeFile(root_ / L"Datos" / L"Emp01" / L"clientes.txt", "uno");
+  setting(L"Cerrar", std::int32_t{1});
+  const auto object = create();
+  object->put_Titulo(Bstr(L"Gestion").get());
+  ASSERT_EQ(S_OK, object->put_Registro(Bstr(kKey).get()));
+  ASSERT_EQ(S_OK, object->CopiaAuto());
+  const auto first = fs::file_size(today());
+  writeFile(root_ / L"Datos" / L"Emp01" / L"facturas.txt", "dos");
+  std::thread user = answering(IDYES);
+  ASSERT_EQ(S_OK, object->CopiaAuto());
+  user.join();
+  const auto sets = fs::directory_iterator(root_ / L"Backup");
+  EXPECT_EQ(1, std::distance(begin(sets), end(sets)));
+  EXPECT_GT(fs::file_size(today()), first) << "the second backup replaced the first";
+}
+
+TEST_F(AutomationObject, CopiaProgBeforeDestinoGoesToTheCurrentFolder) {
+  writeFile(root_ / L"Datos" / L"Emp01" / L"clientes.txt", "uno");
+  setting(L"Cerrar", std::int32_t{1});
+  const fs::path before = fs::current_path();
+  fs::create_directories(root_ / L"Actual");
+  fs::current_path(root_ / L"Actual");
+  const auto object = create();
+  ASSERT_EQ(S_OK, object->put_Registro(Bstr(kKey).get()));
+  ASSERT_EQ(S_OK, object->CopiaProg());
+  EXPECT_TRUE(fs::exists(root_ / L"Actual" / today().filename()));
+  fs::current_path(before);
+}
+
+TEST_F(AutomationObject, AnEmptyRegistroReadsNothingAndGoesOn) {
+  const auto object = create();
+  const bool existed = fs::exists(L"\\Backup");
+  EXPECT_EQ(S_OK, object->put_Registro(Bstr(L"").get()));
+  EXPECT_EQ(L"Backup\\", textOf(&IMCBackup::get_DirBackup, *object));
+  if (!existed) fs::remove(L"\\Backup");
+}
+
 TEST_F(AutomationObject, MembersThatAreNotThereYetSaySo) {
   const auto object = create();
-  for (const HRESULT result : {object->FormRestaurar(), object->FormCopiar(), object->FormOpciones(), object->CCopias()}) {
+  for (const HRESULT result :
+       {object->FormRestaurar(), object->FormCopiar(), object->FormOpciones(), object->CCopias()}) {
     EXPECT_EQ(static_cast<HRESULT>(0x800A01BD), result);
   }
 }
@@ -287,12 +343,14 @@ TEST_F(AutomationObject, KeepsTheLibraryLoadedWhileItLives) {
 
 TEST_F(AutomationObject, AServerLockKeepsTheLibraryLoaded) {
   IClassFactory* factory = nullptr;
-  ASSERT_EQ(S_OK, CoGetClassObject(kClassId, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory, reinterpret_cast<void**>(&factory)));
+  ASSERT_EQ(S_OK, CoGetClassObject(kClassId, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory,
+                                   reinterpret_cast<void**>(&factory)));
   factory->LockServer(TRUE);
   EXPECT_EQ(S_FALSE, library_.call("DllCanUnloadNow"));
   factory->LockServer(FALSE);
   IUnknown* aggregated = nullptr;
-  EXPECT_EQ(CLASS_E_NOAGGREGATION, factory->CreateInstance(factory, IID_IUnknown, reinterpret_cast<void**>(&aggregated)));
+  EXPECT_EQ(CLASS_E_NOAGGREGATION,
+            factory->CreateInstance(factory, IID_IUnknown, reinterpret_cast<void**>(&aggregated)));
   factory->Release();
   EXPECT_EQ(S_OK, library_.call("DllCanUnloadNow"));
 }

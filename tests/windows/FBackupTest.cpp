@@ -1,4 +1,5 @@
-// The backup window: a real window on a real display, driven from a second thread while the first is inside showModal().
+// The backup window: a real window on a real display, driven from a second thread while the first is inside
+// showModal().
 #include "backup/FBackup.h"
 
 #include <gtest/gtest.h>
@@ -26,8 +27,8 @@ namespace {
 constexpr wchar_t kKey[] = L"Software\\QevBackupWindowTest";
 constexpr wchar_t kTitle[] = L"Gestion de prueba";
 
-// An engine that takes its time: it archives as many files of a MiB as it is told, message by message, and then leaves an archive
-// (an empty one, which is a valid zip).
+// An engine that takes its time: it archives as many files of a MiB as it is told, message by message, and then leaves
+// an archive (an empty one, which is a valid zip).
 namespace slow {
 ZIPUSERFUNCTIONS callbacks;
 std::atomic<int> files{0};
@@ -167,8 +168,11 @@ TEST_F(BackupWindow, ShowsWhatItDoesWhileItRunsAndHowItEnded) {
     EXPECT_FALSE(IsWindowEnabled(GetDlgItem(form, FBackup_BAceptar)));
     saveScreenshot(form, L"FBackup-realizando");
     ASSERT_TRUE(finished(form));
-    EXPECT_EQ(L" La copia de seguridad se ha realizado correctamente.\r\n Origen: Datos del programa Gestion de prueba\r\n"
-              L" Destino: " + target(), textOf(form, FBackup_TResultado));
+    EXPECT_EQ(
+        L" La copia de seguridad se ha realizado correctamente.\r\n Origen: Datos del programa Gestion de prueba\r\n"
+        L" Destino: " +
+            target(),
+        textOf(form, FBackup_TResultado));
     EXPECT_EQ(L"  Copia de Seguridad realizada con éxito", textOf(form, FBackup_ESalida));
     EXPECT_EQ(1000, SendMessageW(GetDlgItem(form, FBackup_Progreso), PBM_GETPOS, 0, 0));
     std::this_thread::sleep_for(300ms);
@@ -186,7 +190,8 @@ TEST_F(BackupWindow, ShowsAFailureAndStaysOpen) {
       [](HWND form) {
         ASSERT_TRUE(finished(form));
         EXPECT_EQ(L"  Se han producido errores", textOf(form, FBackup_ESalida));
-        EXPECT_NE(std::wstring::npos, textOf(form, FBackup_TResultado).find(L"Error: 53-No se ha encontrado el archivo: VANTO5.DLL"));
+        EXPECT_NE(std::wstring::npos,
+                  textOf(form, FBackup_TResultado).find(L"Error: 53-No se ha encontrado el archivo: VANTO5.DLL"));
         std::this_thread::sleep_for(300ms);
         saveScreenshot(form, L"FBackup-errores");
         EXPECT_TRUE(IsWindowVisible(form)) << "a failure never closes the window";
@@ -197,9 +202,8 @@ TEST_F(BackupWindow, ShowsAFailureAndStaysOpen) {
 }
 
 TEST_F(BackupWindow, NamesTheKindOfBackup) {
-  const std::pair<std::uint8_t, const wchar_t*> kinds[] = {{kManual, L" Copia de Seguridad Manual"},
-                                                           {kScheduled, L" Copia de Seguridad Programada"},
-                                                           {7, L""}};
+  const std::pair<std::uint8_t, const wchar_t*> kinds[] = {
+      {kManual, L" Copia de Seguridad Manual"}, {kScheduled, L" Copia de Seguridad Programada"}, {7, L""}};
   for (const auto& [kind, text] : kinds) {
     state_.BackupKind = kind;
     fs::remove(target());
@@ -227,6 +231,69 @@ TEST_F(BackupWindow, StaysOpenAfterAManualBackup) {
     EXPECT_TRUE(IsWindow(form));
     clickOn(form, GetDlgItem(form, FBackup_BAceptar));
   });
+}
+
+TEST_F(BackupWindow, ItsButtonCannotBePressedBeforeTheRunEnds) {
+  makeFiles(8);
+  bool open = false;
+  show([&](HWND form) {
+    ASSERT_TRUE(waitFor([] { return slow::runs > 0; }));
+    clickOn(form, GetDlgItem(form, FBackup_BAceptar));
+    press(form, VK_RETURN);
+    std::this_thread::sleep_for(200ms);
+    open = IsWindow(form) && !IsWindowEnabled(GetDlgItem(form, FBackup_BAceptar)) && slow::depth == 1;
+    ASSERT_TRUE(finished(form));
+    EXPECT_TRUE(IsWindow(form)) << "the early click must not count later";
+    clickOn(form, GetDlgItem(form, FBackup_BAceptar));
+  });
+  EXPECT_TRUE(open);
+}
+
+TEST_F(BackupWindow, TextsKeepTheirLeadingBlanks) {
+  show([](HWND form) {
+    ASSERT_TRUE(finished(form));
+    EXPECT_EQ(L" Datos del programa", textOf(form, FBackup_TOrigen));
+    EXPECT_EQ(L"  Copia de Seguridad realizada con éxito", textOf(form, FBackup_ESalida));
+    EXPECT_EQ(L"    Aceptar", windowText(GetDlgItem(form, FBackup_BAceptar)));
+    clickOn(form, GetDlgItem(form, FBackup_BAceptar));
+  });
+}
+
+TEST_F(BackupWindow, TheOtherWindowsOfTheHostCannotBeUsedMeanwhile) {
+  makeFiles(2);
+  const HWND other = CreateWindowW(L"STATIC", L"Otra ventana", WS_OVERLAPPED | WS_VISIBLE, 0, 0, 100, 50, nullptr,
+                                   nullptr, GetModuleHandleW(nullptr), nullptr);
+  const HWND host = CreateWindowW(L"STATIC", L"Host", WS_OVERLAPPED | WS_VISIBLE, 0, 0, 100, 50, nullptr, nullptr,
+                                  GetModuleHandleW(nullptr), nullptr);
+  show([&](HWND form) {
+    EXPECT_FALSE(IsWindowEnabled(other));
+    EXPECT_FALSE(IsWindowEnabled(host));
+    ASSERT_TRUE(finished(form));
+    clickOn(form, GetDlgItem(form, FBackup_BAceptar));
+  });
+  EXPECT_TRUE(IsWindowEnabled(other));
+  EXPECT_TRUE(IsWindowEnabled(host));
+  DestroyWindow(other);
+  DestroyWindow(host);
+}
+
+TEST_F(BackupWindow, WorksOnTheValuesOfItsStart) {
+  makeFiles(2);
+  slow::afterFirstFile = [this] {
+    state_.title = L"Otro";
+    state_.BackupKind = kManual;
+    state_.settingsKey = L"Software\\QevBackupOtra";
+  };
+  show([](HWND form) {
+    ASSERT_TRUE(finished(form));
+    clickOn(form, GetDlgItem(form, FBackup_BAceptar));
+  });
+  state_.settingsKey = kKey;
+  EXPECT_EQ(Value(std::wstring(L"Ultima copia de seguridad realizada correctamente")), settings_.read(L"Estado"));
+  std::ifstream set(fs::path(target()), std::ios::binary);
+  std::string header;
+  std::getline(set, header);
+  EXPECT_EQ("Programa : Gestion de prueba;", header.substr(0, 29));
 }
 
 TEST_F(BackupWindow, ATickDuringTheRunStartsNothing) {

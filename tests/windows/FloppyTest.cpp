@@ -1,5 +1,5 @@
-// Backups to floppy disks on a real drive A:, a file system of a formatted 1.44 MB disk. The test plays the user who changes
-// disks: whenever a disk is asked for, it takes away what the last one holds.
+// Backups to floppy disks on a real drive A:, a file system of a formatted 1.44 MB disk. The test plays the user who
+// changes disks: whenever a disk is asked for, it takes away what the last one holds.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -138,7 +138,7 @@ class Floppy : public testing::Test {
 
   Platform& system_ = systemPlatform();
   DiskChanger changer_;
-  Platform platform_{system_.registry, system_.files,  system_.clock,      system_.drives, changer_,
+  Platform platform_{system_.registry, system_.files,      system_.clock, system_.drives,   changer_,
                      system_.locale,   system_.workFolder, system_.sound, system_.keyboard, system_.eventLoop};
   LibraryState state_;
   SettingsStore settings_{system_.registry, state_.settingsKey};

@@ -27,3 +27,10 @@ add_dependencies(EngineTest VANTO5)
 add_executable(BareEngine bench/BareEngine.cpp)
 target_include_directories(BareEngine PRIVATE engine)
 qev_strict(BareEngine)
+
+# Tests are compiled as fast as can be: what they test is optimised, they need not be.
+foreach(test_program qev_tests qev_host_tests EngineTest gtest gmock gmock_main)
+  if(TARGET ${test_program})
+    target_compile_options(${test_program} PRIVATE -O0)
+  endif()
+endforeach()

@@ -1,10 +1,11 @@
 # The DLL, its tests and the benchmark's programs, for Windows.
-add_compile_definitions(UNICODE _UNICODE _WIN32_WINNT=0x0A00 NOMINMAX)
 add_link_options(-static -static-libgcc -static-libstdc++)
 
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})  # engine, library and tests find one another there
 
+# The engine's sources call the ANSI functions by their short names: no UNICODE for them.
 add_subdirectory(engine)
+add_compile_definitions(UNICODE _UNICODE _WIN32_WINNT=0x0A00 NOMINMAX)
 
 # Type library and header from the IDL. The compiler takes help texts byte by byte: they must be in the ANSI code page.
 set(generated ${CMAKE_BINARY_DIR}/generated)

@@ -118,6 +118,7 @@ void BackupRun::archive() {
   zip_.setRecurseFolders(true);
   zip_.setUpdatingZip(false);
   zip_.MakeZipFile();
+  zip_.onMessage = nullptr;
   // The engine's code is not looked at: files that it had to skip leave a set that is good for all others. Without any
   // archive there is nothing to make a set of.
   if (!platform_.files.fileExists(workingPath_)) {

@@ -24,7 +24,7 @@ suite() {
   local name=$1 status=0 ran ok; shift
   echo "== $name"
   "$@" --gtest_filter="$filter" --gtest_brief=1 >build/suite.log 2>&1 || status=$?
-  grep -v '^\[  PASSED\|^\[==========\]\|^$' build/suite.log
+  grep -av '^\[  PASSED\|^\[==========\]\|^$' build/suite.log
   ran=$(sed -n 's/^\[==========\] \([0-9]*\) tests\{0,1\} from .* ran.*/\1/p' build/suite.log | tail -1)
   ok=$(sed -n 's/^\[  PASSED  \] \([0-9]*\) tests\{0,1\}\..*/\1/p' build/suite.log | tail -1)
   if [ -z "$ran" ]; then

@@ -28,6 +28,13 @@ add_executable(BareEngine bench/BareEngine.cpp)
 target_include_directories(BareEngine PRIVATE engine)
 qev_strict(BareEngine)
 
+add_executable(HostBackup bench/HostBackup.cpp)
+target_include_directories(HostBackup PRIVATE ${generated})
+target_link_libraries(HostBackup PRIVATE ole32 oleaut32 uuid psapi)
+target_link_options(HostBackup PRIVATE -municode)
+qev_strict(HostBackup)
+add_dependencies(HostBackup qev_generated)
+
 # Tests are compiled as fast as can be: what they test is optimised, they need not be.
 foreach(test_program qev_tests qev_host_tests EngineTest gtest gmock gmock_main)
   if(TARGET ${test_program})

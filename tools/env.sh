@@ -1,8 +1,7 @@
 # Sourced by the scripts: where things are, and how programs for Windows are run. Defines
 #   ROOT BUILD SCREENSHOTS   folders
 #   win PROGRAM ARGS…        runs a program for Windows in the project's own prefix, on the display in DISPLAY
-#   on_display COMMAND…      runs a command on a virtual display of its own
-#   unix_path, host_path     Windows path to path and back, for drive C:
+#   on_display COMMAND…      runs a command on a virtual display of its own, for 20 minutes at the most
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 BUILD=$ROOT/build
 SCREENSHOTS=$BUILD/screenshots
@@ -27,19 +26,20 @@ win() { env "${wine_env[@]}" wine "$@" 2> >(grep -v 'wine32 is missing\|multiarc
 # Programs that ran without a display leave a desktop without one behind: the last of them must be gone first.
 on_display() {
   env "${wine_env[@]}" wineserver -w
-  xvfb-run -a -s "-screen 0 1280x960x24 -nolisten tcp" "$@"
+  timeout -k 10 1200 xvfb-run -a -s "-screen 0 1280x960x24 -nolisten tcp" "$@"
 }
 
 make_prefix() {
   make_locale
-  [ -e "$PREFIX/system.reg" ] && return
+  [ -e "$PREFIX/.complete" ] && return
   echo "making the Wine prefix"
   env "${wine_env[@]}" wineboot -i >/dev/null 2>&1
   # Fonts of Wine's own that its system folder lacks: captions, message boxes.
   cp -n /usr/share/wine/fonts/*.ttf "$DRIVE_C/windows/Fonts/"
   # No window manager on the virtual display: Wine draws captions and keeps the focus itself.
   env "${wine_env[@]}" wine reg add 'HKCU\Software\Wine\X11 Driver' /f /v Managed /d N >/dev/null 2>&1
+  # A program that crashes ends, instead of waiting for somebody to close a dialog.
+  env "${wine_env[@]}" wine reg add 'HKCU\Software\Wine\WineDbg' /f /v ShowCrashDialog /t REG_DWORD /d 0 >/dev/null 2>&1
   env "${wine_env[@]}" wineserver -w
+  touch "$PREFIX/.complete"
 }
-
-host_path() { echo "C:${1#"$DRIVE_C"}" | tr / '\\'; }

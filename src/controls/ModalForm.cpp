@@ -172,7 +172,7 @@ INT_PTR ModalForm::dispatch(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_COMMAND:
       if (!isButtonPress(wParam)) return FALSE;
       if (LOWORD(wParam) != IDCANCEL) {
-        command(LOWORD(wParam));
+        if (EntryControl::settleAll(window_)) command(LOWORD(wParam));
       } else if (mayClose()) {
         closeForm();
       }

@@ -1,6 +1,7 @@
 #include "controls/UTextBox.h"
 
 #include "platform/AutomationError.h"
+#include "platform/Module.h"
 
 namespace qev {
 
@@ -18,9 +19,9 @@ LRESULT CALLBACK UTextBox::windowProcedure(HWND window, UINT message, WPARAM wPa
 }
 
 UTextBox& UTextBox::create(HWND form, int id, int left, int top, int width, int height) {
-  const auto module = reinterpret_cast<HINSTANCE>(GetWindowLongPtrW(form, GWLP_HINSTANCE));
-  const HWND window = CreateWindowExW(0, kClassName, L"", WS_CHILD | WS_VISIBLE | WS_TABSTOP, left, top, width, height,
-                                      form, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), module, nullptr);
+  const HWND window =
+      CreateWindowExW(0, kClassName, L"", WS_CHILD | WS_VISIBLE | WS_TABSTOP, left, top, width, height, form,
+                      reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), moduleInstance(), nullptr);
   if (!window) throw AutomationError(kOutOfMemory, kClassName);
   SendMessageW(window, WM_SETFONT, static_cast<WPARAM>(SendMessageW(form, WM_GETFONT, 0, 0)), FALSE);
   return *from(window);

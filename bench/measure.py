@@ -1,0 +1,238 @@
+#!/usr/bin/env python3
+"""Runs the programs in turn over the corpora and prints the table.
+
+    measure.py [--rounds N] [--large] DRIVE_C TABLE_FILE
+
+DRIVE_C holds Bench/<corpus> (make-corpora.py) and QevBackup/ with the programs. Needs a display and Wine's environment;
+bench/run.sh sets all this up.
+"""
+import argparse
+import os
+import re
+import statistics
+import subprocess
+import sys
+import zipfile
+from dataclasses import dataclass, field
+from pathlib import Path
+
+MIB = 1 << 20
+TIMES_LARGER = 1.05  # what CopiaAuto may take of the bare engine's time
+MEMORY_LIMIT = 64    # MiB of the host above an empty host
+
+CORPORA = {
+    "base": "one database, 120 MB",
+    "comprimidos": "60 pictures, 120 MB",
+    "pequenos": "5,000 files, 130 MB",
+    "grande": "one sparse file, 4.5 GiB",
+}
+
+
+@dataclass
+class Run:
+    seconds: float
+    peak: float  # MiB
+    size: float  # MiB
+
+
+@dataclass
+class Measured:
+    name: str
+    runs: list = field(default_factory=list)
+
+    def median(self, what):
+        return statistics.median(getattr(run, what) for run in self.runs)
+
+    def times(self, other):
+        """The median of the ratios of the rounds: what disturbs a round disturbs both."""
+        return statistics.median(mine.seconds / its.seconds for mine, its in zip(self.runs, other.runs))
+
+    def spread(self):
+        seconds = [run.seconds for run in self.runs]
+        return f"{min(seconds):.2f}-{max(seconds):.2f}"
+
+
+class Failed(Exception):
+    pass
+
+
+def execute(command, folder):
+    """Runs a command to its end: its output, the seconds it took, its peak memory in MiB."""
+    timed = ["/usr/bin/time", "-q", "-o", "/dev/fd/3", "-f", "%e %M", *command]
+    reading, writing = os.pipe()
+    script = 'exec 3>&"$1"; shift; exec "$@"'
+    with open(reading) as report:
+        done = subprocess.run(["bash", "-c", script, "measure", str(writing), *timed], cwd=folder, pass_fds=[writing],
+                              stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+                              errors="replace", check=False)
+        os.close(writing)
+        seconds, kib = report.readline().split()
+    return done, float(seconds), float(kib) / 1024
+
+
+def program(name, *arguments):
+    return ["wine", rf"C:\QevBackup\{name}", *arguments]
+
+
+def checked(command, folder, codes=(0,)):
+    done, seconds, peak = execute(command, folder)
+    if done.returncode not in codes:
+        raise Failed(f"{command[1]}: status {done.returncode}\n{done.stdout}{done.stderr}")
+    return done.stdout, seconds, peak
+
+
+class Bench:
+    def __init__(self, drive_c):
+        self.drive_c = drive_c
+        self.start = 0.0  # seconds from the start to the end of a Windows program that does nothing
+        self.empty = 0.0  # MiB of a host that does nothing
+
+    def learn_start(self):
+        """A program's start, and a host's memory, without any work."""
+        starts, peaks = [], []
+        for _ in range(4):
+            starts.append(checked(program("BareEngine.exe"), self.drive_c, codes=(2,))[1])
+            peaks.append(checked(program("HostBackup.exe", "--empty"), self.drive_c)[2])
+        self.start = statistics.median(starts[1:])
+        self.empty = statistics.median(peaks)
+
+    # One run of each program: its seconds and its peak.
+
+    def copia_auto(self, corpus):
+        output, _, peak = checked(program("HostBackup.exe", rf"C:\Bench\{corpus}"), self.drive_c)
+        return float(re.search(r"ms ([\d.]+)", output)[1]) / 1000, peak
+
+    def bare_engine(self, corpus):
+        host = rf"C:\Bench\{corpus}"
+        output, _, peak = checked(
+            program("BareEngine.exe", "-q", "\\", rf"{host}\Backup\motor.zip", "querty", rf"{host}\Datos\Emp01\*.*",
+                    rf"{host}\Util.mde", rf"{host}\Gestion.ini"), self.drive_c)
+        return float(re.search(r"(\d+) ms", output)[1]) / 1000, peak
+
+    def seven_zip(self, corpus):
+        host = rf"Bench\{corpus}"
+        _, seconds, peak = checked(
+            program("7za.exe", "a", "-tzip", "-bd", "-bso0", rf"{host}\Backup\siete.zip", rf"{host}\Datos\Emp01",
+                    rf"{host}\Util.mde", rf"{host}\Gestion.ini"), self.drive_c)
+        return seconds - self.start, peak
+
+    def native_zip(self, corpus):
+        host = f"Bench/{corpus}"
+        _, seconds, peak = checked(
+            ["zip", "-r", "-q", f"{host}/Backup/nativo.zip", f"{host}/Datos/Emp01", f"{host}/Util.mde",
+             f"{host}/Gestion.ini"], self.drive_c)
+        return seconds, peak
+
+    def archive(self, corpus):
+        made = list((self.drive_c / "Bench" / corpus / "Backup").iterdir())
+        if len(made) != 1:
+            raise Failed(f"{corpus}: one archive was to be made, not {[path.name for path in made]}")
+        return made[0]
+
+    def clear(self, corpus):
+        for path in (self.drive_c / "Bench" / corpus / "Backup").iterdir():
+            path.unlink()
+        os.sync()  # what the run before left to be written must not slow this one
+
+    def once(self, corpus, run):
+        self.clear(corpus)
+        seconds, peak = run(self, corpus)
+        return Run(seconds, peak, self.archive(corpus).stat().st_size / MIB)
+
+
+PROGRAMS = {
+    "CopiaAuto": Bench.copia_auto,
+    "bare engine": Bench.bare_engine,
+    "7-Zip (Windows)": Bench.seven_zip,
+    "zip (native)": Bench.native_zip,
+}
+
+
+def content(archive):
+    """How many files an archive holds, and their bytes in all."""
+    with zipfile.ZipFile(archive) as opened:
+        files = [entry for entry in opened.infolist() if not entry.is_dir()]
+    return len(files), sum(entry.file_size for entry in files)
+
+
+def warm_up(bench, corpus, names):
+    """Fills the file caches, and makes sure that all archive the same files."""
+    contents = {}
+    for name in names:
+        bench.once(corpus, PROGRAMS[name])
+        contents[name] = content(bench.archive(corpus))
+    if len(set(contents.values())) != 1:
+        raise Failed(f"{corpus}: not the same files in every archive: {contents}")
+
+
+def measure(bench, corpus, names, rounds, warm=True):
+    print(f"measuring {CORPORA[corpus]}", file=sys.stderr, flush=True)
+    if warm:
+        warm_up(bench, corpus, names)
+    measured = {name: Measured(name) for name in names}
+    for _ in range(rounds):
+        for name in names:
+            measured[name].runs.append(bench.once(corpus, PROGRAMS[name]))
+    bench.clear(corpus)
+    return measured
+
+
+def table(results, bench, rounds):
+    lines = [f"{'corpus':<26}{'program':<17}{'seconds':>9}{'from-to':>14}{'x engine':>10}{'peak MiB':>10}{'archive MiB':>13}"]
+    for corpus, measured in results.items():
+        lines.append("-" * len(lines[0]))
+        title = CORPORA[corpus]
+        for each in measured.values():
+            lines.append(f"{title:<26}{each.name:<17}{each.median('seconds'):>9.2f}{each.spread():>14}"
+                         f"{each.times(measured['bare engine']):>10.3f}{each.median('peak'):>10.1f}{each.median('size'):>13.2f}")
+            title = ""
+    lines += ["", f"rounds: {rounds}; empty host: {bench.empty:.1f} MiB; start of a Windows program, taken off 7-Zip's "
+                  f"seconds: {bench.start:.2f} s", ""]
+    return lines
+
+
+def verdict(target, value, met):
+    return f"{target:<74}{value:>22}  {'met' if met else 'NOT MET'}"
+
+
+def verdicts(results, bench):
+    ratios = [results[corpus]["CopiaAuto"].times(results[corpus]["bare engine"]) for corpus in ("base", "comprimidos")]
+    above = max(run.peak for measured in results.values() for run in measured["CopiaAuto"].runs) - bench.empty
+    small = results["pequenos"]
+    to_seven_zip = small["CopiaAuto"].times(small["7-Zip (Windows)"])
+    sets = "every set above" if "grande" in results else "every set above (4.5 GiB: --large)"
+    return [
+        verdict(f"(a) CopiaAuto at most {TIMES_LARGER} x the bare engine, database and pictures",
+                " and ".join(f"{ratio:.3f}" for ratio in ratios), max(ratios) <= TIMES_LARGER),
+        verdict(f"(b) host less than {MEMORY_LIMIT} MiB above the empty host, {sets}", f"{above:.1f} MiB",
+                above < MEMORY_LIMIT),
+        verdict("(c) CopiaAuto no slower than 7-Zip, 5,000 files", f"{to_seven_zip:.3f} x 7-Zip", to_seven_zip <= 1),
+    ]
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--rounds", type=int, default=5)
+    parser.add_argument("--large", action="store_true")
+    parser.add_argument("drive_c", type=Path)
+    parser.add_argument("table_file", type=Path)
+    arguments = parser.parse_args()
+
+    # The server of Windows programs stays between the runs: no run pays for its start.
+    subprocess.run(["wineserver", "-p30"], check=True)
+    bench = Bench(arguments.drive_c)
+    bench.learn_start()
+    results = {corpus: measure(bench, corpus, list(PROGRAMS), arguments.rounds)
+               for corpus in ("base", "comprimidos", "pequenos")}
+    if arguments.large:
+        results["grande"] = measure(bench, "grande", ["CopiaAuto", "bare engine"], 1, warm=False)
+    text = "\n".join(table(results, bench, arguments.rounds) + verdicts(results, bench)) + "\n"
+    arguments.table_file.write_text(text, encoding="utf-8")
+    print(text, end="")
+
+
+if __name__ == "__main__":
+    try:
+        main()
+    except Failed as failure:
+        sys.exit(f"bench: {failure}")

@@ -20,6 +20,16 @@ UINT settleMessage() {
   return message;
 }
 
+BOOL CALLBACK postSettle(HWND child, LPARAM) {
+  PostMessageW(child, settleMessage(), 0, 0);
+  return TRUE;
+}
+
+BOOL CALLBACK sendSettle(HWND child, LPARAM accepted) {
+  if (SendMessageW(child, settleMessage(), 0, 0) == kRefused) *reinterpret_cast<bool*>(accepted) = false;
+  return TRUE;
+}
+
 constexpr std::int16_t kTab = 9;
 
 // The edit box within the control, in pixels.
@@ -562,8 +572,7 @@ void EntryControl::focusArrived() {
   }
   if (std::exchange(inside_, true)) return;
   const HWND form = GetAncestor(window_, GA_ROOT);
-  const auto post = [](HWND child, LPARAM) -> BOOL { return PostMessageW(child, settleMessage(), 0, 0), TRUE; };
-  EnumChildWindows(form, post, 0);  // a field that lost the focus to no window has not left yet
+  EnumChildWindows(form, &postSettle, 0);  // a field that lost the focus to no window has not left yet
   enter();
 }
 
@@ -617,11 +626,7 @@ bool EntryControl::leave(bool duringValidation) {
 
 bool EntryControl::settleAll(HWND form) {
   bool accepted = true;
-  const auto send = [](HWND child, LPARAM result) -> BOOL {
-    if (SendMessageW(child, settleMessage(), 0, 0) == kRefused) *reinterpret_cast<bool*>(result) = false;
-    return TRUE;
-  };
-  EnumChildWindows(form, send, reinterpret_cast<LPARAM>(&accepted));
+  EnumChildWindows(form, &sendSettle, reinterpret_cast<LPARAM>(&accepted));
   return accepted;
 }
 

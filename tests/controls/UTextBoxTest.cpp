@@ -530,6 +530,42 @@ TEST_F(UTextBoxTest, GoingToAnotherWindowAndBackIsNoLeavingAndNoEntering) {
   EXPECT_EQ(box.Text(), L"");  // what it held on its one entry
 }
 
+TEST_F(UTextBoxTest, AFieldThatLostTheFocusOnADetourLeavesWhenAnotherOneIsEntered) {
+  UTextBox& box = field(1);
+  box.setDatatype(DataType::Currency);
+  form_->type(L"1234.5");
+  SetFocus(nullptr);  // as when the focused window is hidden or disabled
+  test::pumpUntilIdle(form_->window());
+  EXPECT_EQ(box.Text(), L"1234,5") << "no other control has the focus yet";
+  form_->focus(2);
+  test::pumpUntilIdle(form_->window());
+  EXPECT_EQ(box.Text(), L"1.234,50");
+}
+
+TEST_F(UTextBoxTest, AFormCanLetItsFieldsSettleBeforeItActs) {
+  UTextBox& box = field(1);
+  box.setDatatype(DataType::Date);
+  form_->type(L"30-02-2000");
+  EXPECT_TRUE(EntryControl::settleAll(form_->window())) << "the focus has not left the field";
+  EXPECT_EQ(box.Text(), L"30-02-2000");
+  fakes_.messages.willAnswer({Answer::Ok});
+  SetFocus(field(2).hWnd());  // the leave is still in the queue
+  EXPECT_FALSE(EntryControl::settleAll(form_->window()));
+  EXPECT_EQ(box.Text(), L"");
+  EXPECT_EQ(form_->focused(), 1);
+  test::pumpUntilIdle(form_->window());
+  EXPECT_EQ(fakes_.messages.shown.size(), 1u) << "asked once";
+}
+
+TEST_F(UTextBoxTest, TheTextOfAPasswordReadsAsEmpty) {
+  UTextBox& box = field(1);
+  box.setDatatype(DataType::Password);
+  box.setText(L"secreta");
+  wchar_t text[20] = L"basura";
+  EXPECT_EQ(SendMessageW(box.hWnd(), WM_GETTEXT, 20, reinterpret_cast<LPARAM>(text)), 0);
+  EXPECT_STREQ(text, L"");
+}
+
 // ---------------------------------------------------------------------------------------------------------------------
 // Events
 

@@ -52,7 +52,7 @@ make_prefix || { echo "0 passed, 1 failed"; exit 1; }
 
 check "sources are formatted" tools/check-format.sh
 check "dist holds both architectures" ls dist/x64/QevBackup.dll dist/x64/VANTO5.DLL dist/x86/QevBackup.dll dist/x86/VANTO5.DLL
-suite "logic, natively under the sanitizers" build/native/qev_logic_tests
+suite "logic, natively under the sanitizers" env LOCPATH="$BUILD/locale" build/native/qev_logic_tests
 export -f win
 tools/test-disks.sh || true
 suite "library under Wine" on_display tools/run-win.sh build/x64/qev_tests.exe

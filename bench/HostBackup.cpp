@@ -8,8 +8,8 @@
 //
 //   ms MILLISECONDS peak BEFORE AFTER commit BEFORE AFTER estado TEXT
 //
-// with the time of the call and, in KiB, the peak working set and the peak of committed memory of this process before the
-// object is made and after the call (GetProcessMemoryInfo). Ends with 0 when the backup was a success.
+// with the time of the call and, in KiB, the peak working set and the peak of committed memory of this process before
+// the object is made and after the call (GetProcessMemoryInfo). Ends with 0 when the backup was a success.
 #include <windows.h>
 
 #include <initguid.h>
@@ -108,7 +108,7 @@ int wmain(int count, wchar_t** arguments) {
     status = estado == kSuccess ? 0 : 1;
   }
   const Memory after = memoryNow();
-  printf("ms %.1f peak %llu %llu commit %llu %llu estado %ls\n", duration, before.peakKib, after.peakKib, before.commitKib,
-         after.commitKib, estado.c_str());
+  printf("ms %.1f peak %llu %llu commit %llu %llu estado %ls\n", duration, before.peakKib, after.peakKib,
+         before.commitKib, after.commitKib, estado.c_str());
   return status;
 }

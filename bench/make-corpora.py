@@ -4,8 +4,8 @@
     make-corpora.py FOLDER          base, pequenos and comprimidos, about 370 MB together
     make-corpora.py --large FOLDER  grande: one sparse file of 4.5 GiB, all zeros
 
-FOLDER/<corpus>/ holds Datos/Emp01/ (the data), Util.mde, Gestion.ini and an empty Backup/. The bytes come from fixed seeds:
-the same on every machine with the same Python and SQLite. A corpus that is complete is left alone.
+FOLDER/<corpus>/ holds Datos/Emp01/ (the data), Util.mde, Gestion.ini and an empty Backup/. The bytes come from fixed
+seeds: the same on every machine with the same Python and SQLite. A corpus that is complete is left alone.
 """
 import random
 import shutil
@@ -14,7 +14,8 @@ import sys
 from pathlib import Path
 
 MIB = 1 << 20
-SYLLABLES = "ba be bi bo ca ce co cu da de do du fa fe ga go la le li lo ma me mi mo na no pa pe po ra re ri ro sa se so ta te ti to va ve".split()
+SYLLABLES = ("ba be bi bo ca ce co cu da de do du fa fe ga go la le li lo ma me mi mo na no pa pe po ra re ri ro sa se"
+             " so ta te ti to va ve").split()
 FOLDERS = ["Clientes", "Facturación", "Albaranes", "Año 2025", "Año 2026", "Informes", "Plantillas", "Correo"]
 
 
@@ -44,7 +45,8 @@ def database(data, rng):
             for i in range(60_000)))
         base.executemany("insert into linea values(?,?,?,?,?,?,?)", (
             (i, i // 4, f"{rng.randrange(10**6):06d}-{rng.randrange(100):02d}", rng.randrange(1, 40),
-             rng.randrange(10**6) / 100, f"2026-{rng.randint(1, 12):02d}-{rng.randint(1, 28):02d}", phrase(rng.randint(6, 14)))
+             rng.randrange(10**6) / 100, f"2026-{rng.randint(1, 12):02d}-{rng.randint(1, 28):02d}",
+             phrase(rng.randint(6, 14)))
             for i in range(860_000)))
         base.execute("create index linea_articulo on linea(articulo)")
         base.execute("create index cliente_nombre on cliente(nombre)")

@@ -178,13 +178,15 @@ def measure(bench, corpus, names, rounds, warm=True):
 
 
 def table(results, bench, rounds):
-    lines = [f"{'corpus':<26}{'program':<17}{'seconds':>9}{'from-to':>14}{'x engine':>10}{'peak MiB':>10}{'archive MiB':>13}"]
+    lines = [f"{'corpus':<26}{'program':<17}{'seconds':>9}{'from-to':>14}{'x engine':>10}{'peak MiB':>10}"
+             f"{'archive MiB':>13}"]
     for corpus, measured in results.items():
         lines.append("-" * len(lines[0]))
         title = CORPORA[corpus]
         for each in measured.values():
             lines.append(f"{title:<26}{each.name:<17}{each.median('seconds'):>9.2f}{each.spread():>14}"
-                         f"{each.times(measured['bare engine']):>10.3f}{each.median('peak'):>10.1f}{each.median('size'):>13.2f}")
+                         f"{each.times(measured['bare engine']):>10.3f}{each.median('peak'):>10.1f}"
+                         f"{each.median('size'):>13.2f}")
             title = ""
     lines += ["", f"rounds: {rounds}; empty host: {bench.empty:.1f} MiB; start of a Windows program, taken off 7-Zip's "
                   f"seconds: {bench.start:.2f} s", ""]

@@ -2,6 +2,8 @@
 
 #include <commctrl.h>
 
+#include <utility>
+
 #include "resources/resource.h"
 
 namespace qev {
@@ -107,7 +109,9 @@ void FBackup::showResult(const std::wstring& text) {
   UpdateWindow(window());
 }
 
+// Most messages of the engine, on many small files, do not move the bar.
 void FBackup::showProgress(int permille) {
+  if (std::exchange(shownProgress_, permille) == permille) return;
   SendMessageW(Progreso_, PBM_SETPOS, static_cast<WPARAM>(permille), 0);
 }
 

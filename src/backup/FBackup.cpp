@@ -2,8 +2,6 @@
 
 #include <commctrl.h>
 
-#include <utility>
-
 #include "resources/resource.h"
 
 namespace qev {
@@ -109,9 +107,12 @@ void FBackup::showResult(const std::wstring& text) {
   UpdateWindow(window());
 }
 
-// Most messages of the engine, on many small files, do not move the bar.
+// Painting costs more than many a file: the bar moves a few times a second, and at the end.
 void FBackup::showProgress(int permille) {
-  if (std::exchange(shownProgress_, permille) == permille) return;
+  constexpr ULONGLONG pauseMilliseconds = 50;
+  const ULONGLONG now = GetTickCount64();
+  if (permille < kProgressSteps && now - progressShownAt_ < pauseMilliseconds) return;
+  progressShownAt_ = now;
   SendMessageW(Progreso_, PBM_SETPOS, static_cast<WPARAM>(permille), 0);
 }
 

@@ -67,7 +67,7 @@ class FBackup final : public ModalForm, private BackupRunView {
   UniqueFont headingFont_;
   UniqueFont outcomeFont_;
   UniqueIcon buttonIcon_;
-  int shownProgress_ = 0;  // thousandths
+  ULONGLONG progressShownAt_ = 0;  // system ticks, milliseconds
   bool busy_ = false;
   bool running_ = false;     // a tick that arrives during a run starts nothing
   bool closeAsked_ = false;  // during a run: close when it is over

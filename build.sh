@@ -10,9 +10,10 @@ tools/fetch-engines.sh build/engine-src
 for architecture; do
   cmake --preset "$architecture" -DQEV_ENGINE_SOURCES="$PWD/build/engine-src" >"build/$architecture.configure.log" ||
     { cat "build/$architecture.configure.log"; exit 1; }
-  cmake --build --preset "$architecture" --target QevBackup VANTO5
+  cmake --build --preset "$architecture" --target QevBackup VANTO5 VANTO6
   mkdir -p "dist/$architecture"
-  cp "build/$architecture/QevBackup.dll" "build/$architecture/VANTO5.DLL" "dist/$architecture/"
+  cp "build/$architecture/QevBackup.dll" "build/$architecture/VANTO5.DLL" \
+    "build/$architecture/VANTO6.DLL" "dist/$architecture/"
   tools/check-imports.sh "dist/$architecture"/*.[dD][lL][lL]
-  echo "dist/$architecture: QevBackup.dll VANTO5.DLL"
+  echo "dist/$architecture: QevBackup.dll VANTO5.DLL VANTO6.DLL"
 done

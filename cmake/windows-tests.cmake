@@ -7,7 +7,7 @@ add_executable(qev_tests ${test_sources} ${resources})
 target_include_directories(qev_tests PRIVATE tests)
 target_link_libraries(qev_tests PRIVATE qev_windows gmock_main gdiplus psapi)
 qev_strict(qev_tests)
-add_dependencies(qev_tests VANTO5)
+add_dependencies(qev_tests VANTO5 VANTO6)
 
 file(GLOB host_test_sources CONFIGURE_DEPENDS tests/hosts/*Test.cpp)
 if(host_test_sources)
@@ -15,14 +15,17 @@ if(host_test_sources)
   target_include_directories(qev_host_tests PRIVATE tests src ${generated})
   target_link_libraries(qev_host_tests PRIVATE qev_windows gmock_main ole32 oleaut32 uuid)
   qev_strict(qev_host_tests)
-  add_dependencies(qev_host_tests QevBackup VANTO5)
+  add_dependencies(qev_host_tests QevBackup VANTO5 VANTO6)
 endif()
 
-add_executable(EngineTest tests/engine/EngineFixture.cpp tests/engine/EngineTest.cpp)
+add_executable(EngineTest
+  tests/engine/EngineFixture.cpp tests/engine/EngineTest.cpp tests/engine/ProcessUse.cpp
+  tests/engine/UnzipEngineTest.cpp tests/engine/UnzipFixture.cpp tests/engine/UnzipSafetyTest.cpp
+  tests/support/ZipWriter.cpp)
 target_include_directories(EngineTest PRIVATE engine tests)
 target_link_libraries(EngineTest PRIVATE gmock_main psapi)
 qev_strict(EngineTest)
-add_dependencies(EngineTest VANTO5)
+add_dependencies(EngineTest VANTO5 VANTO6)
 
 add_executable(BareEngine bench/BareEngine.cpp)
 target_include_directories(BareEngine PRIVATE engine)

@@ -1,8 +1,6 @@
 // VANTO5.DLL, called as its hosts call it.
 #include <windows.h>
 
-#include <psapi.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <string>
@@ -10,6 +8,7 @@
 #include <vector>
 
 #include "EngineFixture.h"
+#include "ProcessUse.h"
 
 namespace qev::test {
 namespace {
@@ -565,31 +564,6 @@ TEST_F(EngineTest, DiskThatFillsUpIsAnsweredAndTheOldArchiveStays) {
 
 // ---- Called again
 // ----------------------------------------------------------------------------------------------------
-
-DWORD handleCount() {
-  DWORD count = 0;
-  GetProcessHandleCount(GetCurrentProcess(), &count);
-  return count;
-}
-
-SIZE_T memoryInUse() {
-  PROCESS_MEMORY_COUNTERS_EX counters{};
-  counters.cb = sizeof counters;
-  GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters), sizeof counters);
-  return counters.PrivateUsage;
-}
-
-size_t processHeapInUse() {
-  const HANDLE heap = GetProcessHeap();
-  size_t total = 0;
-  PROCESS_HEAP_ENTRY entry{};
-  HeapLock(heap);
-  while (HeapWalk(heap, &entry)) {
-    if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0) total += entry.cbData;
-  }
-  HeapUnlock(heap);
-  return total;
-}
 
 TEST_F(EngineTest, HundredsOfFailuresLeaveNothingBehindAndTheNextRunSucceeds) {
   folder.write(L"Datos\\ocupado.db", someText(100000));

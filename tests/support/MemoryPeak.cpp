@@ -44,6 +44,19 @@ void* operator new[](std::size_t size) {
   return obtain(size);
 }
 
+// A sanitizer brings its own of these otherwise, whose blocks are not ours to free.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  try {
+    return obtain(size);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t& how) noexcept {
+  return operator new(size, how);
+}
+
 void operator delete(void* block) noexcept {
   release(block);
 }

@@ -3,7 +3,7 @@
 // The sources count the directory's bytes by adding up the lengths of the names in the ANSI code page, but write the
 // names in UTF-8, which are longer: the size in their end record would be wrong for every name with an accent. Here the
 // size is what has been written.
-#include "Engine.h"
+#include "ZipParts.h"
 
 struct zlist;
 

@@ -1,8 +1,8 @@
 // The exported functions: options and callbacks in, one run of the zip sources, its code out.
 #include "Vanto5.h"
 
-#include "Engine.h"
 #include "EngineNames.h"
+#include "ZipParts.h"
 
 namespace qev::engine {
 namespace {
@@ -16,11 +16,6 @@ wchar_t archivePath[longestPath + 1];
 char archiveName[2 * longestPath + 8];
 
 // ---- One run at a time
-// -----------------------------------------------------------------------------------------------
-
-volatile LONG busy = 0;
-DWORD busyThread = 0;
-ULONG_PTR busyFrame = 0;  // stack address of the run
 
 void endRun() {
   files::end();
@@ -29,19 +24,9 @@ void endRun() {
   memory::end();
 }
 
-// Takes the engine for a run whose frame is at `frame`. A run that was left by an exception of its host, past the
-// engine's frames, still counts as busy: it is over when the same thread comes back with a stack that no longer reaches
-// its frame.
-bool take(ULONG_PTR frame) {
-  if (InterlockedCompareExchange(&busy, 1, 0) != 0) {
-    const bool abandoned = busyThread == GetCurrentThreadId() && frame >= busyFrame;
-    if (!abandoned) return false;
-    messages::begin(nullptr);
-    endRun();
-  }
-  busyThread = GetCurrentThreadId();
-  busyFrame = frame;
-  return true;
+void abandonRun() {
+  messages::begin(nullptr);
+  endRun();
 }
 
 // Ends the run however its block is left, an exception thrown by a callback included.
@@ -52,12 +37,11 @@ class RunGuard {
   RunGuard& operator=(const RunGuard&) = delete;
   ~RunGuard() {
     endRun();
-    InterlockedExchange(&busy, 0);
+    turn::giveBack();
   }
 };
 
 // ---- The command line that the sources take
-// --------------------------------------------------------------------------
 
 class Arguments {
  public:
@@ -131,7 +115,6 @@ void addOptions(Arguments& arguments) {
 }
 
 // ---- Archive and root
-// ------------------------------------------------------------------------------------------------
 
 void printError(const char* what, const char* detail) {
   messages::write("zip error: ", 11);
@@ -197,7 +180,12 @@ int archive(int argc, const char* zipFileName, char** names) {
 
   state::restore();
   no_win32_wide = 0;
-  const int code = qevRun(arguments.count(), arguments.values());
+  const int code = qevRun(
+      [](void* line) {
+        const auto* const whole = static_cast<const Arguments*>(line);
+        return zipmain(whole->count(), whole->values());
+      },
+      &arguments);
   return code == ZP_OK && files::incomplete() ? static_cast<int>(ZP_OPEN) : code;
 }
 
@@ -239,13 +227,13 @@ using namespace qev::engine;
 extern "C" {
 
 int WINAPI ZpInit(ZIPUSERFUNCTIONS* functions) {
-  if (busy != 0) return 0;
+  if (turn::isTaken()) return 0;
   callbacks = functions != nullptr ? *functions : ZIPUSERFUNCTIONS{};
   return 1;
 }
 
 BOOL WINAPI ZpSetOptions(ZPOPT* wanted) {
-  return wanted != nullptr && busy == 0 && setOptions(*wanted) ? TRUE : FALSE;
+  return wanted != nullptr && !turn::isTaken() && setOptions(*wanted) ? TRUE : FALSE;
 }
 
 ZPOPT* WINAPI ZpGetOptions(void) {
@@ -254,7 +242,7 @@ ZPOPT* WINAPI ZpGetOptions(void) {
 }
 
 int WINAPI ZpArchive(int argc, char* zipFileName, char** names) {
-  if (!take(reinterpret_cast<ULONG_PTR>(__builtin_frame_address(0)))) return ZP_LOGIC;
+  if (!turn::take(reinterpret_cast<ULONG_PTR>(__builtin_frame_address(0)), abandonRun)) return ZP_LOGIC;
   const RunGuard guard;
   if (!memory::begin()) return ZP_MEM;
   messages::begin(callbacks.print);

@@ -1,5 +1,5 @@
 // Conversions and text building that the sources do in ways that are too slow, too small, or made for a console.
-#include "Engine.h"
+#include "ZipParts.h"
 
 extern "C" {
 extern char errbuf[];                       // the sources' buffer for error texts

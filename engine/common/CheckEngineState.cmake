@@ -1,6 +1,6 @@
-# Checks in the linker's map that the two marker objects enclose the static data of the zip sources and nothing else.
+# Checks in the linker's map that the two marker objects enclose the static data of the published sources and nothing else.
 #
-#   cmake -D MAP=VANTO5.map -P CheckEngineState.cmake
+#   cmake -D MAP=VANTO5.map -D TREE=zip30 -P CheckEngineState.cmake
 
 if(NOT EXISTS "${MAP}")
   message(FATAL_ERROR "No linker map: ${MAP}")
@@ -23,7 +23,7 @@ foreach(section data bss)
       set(first "${address}")
     elseif(object MATCHES "StateLast\\.c")
       set(last "${address}")
-    elseif(object MATCHES "/zip30/")
+    elseif(object MATCHES "/${TREE}/")
       if(first STREQUAL "" OR NOT last STREQUAL "")
         message(FATAL_ERROR ".${section} of ${object} lies outside the markers")
       endif()
@@ -33,14 +33,14 @@ foreach(section data bss)
     endif()
   endforeach()
   if(first STREQUAL "" OR last STREQUAL "" OR inside EQUAL 0)
-    message(FATAL_ERROR "The markers do not enclose any .${section} of the zip sources")
+    message(FATAL_ERROR "The markers do not enclose any .${section} of the published sources")
   endif()
 endforeach()
 
 # Data in any other writable section would not be restored.
-file(STRINGS "${MAP}" stray REGEX "^ (COMMON|\\.tls|\\.data\\$|\\.bss\\$).* 0x[0-9a-f]+ .*/zip30/")
+file(STRINGS "${MAP}" stray REGEX "^ (COMMON|\\.tls|\\.data\\$|\\.bss\\$).* 0x[0-9a-f]+ .*/${TREE}/")
 foreach(line IN LISTS stray)
   if(NOT line MATCHES " 0x0 ")
-    message(FATAL_ERROR "Static data of the zip sources in another section: ${line}")
+    message(FATAL_ERROR "Static data of the published sources in another section: ${line}")
   endif()
 endforeach()

@@ -1,4 +1,4 @@
-// The static data of the zip sources, which were made to run once in a process.
+// The static data of the sources, which were made to run once in a process.
 //
 // The linker lays out the data of the object files in the order of its command line, so all of it lies between the two
 // marker objects (StateFirst.c, StateLast.c). Its initial values are kept when the DLL is loaded and given back before

@@ -1,6 +1,6 @@
 #include "EngineNames.h"
 
-#include "Engine.h"
+#include "ZipParts.h"
 
 namespace qev::engine::names {
 

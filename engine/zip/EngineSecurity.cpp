@@ -2,7 +2,7 @@
 //
 // They come from the handle that the file is read through. Most files of a folder have the same descriptor, so the
 // compressed form of the last one is remembered.
-#include "Engine.h"
+#include "ZipParts.h"
 
 #define IZ_PACKED __attribute__((packed))  // as in the sources' win32/osdep.h
 extern "C" {

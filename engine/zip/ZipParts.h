@@ -1,45 +1,24 @@
-// The parts of the engine that serve one run of the zip sources, and the order in which a run uses them.
+// The parts of the zip engine that serve one run of the zip sources, and the order in which a run uses them.
 //
 //   memory, messages, paths, streams, files   begin() in this order, end() in reverse
 //   state                                      restore() before each run
-//   run()                                      calls the sources, and comes back whatever they do
+//   qevRun()                                   calls the sources, and comes back whatever they do
 //
-// A part's end() undoes everything that the run left in it. No function here throws. The zip sources leave a run from
-// anywhere by qevExit, a jump over their frames, so no function that calls back into them holds anything to destroy.
+// A part's end() undoes everything that the run left in it. No function here throws, and none that calls back into the
+// sources holds anything to destroy (see common/Engine.h).
 #pragma once
 
 #include <windows.h>
 
 #include <cstddef>
 
-#include "EngineShim.h"
 #include "Vanto5.h"
+#include "ZipShim.h"
+#include "common/Engine.h"
 
 namespace qev::engine {
 
-namespace memory {
-
-// Makes the heap of the run. Answers false if there is no memory.
-bool begin();
-
-// Frees whatever the run still holds.
-void end();
-
-}  // namespace memory
-
 namespace messages {
-
-// Sends the messages of the run to `print`, which may be null.
-void begin(ZPPRINT print);
-
-// Sends what is left of an unfinished line.
-void end();
-
-// Adds text to the current line; each line is sent when it is complete.
-void write(const char* text, size_t length);
-
-// Sends the unfinished line, so that the caller gets the processor now.
-void send();
 
 // Prints "zip warning: <text><detail>" on a line of its own.
 void warn(const char* text, const char* detail);
@@ -122,22 +101,6 @@ void begin();
 
 }  // namespace directory
 
-namespace state {
-
-// Remembers the initial values of the sources' static data. Answers false if the image is not laid out as expected.
-bool capture();
-
-// Gives all static data of the sources their initial values.
-void restore();
-
-// Frees what capture() made.
-void release();
-
-}  // namespace state
-
-// errno for a Windows error code.
-int errnoOf(DWORD error);
-
 }  // namespace qev::engine
 
 extern "C" {
@@ -146,6 +109,6 @@ extern "C" {
 // of the current folder, and be wrong in the root of a drive.
 extern int no_win32_wide;
 
-// Runs the sources' main function and answers its code, or the code given to qevExit.
-int qevRun(int argc, char** argv);
+// The sources' main function.
+int zipmain(int argc, char** argv);
 }

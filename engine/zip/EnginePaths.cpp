@@ -1,6 +1,6 @@
 // Which file a name means. Relative names start from the run's root folder, whatever the current folder of the process
 // is or becomes; and a full path longer than the classic limit gets the prefix that lifts it (\\?\).
-#include "Engine.h"
+#include "ZipParts.h"
 
 namespace qev::engine::paths {
 

@@ -5,8 +5,8 @@
  * files, console output, environment, signal handlers) or that ends it. The functions behind these names are in the
  * Engine*.cpp files beside this one. The sources themselves stay as they were published.
  */
-#ifndef QEV_ENGINE_SHIM_H
-#define QEV_ENGINE_SHIM_H
+#ifndef QEV_ZIP_SHIM_H
+#define QEV_ZIP_SHIM_H
 
 #include <windows.h>
 
@@ -31,6 +31,9 @@
 #include <time.h>
 #include <wchar.h>
 
+#include "common/EngineMemory.h"
+#include "common/EngineRun.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -40,13 +43,6 @@ typedef struct QevStream QevStream;
 
 extern QevStream qevMessages;
 extern QevStream qevAnswers;
-
-/* Memory, from the heap of the run. */
-void* qevMalloc(size_t size);
-void* qevCalloc(size_t count, size_t size);
-void* qevRealloc(void* block, size_t size);
-void qevFree(void* block);
-char* qevStrdup(const char* text);
 
 /* Streams. */
 QevStream* qevFopen(const char* path, const char* mode);
@@ -92,9 +88,6 @@ unsigned long qevCompressMemory(char* to, unsigned long toSize, char* from, unsi
 /* Texts. `errbuf` is the sources' buffer for error texts; what does not fit is cut. */
 int qevSprintf(char* to, const char* format, ...) __attribute__((format(ms_printf, 2, 3)));
 char* qevStrcat(char* to, const char* from);
-
-/* The end of a run, from anywhere inside it. */
-void qevExit(int code) __attribute__((noreturn));
 
 #ifdef __cplusplus
 }

@@ -8,7 +8,7 @@
 //   at which the entry is archived;
 // - at that moment the file is opened for reading, and its current size, times and security come from this one handle,
 //   which the sources then read from.
-#include "Engine.h"
+#include "ZipParts.h"
 
 extern "C" {
 // Of the sources: 1 makes entries Zip64 whatever their size, -1 leaves that to their size.
@@ -40,7 +40,6 @@ struct Facts {
 };
 
 // ---- What scans told
-// -------------------------------------------------------------------------------------------------
 
 struct Known {
   Known* next;
@@ -146,7 +145,6 @@ bool lookUp(const wchar_t* name, Facts& facts) {
 }
 
 // ---- Folder scans
-// ----------------------------------------------------------------------------------------------------
 
 struct Scan {
   Scan* next;
@@ -163,7 +161,6 @@ void keepEntry(const Scan* scan, const WIN32_FIND_DATAW& data) {
 }
 
 // ---- The file being archived
-// -----------------------------------------------------------------------------------------
 
 struct Input {
   HANDLE handle;
@@ -240,7 +237,6 @@ int addInput(HANDLE handle) {
 }
 
 // ---- Volumes
-// ---------------------------------------------------------------------------------------------------------
 
 // The volume asked about last: the sources ask for every file, and few runs span volumes.
 struct Volume {
@@ -300,7 +296,6 @@ void rootOf(const wchar_t* path, wchar_t (&root)[MAX_PATH + 2]) {
 }
 
 // ---- Times
-// -----------------------------------------------------------------------------------------------------------
 
 constexpr ULONGLONG ticksPerSecond = 10000000;
 constexpr ULONGLONG unixEpoch = 116444736000000000;  // 1970-01-01 in ticks since 1601
@@ -350,7 +345,6 @@ void describe(const wchar_t* name, const Facts& facts, struct _stati64* result) 
 }
 
 // ---- Privileges
-// ------------------------------------------------------------------------------------------------------
 
 HANDLE token = nullptr;
 TOKEN_PRIVILEGES formerPrivileges;

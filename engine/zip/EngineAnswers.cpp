@@ -1,5 +1,5 @@
 // The two questions that the sources ask: a password, and the archive's comment.
-#include "Engine.h"
+#include "ZipParts.h"
 
 namespace qev::engine::answers {
 

@@ -1,29 +1,38 @@
 // Everything that the sources print, line by line, to the print callback.
+#include <cstdio>
+#include <cstring>
+
 #include "Engine.h"
 
 namespace qev::engine::messages {
 
 namespace {
 
-ZPPRINT printer = nullptr;
-char line[ZP_MAXIMUM_MESSAGE + 1];  // one more for the zero byte that follows the message
+Print printer = nullptr;
+char line[longest + 1];  // one more for the zero byte that follows the message
 size_t used = 0;
+bool begun = false;  // part of the current line has been sent
 
-// The sources announce here that they leave their temporary file behind, which this engine never does.
-constexpr char leftBehind[] = "\tzip warning: new zip file left as: ";
+void sendText(bool whole) {
+  const size_t length = finish(line, used, whole);
+  used = 0;
+  begun = !whole;
+  if (length == 0) return;
+  line[length] = '\0';
+  if (printer != nullptr) printer(line, static_cast<unsigned long>(length));
+}
 
 void newLine() {
-  if (used + 2 > ZP_MAXIMUM_MESSAGE) send();
+  if (used + 2 > longest) send();
   line[used++] = '\r';
   line[used++] = '\n';
-  if (used > sizeof leftBehind && memcmp(line, leftBehind, sizeof leftBehind - 1) == 0) used = 0;
-  send();
+  sendText(true);
 }
 
 void add(const char* text, size_t length) {
   while (length > 0) {
-    if (used == ZP_MAXIMUM_MESSAGE) send();
-    const size_t room = ZP_MAXIMUM_MESSAGE - used;
+    if (used == longest) send();
+    const size_t room = longest - used;
     const size_t part = length < room ? length : room;
     memcpy(line + used, text, part);
     used += part;
@@ -34,9 +43,10 @@ void add(const char* text, size_t length) {
 
 }  // namespace
 
-void begin(ZPPRINT print) {
+void begin(Print print) {
   printer = print;
   used = 0;
+  begun = false;
 }
 
 void end() {
@@ -45,11 +55,19 @@ void end() {
 }
 
 void send() {
-  if (used == 0) return;
-  line[used] = '\0';
-  const auto length = static_cast<unsigned long>(used);
-  used = 0;
-  if (printer != nullptr) printer(line, length);
+  if (used > 0) sendText(false);
+}
+
+void sendRaw(const char* bytes, size_t length) {
+  send();
+  while (length > 0) {
+    const size_t part = length < longest ? length : longest;
+    memcpy(line, bytes, part);
+    line[part] = '\0';
+    if (printer != nullptr) printer(line, static_cast<unsigned long>(part));
+    bytes += part;
+    length -= part;
+  }
 }
 
 void write(const char* text, size_t length) {
@@ -64,7 +82,14 @@ void write(const char* text, size_t length) {
   }
 }
 
-// One dot of the sources' progress display: the file's name goes out before the first, and each goes out at once.
+void write(const char* text) {
+  write(text, strlen(text));
+}
+
+void startLine() {
+  if (used > 0 || begun) newLine();
+}
+
 void writeDot() {
   if (used > 0) {
     if (line[used - 1] != ' ') add(" ", 1);
@@ -74,26 +99,12 @@ void writeDot() {
   send();
 }
 
-void warn(const char* text, const char* detail) {
-  if (used > 0) newLine();
-  constexpr char prefix[] = "\tzip warning: ";
-  write(prefix, sizeof prefix - 1);
-  write(text, strlen(text));
-  write(detail, strlen(detail));
-  newLine();
-}
-
-// Formatted text is built on the stack; what is longer than any message of the sources is cut.
 int format(const char* pattern, va_list arguments) {
-  char text[3 * ZP_MAXIMUM_MESSAGE];
+  char text[3 * longest];
   const int length = _vsnprintf(text, sizeof text - 1, pattern, arguments);
   text[sizeof text - 1] = '\0';
   const size_t size = length >= 0 ? static_cast<size_t>(length) : strlen(text);
-  if (size == 1 && text[0] == '.') {
-    writeDot();
-  } else {
-    write(text, size);
-  }
+  write(text, size);
   return static_cast<int>(size);
 }
 

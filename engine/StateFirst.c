@@ -1,3 +1,0 @@
-/* Linked before the zip sources: their static data begins behind these two. See EngineState.cpp. */
-char qevDataFirst[32] = {1};
-char qevZeroFirst[32];

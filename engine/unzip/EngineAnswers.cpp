@@ -1,0 +1,117 @@
+// What the callbacks of the host are asked and told.
+#include <cstring>
+
+#include "UnzipParts.h"
+
+namespace qev::engine {
+
+namespace outcome {
+
+namespace {
+int raised = 0;
+}
+
+void begin() {
+  raised = 0;
+}
+
+void raise(int code) {
+  if (code > raised) raised = code;
+}
+
+int gravest(int code) {
+  return code > raised ? code : raised;
+}
+
+}  // namespace outcome
+
+namespace answers {
+
+namespace {
+
+constexpr size_t longestName = 32768;  // bytes of a name for a callback
+
+USERFUNCTION callbacks{};
+char shownName[longestName];
+bool isRestored = false;
+char restoredName[longestName];
+unsigned long long restoredSize = 0;
+
+unsigned long bounded(unsigned long long size) {
+  return size < 0xFFFFFFFFu ? static_cast<unsigned long>(size) : 0xFFFFFFFFu;
+}
+
+// Tells the service callback of the last entry. Answers false if it ends the run.
+bool tellRestored() {
+  if (!isRestored) return true;
+  isRestored = false;
+  return callbacks.ServCallBk == nullptr || callbacks.ServCallBk(restoredName, bounded(restoredSize)) == 0;
+}
+
+}  // namespace
+
+void begin(const USERFUNCTION& functions) {
+  callbacks = functions;
+  isRestored = false;
+}
+
+void end() {
+  if (!tellRestored()) outcome::raise(UZ_STOPPED);
+  callbacks = USERFUNCTION{};
+}
+
+void restored(const char* name, unsigned long long size) {
+  isRestored = callbacks.ServCallBk != nullptr;
+  if (!isRestored) return;
+  names::ansiFromUtf8(name, restoredName, sizeof restoredName);
+  restoredSize = size;
+}
+
+}  // namespace answers
+}  // namespace qev::engine
+
+using namespace qev::engine;
+using namespace qev::engine::answers;
+
+extern "C" {
+
+void qevRaise(int code) {
+  outcome::raise(code);
+}
+
+int qevNextEntry() {
+  output::reportLast();
+  return tellRestored() ? 1 : 0;
+}
+
+int qevAskReplace(const char* name) {
+  if (callbacks.replace == nullptr) return UZ_REPLACE_NONE;
+  names::ansiFromUtf8(name, shownName, sizeof shownName);
+  const int answer = callbacks.replace(shownName);
+  return answer >= UZ_REPLACE_YES && answer <= UZ_REPLACE_NONE ? answer : static_cast<int>(UZ_REPLACE_NO);
+}
+
+int qevAskPassword(char* to, int size, const char* name) {
+  memset(to, 0, static_cast<size_t>(size));
+  if (callbacks.password == nullptr) return 0;
+  messages::startLine();
+  names::ansiFromUtf8(name, shownName, sizeof shownName);
+  const int answer = callbacks.password(to, size, "Enter password: ", shownName);
+  to[size - 1] = '\0';
+  return answer == 0 && to[0] != '\0';
+}
+
+void qevListEntry(unsigned long long size, unsigned long long packedSize, unsigned factor, unsigned month, unsigned day,
+                  unsigned year, unsigned hour, unsigned minute, char check, const char* name, const char* method,
+                  unsigned long checksum, char encrypted) {
+  if (callbacks.SendApplicationMessage == nullptr) return;
+  names::ansiFromUtf8(name, shownName, sizeof shownName);
+  char methodName[16];
+  strncpy(methodName, method, sizeof methodName - 1);
+  methodName[sizeof methodName - 1] = '\0';
+  // The sources take 12 bytes off the size of an encrypted entry, however small.
+  if (encrypted == 'E' && packedSize > 0xFFFFFFFFFFFFFF00u) packedSize = 0;
+  callbacks.SendApplicationMessage(bounded(size), bounded(packedSize), factor, month, day, year % 100, hour, minute,
+                                   check, shownName, methodName, checksum, encrypted);
+}
+}

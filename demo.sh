@@ -2,7 +2,8 @@
 # Shows the main job: a host script makes a real backup set through the registered library, and strangers read it back.
 #
 #   ./demo.sh            on a virtual display
-#   ./demo.sh --show     on the display in DISPLAY; the window waits for you to press Aceptar
+#   ./demo.sh --show     on the display in DISPLAY; the window waits for you to press Aceptar, and at the end a menu
+#                        opens every other form for you to try
 #
 # Sets everything up by itself, again and again. Exit status 0 only when every file came back byte for byte.
 set -euo pipefail
@@ -47,3 +48,8 @@ sed -n 's/^Terminado=/Terminado  /p' "$BUILD/demo-host.txt" | tr -d '\r'
 [ "$estado" = "Ultima copia de seguridad realizada correctamente" ] || { echo "demo: the run was no success" >&2; exit 1; }
 [[ $ultima == "$(date +%d-%m-%Y)"* ]] || { echo "demo: UltimaCopia is not of today" >&2; exit 1; }
 grep -q '^Terminado=True' "$BUILD/demo-host.txt" || { echo "demo: the host does not see the window as closed" >&2; exit 1; }
+
+if [ $show = yes ]; then
+  echo "the host shows its menu: try each form, and leave it with Cancelar"
+  win wscript hosts/gestion.vbs menu
+fi

@@ -51,11 +51,16 @@ tools/install.sh || { echo "0 passed, 1 failed"; exit 1; }
 make_prefix || { echo "0 passed, 1 failed"; exit 1; }
 
 check "sources are formatted" tools/check-format.sh
-check "dist holds both architectures" ls dist/x64/QevBackup.dll dist/x64/VANTO5.DLL dist/x86/QevBackup.dll dist/x86/VANTO5.DLL
+check "dist holds both architectures" ls dist/{x64,x86}/{QevBackup.dll,VANTO5.DLL,VANTO6.DLL}
 suite "logic, natively under the sanitizers" env LOCPATH="$BUILD/locale" build/native/qev_logic_tests
 export -f win
 tools/test-disks.sh || true
 suite "library under Wine" on_display tools/run-win.sh build/x64/qev_tests.exe
+if [ "$filter" = '*' ]; then
+  for percent in 125 150 200; do
+    filter='*AtThisScale.*' suite "dialogs at $percent percent" tools/at-scale.sh "$percent" tools/run-win.sh build/x64/qev_tests.exe
+  done
+fi
 suite "engine under Wine" on_display tools/run-win.sh build/x64/EngineTest.exe
 export WINE=$PWD/tools/run-win.sh
 check "archives read back by 7-Zip and Python" on_display tests/engine/check_archives.sh build/x64
@@ -65,8 +70,9 @@ tools/test-disks.sh --undo || true
 
 mkdir -p "$DRIVE_C/QevBackup" && cp dist/x64/* "$DRIVE_C/QevBackup/"
 check "regsvr32 registers the library" win regsvr32 /s 'C:\QevBackup\QevBackup.dll'
-check "VBScript host, late bound" on_display tools/run-win.sh cscript //nologo tests/hosts/late-bound.vbs
-check "JScript host, late bound" on_display tools/run-win.sh cscript //nologo tests/hosts/late-bound.js
+check "VBScript host, late bound" on_display tests/hosts/run-script.sh tests/hosts/late-bound.vbs
+check "JScript host, late bound" on_display tests/hosts/run-script.sh tests/hosts/late-bound.js
+check "VBScript host, dialogs filled in and answered" on_display tests/hosts/drive-forms.sh
 check "the demonstration" ./demo.sh
 check "regsvr32 unregisters the library" win regsvr32 /s /u 'C:\QevBackup\QevBackup.dll'
 

@@ -10,7 +10,9 @@ add_executable(qev_logic_tests
   tests/settings/SettingsStoreTest.cpp
   tests/schedule/CalcularProximaCopiaTest.cpp
   tests/backup/ArchiveProgressTest.cpp
+  tests/backup/CCopiasTest.cpp
   tests/backup/SetFormatTest.cpp
+  tests/controls/ListTableTest.cpp
   tests/controls/MGeneralTest.cpp
   tests/support/FakeFiles.cpp
   tests/support/FakePlatform.cpp

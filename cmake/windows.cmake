@@ -31,7 +31,9 @@ add_custom_target(qev_generated DEPENDS ${generated}/QevBackup.tlb ${generated}/
 
 # Everything but the DLL's exports, so that tests can link it too.
 add_library(qev_windows STATIC
+  src/platform/AccessibilityWindows.cpp
   src/platform/FileSystemWindows.cpp
+  src/platform/FolderChooserWindows.cpp
   src/platform/LocaleWindows.cpp
   src/platform/Module.cpp
   src/platform/RegistryWindows.cpp
@@ -41,18 +43,28 @@ add_library(qev_windows STATIC
   src/zip/CZipFiles.cpp
   src/zip/EngineMessages.cpp
   src/zip/ZipEngine.cpp
+  src/controls/ComboList.cpp
+  src/controls/ControlClass.cpp
   src/controls/ControlFont.cpp
   src/controls/DrawBox.cpp
   src/controls/EditBox.cpp
   src/controls/EntryControl.cpp
+  src/controls/EntryControlInput.cpp
+  src/controls/FieldNames.cpp
+  src/controls/FormFields.cpp
+  src/controls/HeadingBand.cpp
   src/controls/ModalForm.cpp
   src/controls/PropertyBag.cpp
+  src/controls/ToolTips.cpp
+  src/controls/UComboBox.cpp
   src/controls/UTextBox.cpp
   src/controls/VisualStyles.cpp
   src/resources/Picture.cpp
   src/backup/DiskCopy.cpp
   src/backup/FBackup.cpp
-  src/backup/HacerCopia.cpp)
+  src/backup/HacerCopia.cpp
+  src/restore/FCopiar.cpp
+  src/schedule/Backup.cpp)
 target_include_directories(qev_windows PUBLIC src . ${generated})
 target_link_libraries(qev_windows PUBLIC qev_logic
   comctl32 gdi32 msimg32 ole32 oleaut32 shell32 user32 uuid winmm)
@@ -62,7 +74,7 @@ add_dependencies(qev_windows qev_generated)
 set(resources src/resources/QevBackup.rc)
 set_source_files_properties(${resources} PROPERTIES
   INCLUDE_DIRECTORIES "${generated};${CMAKE_SOURCE_DIR}/src/resources"
-  OBJECT_DEPENDS "${generated}/QevBackup.ico;${generated}/QevBackup.tlb;${CMAKE_SOURCE_DIR}/src/resources/FBackup.rc;${CMAKE_SOURCE_DIR}/src/resources/FBackup.properties;${CMAKE_SOURCE_DIR}/src/resources/resource.h;${CMAKE_SOURCE_DIR}/src/resources/VisualStyles.manifest")
+  OBJECT_DEPENDS "${generated}/QevBackup.ico;${generated}/QevBackup.tlb;${CMAKE_SOURCE_DIR}/src/resources/Backup.rc;${CMAKE_SOURCE_DIR}/src/resources/Backup.properties;${CMAKE_SOURCE_DIR}/src/resources/FBackup.rc;${CMAKE_SOURCE_DIR}/src/resources/FBackup.properties;${CMAKE_SOURCE_DIR}/src/resources/FCopiar.rc;${CMAKE_SOURCE_DIR}/src/resources/FCopiar.properties;${CMAKE_SOURCE_DIR}/src/resources/resource.h;${CMAKE_SOURCE_DIR}/src/resources/VisualStyles.manifest")
 
 add_library(QevBackup SHARED
   src/automation/AutomationEdge.cpp

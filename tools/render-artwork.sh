@@ -32,7 +32,7 @@ render() {
   rsvg-convert --format=png --width="$2" --height="$2" --output="$3" "$1"
 }
 
-for name in IMAGEN BACKUP RESTAURAR REALIZANDO BACKUPOK BACKUPERROR ACEPTAR; do
+for name in IMAGEN BACKUP RESTAURAR REALIZANDO BACKUPOK BACKUPERROR ACEPTAR CANCELAR CARPETA SALIR; do
   drawing=$art/$name.svg
   is_stale "$drawing" "$out/$name.bmp" || continue
   render "$drawing" 192 "$work/$name.png"

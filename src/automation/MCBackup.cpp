@@ -2,8 +2,11 @@
 
 #include "automation/AutomationEdge.h"
 #include "automation/TypeLibrary.h"
+#include "backup/CCopias.h"
 #include "backup/FBackup.h"
 #include "platform/Variant.h"
+#include "restore/FCopiar.h"
+#include "schedule/Backup.h"
 
 namespace qev {
 namespace {
@@ -143,11 +146,11 @@ HRESULT MCBackup::FormRestaurar() {
 }
 
 HRESULT MCBackup::FormCopiar() {
-  return notYet();
+  return automationMember([] { FCopiar(library().platform, library().state).run(); });
 }
 
 HRESULT MCBackup::FormOpciones() {
-  return notYet();
+  return automationMember([] { Backup(library().platform, library().state).showModal(); });
 }
 
 HRESULT MCBackup::CopiaProg() {
@@ -175,7 +178,10 @@ HRESULT MCBackup::put_Terminado(BSTR value) {
 }
 
 HRESULT MCBackup::CCopias() {
-  return notYet();
+  return automationMember([] {
+    Library& shared = library();
+    qev::CCopias(shared.platform.files, shared.settings, shared.platform.locale, shared.state.backupFolder);
+  });
 }
 
 HRESULT MCBackup::get_Aceptar(VARIANT_BOOL* value) {

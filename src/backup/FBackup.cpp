@@ -34,11 +34,9 @@ void FBackup::load() {
   Progreso_ = control(FBackup_Progreso);
 
   if (!state_.title.empty()) SetWindowTextW(window(), state_.title.c_str());
-  windowPicture_ = Picture(L"IMAGEN");
   ImgResultado_ = Picture(L"REALIZANDO");
-  headingFont_ = derivedFont(150, true);
+  heading_.attach(window(), FBackup_Image2, FBackup_Label1, derivedFont(150, true));
   outcomeFont_ = derivedFont(100, true);
-  SendMessageW(control(FBackup_Label1), WM_SETFONT, reinterpret_cast<WPARAM>(headingFont_.get()), FALSE);
   SendMessageW(ESalida_, WM_SETFONT, reinterpret_cast<WPARAM>(outcomeFont_.get()), FALSE);
   buttonIcon_ = Picture(L"ACEPTAR").icon(GetSystemMetrics(SM_CXSMICON));
   SendMessageW(BAceptar_, BM_SETIMAGE, IMAGE_ICON, reinterpret_cast<LPARAM>(buttonIcon_.get()));
@@ -146,34 +144,10 @@ void FBackup::close() {
   closeAsked_ = true;  // the run that asks for it is about to end
 }
 
-RECT FBackup::headingBand() const {
-  RECT band{0, 0, 0, 34};
-  MapDialogRect(window(), &band);
-  RECT client{};
-  GetClientRect(window(), &client);
-  band.right = client.right;
-  return band;
-}
-
-void FBackup::paint(HDC dc) {
-  RECT band = headingBand();
-  FillRect(dc, &band, GetSysColorBrush(COLOR_WINDOW));
-  band.top = band.bottom;
-  band.bottom = band.top + 2;
-  DrawEdge(dc, &band, EDGE_ETCHED, BF_TOP);
-}
-
-HBRUSH FBackup::colours(int id, HDC dc) {
-  if (id != FBackup_Label1) return nullptr;
-  SetTextColor(dc, GetSysColor(COLOR_WINDOWTEXT));
-  SetBkColor(dc, GetSysColor(COLOR_WINDOW));
-  return GetSysColorBrush(COLOR_WINDOW);
-}
-
 void FBackup::drawItem(int id, HDC dc, const RECT& area) {
-  const bool heading = id == FBackup_Image2;
-  FillRect(dc, &area, GetSysColorBrush(heading ? COLOR_WINDOW : COLOR_BTNFACE));
-  (heading ? windowPicture_ : ImgResultado_).draw(dc, area);
+  if (heading_.drawItem(id, dc, area)) return;
+  FillRect(dc, &area, GetSysColorBrush(COLOR_BTNFACE));
+  ImgResultado_.draw(dc, area);
 }
 
 }  // namespace qev

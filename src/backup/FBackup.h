@@ -9,6 +9,7 @@
 
 #include "automation/LibraryState.h"
 #include "backup/HacerCopia.h"
+#include "controls/HeadingBand.h"
 #include "controls/ModalForm.h"
 #include "controls/UTextBox.h"
 #include "platform/Platform.h"
@@ -32,8 +33,8 @@ class FBackup final : public ModalForm, private BackupRunView {
   bool mayClose() override;
   void unload() override;
   void drawItem(int id, HDC dc, const RECT& area) override;
-  HBRUSH colours(int id, HDC dc) override;
-  void paint(HDC dc) override;
+  HBRUSH colours(int id, HDC dc) override { return heading_.colours(id, dc); }
+  void paint(HDC dc) override { heading_.paint(dc); }
   bool busy() const override { return busy_; }
 
   // BackupRunView
@@ -51,7 +52,6 @@ class FBackup final : public ModalForm, private BackupRunView {
   void Tiempo_Timer();
   void BAceptar_Click();
   void showOutcome(const wchar_t* picture, const wchar_t* line, const std::wstring& text);
-  RECT headingBand() const;
 
   LibraryState& state_;
   CZipFiles::EngineLoader loadEngine_;
@@ -62,9 +62,8 @@ class FBackup final : public ModalForm, private BackupRunView {
   HWND ESalida_ = nullptr;
   HWND BAceptar_ = nullptr;
   HWND Progreso_ = nullptr;
-  Picture windowPicture_;
+  HeadingBand heading_;
   Picture ImgResultado_;
-  UniqueFont headingFont_;
   UniqueFont outcomeFont_;
   UniqueIcon buttonIcon_;
   ULONGLONG progressShownAt_ = 0;  // system ticks, milliseconds

@@ -1,8 +1,8 @@
 #include "controls/EditBox.h"
 
 #include <algorithm>
-#include <utility>
 
+#include "controls/FlagScope.h"
 #include "controls/MGeneral.h"
 #include "platform/AutomationError.h"
 
@@ -18,6 +18,13 @@ DWORD styleOf(TextAlignment alignment) {
     case TextAlignment::Center: return ES_CENTER;
     default: return ES_LEFT;
   }
+}
+
+bool highContrast() {
+  HIGHCONTRASTW contrast{};
+  contrast.cbSize = sizeof contrast;
+  return SystemParametersInfoW(SPI_GETHIGHCONTRAST, sizeof contrast, &contrast, 0) &&
+         (contrast.dwFlags & HCF_HIGHCONTRASTON) != 0;
 }
 
 std::int32_t wholeNumber(const Value& value, const Locale& locale) {
@@ -131,16 +138,25 @@ const NamedProperty& propertyNamed(const std::wstring& name, const Locale& local
 
 }  // namespace
 
-void EditBox::create(HWND parent) {
-  const DWORD style = WS_CHILD | WS_VISIBLE | ES_AUTOHSCROLL | styleOf(alignment_);
+HWND EditBox::makeWindow(HWND parent, const std::wstring& text, TextAlignment alignment) {
+  const DWORD style = WS_CHILD | WS_VISIBLE | ES_AUTOHSCROLL | styleOf(alignment);
   const auto module = reinterpret_cast<HINSTANCE>(GetWindowLongPtrW(parent, GWLP_HINSTANCE));
-  window_ = CreateWindowExW(WS_EX_NOPARENTNOTIFY, L"EDIT", textWithoutWindow_.c_str(), style, 0, 0, 0, 0, parent,
-                            nullptr, module, nullptr);
-  if (!window_) throw AutomationError(kOutOfMemory);
+  const HWND window =
+      CreateWindowExW(WS_EX_NOPARENTNOTIFY, L"EDIT", text.c_str(), style, 0, 0, 0, 0, parent, nullptr, module, nullptr);
+  if (!window) throw AutomationError(kOutOfMemory);
+  return window;
+}
+
+void EditBox::adopt(HWND window) {
+  window_ = window;
   SetWindowLongPtrW(window_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
   original_ =
       reinterpret_cast<WNDPROC>(SetWindowLongPtrW(window_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&procedure)));
   applyProperties();
+}
+
+void EditBox::create(HWND parent) {
+  adopt(makeWindow(parent, textWithoutWindow_, alignment_));
 }
 
 void EditBox::destroy() {
@@ -173,25 +189,21 @@ void EditBox::applyProperties() {
   EnableWindow(window_, enabled_);
 }
 
-void EditBox::recreate() {
-  if (!window_) return;
-  recreating_ = true;
-  const HWND parent = GetParent(window_);
+// Nothing has changed when the new window cannot be made.
+void EditBox::recreate(TextAlignment alignment) {
+  const FlagScope recreating(recreating_);
+  const HWND former = window_;
   const RECT old = areaOf(*this);
-  const bool visible = (GetWindowLongPtrW(window_, GWL_STYLE) & WS_VISIBLE) != 0;
+  const bool visible = (GetWindowLongPtrW(former, GWL_STYLE) & WS_VISIBLE) != 0;
   const bool focused = hasFocus();
   const auto start = selStart();
   const auto length = selLength();
-  const HWND former = std::exchange(window_, nullptr);
-  textWithoutWindow_.resize(static_cast<std::size_t>(GetWindowTextLengthW(former)));
-  GetWindowTextW(former, textWithoutWindow_.data(), static_cast<int>(textWithoutWindow_.size()) + 1);
-  create(parent);
+  adopt(makeWindow(GetParent(former), text(), alignment));
   if (!visible) ShowWindow(window_, SW_HIDE);
   place(old.left, old.top, old.right - old.left, old.bottom - old.top);
   select(start, length);
   if (focused) SetFocus(window_);
   DestroyWindow(former);
-  recreating_ = false;
 }
 
 void EditBox::focus() {
@@ -248,8 +260,8 @@ void EditBox::caretToEnd() {
 
 void EditBox::setAlignment(TextAlignment alignment) {
   if (alignment == alignment_) return;
+  if (window_) recreate(alignment);
   alignment_ = alignment;
-  recreate();
 }
 
 void EditBox::setMaxLength(std::int32_t characters) {
@@ -290,13 +302,17 @@ void EditBox::setFont(HFONT font) {
                MAKELPARAM(0, kRightMargin));  // which a new font sets by its width
 }
 
+Color EditBox::shownBackColor() const {
+  return enabled_ || !highContrast() ? backColor_ : kSystemColor + COLOR_WINDOW;
+}
+
 HBRUSH EditBox::colors(HDC device) {
-  const COLORREF back = translateColor(backColor_);
+  const COLORREF back = translateColor(shownBackColor());
   if (!brush_ || brushColor_ != back) {
     brush_.reset(CreateSolidBrush(back));
     brushColor_ = back;
   }
-  SetTextColor(device, translateColor(foreColor_));
+  SetTextColor(device, enabled_ ? translateColor(foreColor_) : GetSysColor(COLOR_GRAYTEXT));
   SetBkColor(device, back);
   return brush_.get();
 }

@@ -66,6 +66,7 @@ class EditBox {
   std::wstring passwordChar() const { return passwordChar_; }  // shown for each character; "" for the text itself
   void setPasswordChar(const std::wstring& character);
   Color backColor() const { return backColor_; }
+  Color shownBackColor() const;  // that of the scheme behind its gray text: a disabled box in high contrast
   void setBackColor(Color color);
   Color foreColor() const { return foreColor_; }
   void setForeColor(Color color);
@@ -84,7 +85,9 @@ class EditBox {
 
  private:
   static LRESULT CALLBACK procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-  void recreate();
+  static HWND makeWindow(HWND parent, const std::wstring& text, TextAlignment alignment);
+  void adopt(HWND window);
+  void recreate(TextAlignment alignment);
   void applyProperties();
 
   Filter filter_;

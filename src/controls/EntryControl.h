@@ -12,6 +12,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "controls/ControlFont.h"
 #include "controls/ControlSite.h"
@@ -24,6 +25,7 @@
 
 namespace qev {
 
+// EntryControl.cpp has the window, the properties and the validation, EntryControlInput.cpp keys, mouse and focus.
 class EntryControl : public std::enable_shared_from_this<EntryControl> {
  public:
   EntryControl(const EntryControl&) = delete;
@@ -39,12 +41,18 @@ class EntryControl : public std::enable_shared_from_this<EntryControl> {
   std::function<void()> Click;
 
   // The services that the control uses; the system's until set. REQUIRES: they outlive the control.
-  void setPlatform(Platform& platform) { platform_ = &platform; }
+  virtual void setPlatform(Platform& platform) { platform_ = &platform; }
 
   // The container; null for one without wishes. REQUIRES: it outlives the control or is taken back.
   void setSite(ControlSite* site);
 
   HWND hWnd() const { return window_; }
+
+  // The object of a window of any of the control classes; null for any other window. REQUIRES: a window of this thread.
+  static EntryControl* of(HWND window);
+
+  // The name by which screen readers announce the field, "" for none. It ends with the window.
+  void announceAs(const std::wstring& name);
 
   DataType Datatype() const { return dataType_; }
   void setDatatype(DataType dataType);  // Password also shows "*" for each character from then on
@@ -92,7 +100,7 @@ class EntryControl : public std::enable_shared_from_this<EntryControl> {
   // the entry was refused with a message (the text is cleared then) or AfterUpdate was cancelled (the text of the entry
   // is put back); the control has the focus in both cases. True, at once, for a locked box and while another control
   // validates.
-  virtual bool Update();
+  bool Update();
 
   // Lets every entry control of `form` that the focus has left, but that has not dealt with it yet, validate its entry
   // now: a form calls it before it acts on a command. False when an entry was refused.
@@ -105,11 +113,6 @@ class EntryControl : public std::enable_shared_from_this<EntryControl> {
  protected:
   EntryControl();
 
-  // Registers the window class of a control, and takes it back when no window of it is left. Registering twice is no
-  // error. Throws 7 when the class cannot be registered. RegisterClassExW.
-  static void registerWindowClass(HINSTANCE module, const wchar_t* name, WNDPROC procedure);
-  static void unregisterWindowClass(HINSTANCE module, const wchar_t* name);
-
   // The window procedure of a control class: `make` makes the object of a new window.
   static LRESULT procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam,
                            std::shared_ptr<EntryControl> (*make)());
@@ -118,18 +121,44 @@ class EntryControl : public std::enable_shared_from_this<EntryControl> {
   static EntryControl* fromWindow(HWND window, WNDPROC procedure);
 
   // What differs from control to control.
-  virtual void keyDown(std::int16_t keyCode) = 0;                             // after KeyDown, not for Alt combinations
-  virtual void changed();                                                     // the text of the edit box is another
+  virtual void keyDown(std::int16_t& keyCode,
+                       bool repeated) = 0;              // after KeyDown; 0 swallows the key and its character
+  virtual void altKeyDown(std::int16_t /*keyCode*/) {}  // the same, with Alt down; it cannot be swallowed
+  virtual bool raisesKeyDown() const { return true; }
+  virtual void characterTyped(std::int16_t /*character*/) {}   // it is about to go into the edit box
+  virtual void changed();                                      // the text of the edit box is another
+  virtual void clicked() { raise(Click); }                     // the edit box was
+  virtual bool surfacePressed(POINT /*at*/) { return false; }  // outside the edit box; true: dealt with
+  virtual bool wheelTurned(int /*delta*/) { return false; }    // in units of WHEEL_DELTA; true: dealt with
+  virtual void focusLost() {}                                  // by the edit box, to whatever window
   virtual void mouseDown(std::int16_t button, std::int16_t shift, POINT at);  // pixels within the edit box
   virtual void mouseUp(std::int16_t /*button*/, std::int16_t /*shift*/, POINT /*at*/) {}
   virtual void paint(HDC device, const RECT& client);
+  virtual bool paintsEditBox() { return false; }  // true: has dealt with its WM_PAINT
   virtual RECT editArea(int width, int height) const;
 
-  // Steps of Update().
-  bool validateAndNormalise();  // false: refused or cancelled
+  // Steps of Update(). The first validates and normalises what the user entered and raises AfterUpdate: false when it
+  // is refused or cancelled.
+  virtual bool acceptEntry();
+  virtual void entryAccepted() { savedText_.clear(); }  // it is taken again on the next entry
   std::wstring normalised(const qev::Value& value) const;
+
+  // Shows the control, with the focus, and a message titled with the entry; then puts `replacement` in the entry's
+  // place. `icon`: of the message box.
+  void refuse(const std::wstring& text, std::uint32_t icon, const std::wstring& entry, const std::wstring& replacement);
+
+  // Raises an event. Its handler may set another one or destroy the control.
+  template <typename Handler, typename... Arguments>
+  static void raise(const Handler& event, Arguments&&... arguments) {
+    if (const Handler handler = event) handler(std::forward<Arguments>(arguments)...);
+  }
+
   void saveText(const std::wstring& text) { savedText_ = text; }
   const std::wstring& savedText() const { return savedText_; }
+  void showText(const std::wstring& text);  // as if it had been there all along
+  void takeBack();                          // puts the saved text back, as if nothing had been entered
+  void signalValueChanged();
+  void enterByMouse();
 
   Platform& platform() const { return *platform_; }
   MGeneral general() const;
@@ -143,6 +172,9 @@ class EntryControl : public std::enable_shared_from_this<EntryControl> {
   bool enteredByMouse_ = false;  // the focus comes from a click: the text is not selected on entry
 
  private:
+  // Posted: the focus went to another control of the form; wParam: during a validation.
+  static constexpr UINT kLeave = WM_USER + 1;
+
   LRESULT handle(UINT message, WPARAM wParam, LPARAM lParam);
   LRESULT dispatch(UINT message, WPARAM wParam, LPARAM lParam);
   bool filterEdit(UINT message, WPARAM& wParam, LPARAM lParam, LRESULT& result);
@@ -155,18 +187,17 @@ class EntryControl : public std::enable_shared_from_this<EntryControl> {
   void paintWindow();
   LRESULT dialogCode(WPARAM wParam, LPARAM lParam);
   bool keyPressed(WPARAM& character);
-  bool keyWentDown(UINT message, WPARAM& key);
+  bool keyWentDown(UINT message, WPARAM& key, LPARAM lParam);
+  void dropCharacterOf(std::int16_t keyCode) const;
   bool mouseOnEdit(UINT message, LPARAM lParam);
-  void mouseOnDisabledEdit(UINT message, LPARAM lParam);
+  bool mouseOnSurface(UINT message, LPARAM lParam);
 
   bool hasFocus() const;
   void focusArrived();
   void focusLeft(HWND to) const;
-  bool isOtherControlOfForm(HWND window) const;
-  bool anotherStopExists() const;
+  void passFocusOn() const;
   void enter();
   bool leave(bool duringValidation);
-  void refuse(const std::wstring& message, const std::wstring& text);
 
   HWND window_ = nullptr;
   std::shared_ptr<EntryControl> self_;  // held while the window exists
@@ -182,6 +213,8 @@ class EntryControl : public std::enable_shared_from_this<EntryControl> {
   HFONT containerFont_ = nullptr;  // what the containing window gave
   std::wstring savedText_;         // what the field held when it got the focus or was set by program
   qev::Value oldValue_;
+  std::wstring announced_;
+  HWND announcedWindow_ = nullptr;
   bool inside_ = false;    // the focus came and has not gone to another control of the form
   bool updating_ = false;  // the focus that comes now is given back by Update()
   bool ignoreChange_ = false;

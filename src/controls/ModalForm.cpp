@@ -3,7 +3,10 @@
 #include <utility>
 #include <vector>
 
+#include "controls/FieldNames.h"
 #include "controls/PropertyBag.h"
+#include "controls/ToolTips.h"
+#include "controls/UComboBox.h"
 #include "controls/UTextBox.h"
 #include "controls/VisualStyles.h"
 #include "platform/AutomationError.h"
@@ -17,10 +20,16 @@ namespace {
 // unloaded.
 class EntryControlClasses {
  public:
-  EntryControlClasses() { UTextBox::registerClass(moduleInstance()); }
+  EntryControlClasses() {
+    UTextBox::registerClass(moduleInstance());
+    UComboBox::registerClass(moduleInstance());
+  }
   EntryControlClasses(const EntryControlClasses&) = delete;
   EntryControlClasses& operator=(const EntryControlClasses&) = delete;
-  ~EntryControlClasses() { UTextBox::unregisterClass(moduleInstance()); }
+  ~EntryControlClasses() {
+    UComboBox::unregisterClass(moduleInstance());
+    UTextBox::unregisterClass(moduleInstance());
+  }
 };
 
 // Keeps a form's name among the forms that are open.
@@ -68,6 +77,34 @@ class HostWindows {
   std::vector<HWND> disabled_;
 };
 
+// Pixels that a line of text takes in the font of a window.
+int textHeight(HWND window) {
+  TEXTMETRICW metrics{};
+  const HDC device = GetDC(window);
+  {
+    const SelectedObject font(device, reinterpret_cast<HFONT>(SendMessageW(window, WM_GETFONT, 0, 0)));
+    GetTextMetricsW(device, &metrics);
+  }
+  ReleaseDC(window, device);
+  return static_cast<int>(metrics.tmHeight);
+}
+
+// A check box or an option has changed already when it is heard of: no refused entry can keep it from having done so.
+bool isToggle(HWND button) {
+  const LONG_PTR type = button ? GetWindowLongPtrW(button, GWL_STYLE) & BS_TYPEMASK : BS_PUSHBUTTON;
+  return type == BS_AUTOCHECKBOX || type == BS_AUTO3STATE || type == BS_AUTORADIOBUTTON;
+}
+
+// The container of a field that shows its values by a format.
+class FormattedData final : public ControlSite {
+ public:
+  explicit FormattedData(std::wstring format) : format_(std::move(format)) {}
+  std::wstring dataFormat() const override { return format_; }
+
+ private:
+  const std::wstring format_;
+};
+
 bool isButtonPress(WPARAM wParam) {
   return HIWORD(wParam) == BN_CLICKED;
 }
@@ -91,12 +128,58 @@ void ModalForm::showModal() {
   if (result == -1) throw AutomationError(kOutOfMemory);
 }
 
+template <typename Field>
+Field& ModalForm::field(int id, const wchar_t* name) {
+  Field* const found = Field::from(control(id));
+  if (!found) throw AutomationError(kInvalidCall, name);
+  found->setPlatform(platform_);
+  setDataFormat(*found, properties_->of(name));
+  found->readProperties(properties_->of(name));
+  fitToText(found->hWnd());
+  return *found;
+}
+
+// At high resolutions an edit box, whose text stands at its top, would be higher than its text and its frame need, and
+// the text not be in line with the label beside it.
+void ModalForm::fitToText(HWND field) const {
+  constexpr int pixelsAround = 9;
+  RECT area{};
+  GetWindowRect(field, &area);
+  MapWindowPoints(nullptr, window_, reinterpret_cast<POINT*>(&area), 2);
+  const int spare = static_cast<int>(area.bottom - area.top) - textHeight(field) - pixelsAround;
+  if (spare <= 0) return;
+  SetWindowPos(field, nullptr, area.left, area.top + spare / 2, area.right - area.left, area.bottom - area.top - spare,
+               SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
 UTextBox& ModalForm::textBox(int id, const wchar_t* name) {
-  UTextBox* const field = UTextBox::from(control(id));
-  if (!field) throw AutomationError(kInvalidCall, name);
-  field->setPlatform(platform_);
-  field->readProperties(properties_->of(name));
-  return *field;
+  return field<UTextBox>(id, name);
+}
+
+UComboBox& ModalForm::comboBox(int id, const wchar_t* name) {
+  return field<UComboBox>(id, name);
+}
+
+void ModalForm::setDataFormat(EntryControl& field, const PropertyBag& bag) {
+  std::wstring format = bag.text(L"DataFormat", platform_.locale);
+  if (format.empty()) return;
+  sites_.push_back(std::make_unique<FormattedData>(std::move(format)));
+  field.setSite(sites_.back().get());
+}
+
+void ModalForm::atEdge(const std::function<void()>& handler) noexcept {
+  try {
+    handler();
+  } catch (...) {
+    showCurrentError();
+  }
+}
+
+void ModalForm::toolTip(int id, const wchar_t* name) {
+  const std::wstring text = properties_->of(name).text(L"ToolTipText", platform_.locale);
+  if (text.empty()) return;
+  if (!toolTips_) toolTips_ = std::make_unique<ToolTips>(window_);
+  toolTips_->add(control(id), text);
 }
 
 void ModalForm::setText(int id, const std::wstring& text) const {
@@ -162,6 +245,7 @@ void ModalForm::start() {
   SendMessageW(window_, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(bigIcon_.get()));
   properties_ = std::make_unique<FormProperties>(FormProperties::load(moduleInstance(), name_));
   load();
+  nameFieldsByTheirLabels(window_);
   SetForegroundWindow(window_);
 }
 
@@ -172,12 +256,15 @@ INT_PTR ModalForm::dispatch(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_COMMAND:
       if (!isButtonPress(wParam)) return FALSE;
       if (LOWORD(wParam) != IDCANCEL) {
-        if (EntryControl::settleAll(window_)) command(LOWORD(wParam));
+        if (EntryControl::settleAll(window_) || isToggle(reinterpret_cast<HWND>(lParam))) command(LOWORD(wParam));
       } else if (mayClose()) {
         closeForm();
       }
       return TRUE;
-    case WM_DESTROY: unload(); return TRUE;
+    case WM_DESTROY:
+      toolTips_.reset();
+      unload();
+      return TRUE;
     case WM_DRAWITEM: {
       const auto& item = *reinterpret_cast<const DRAWITEMSTRUCT*>(lParam);
       drawItem(static_cast<int>(item.CtlID), item.hDC, item.rcItem);

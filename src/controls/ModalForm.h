@@ -7,17 +7,24 @@
 #include <windows.h>
 
 #include <exception>
+#include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "automation/LibraryState.h"
+#include "controls/ControlSite.h"
 #include "platform/Handle.h"
 #include "platform/Platform.h"
 
 namespace qev {
 
-class UTextBox;
+class EntryControl;
 class FormProperties;
+class ToolTips;
+class UComboBox;
+class UTextBox;
+class PropertyBag;
 
 class ModalForm {
  public:
@@ -51,8 +58,18 @@ class ModalForm {
   HWND control(int id) const { return GetDlgItem(window_, id); }
 
   // The entry field with that id, with the form's services and with its saved properties, which stand in the form's
-  // resource under `name`. REQUIRES: called from load(). Throws 5 when there is no such field.
+  // resource under `name`; the format of the data that it shows, where there is one, stands there as "DataFormat".
+  // REQUIRES: called from load(). Throws 5 when there is no such field.
   UTextBox& textBox(int id, const wchar_t* name);
+  UComboBox& comboBox(int id, const wchar_t* name);
+
+  // Shows, while the mouse rests on the control with that id, the text that stands in the form's resource under `name`
+  // and "ToolTipText". None there: no tip. REQUIRES: called from load().
+  void toolTip(int id, const wchar_t* name);
+
+  // Runs what a field's event asks for as the form's own handlers run: an error is shown with the host's title, and the
+  // form goes on.
+  void atEdge(const std::function<void()>& handler) noexcept;
 
   void setText(int id, const std::wstring& text) const;
   void closeForm();
@@ -64,7 +81,11 @@ class ModalForm {
   static INT_PTR CALLBACK dialogProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
   INT_PTR handle(UINT message, WPARAM wParam, LPARAM lParam);
   INT_PTR dispatch(UINT message, WPARAM wParam, LPARAM lParam);
+  template <typename Field>
+  Field& field(int id, const wchar_t* name);
   void start();
+  void setDataFormat(EntryControl& field, const PropertyBag& bag);
+  void fitToText(HWND field) const;
   void showCurrentError() noexcept;
 
   const wchar_t* name_;
@@ -72,6 +93,8 @@ class ModalForm {
   LibraryState& state_;
   HWND window_ = nullptr;
   std::unique_ptr<FormProperties> properties_;
+  std::unique_ptr<ToolTips> toolTips_;
+  std::vector<std::unique_ptr<ControlSite>> sites_;  // of the fields that have a data format
   UniqueIcon smallIcon_;
   UniqueIcon bigIcon_;
   std::exception_ptr loadError_;

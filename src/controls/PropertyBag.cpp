@@ -1,5 +1,6 @@
 #include "controls/PropertyBag.h"
 
+#include "controls/MGeneral.h"
 #include "platform/AutomationError.h"
 
 namespace qev {
@@ -16,6 +17,31 @@ std::wstring textFromUtf8(std::string_view bytes) {
 }
 
 }  // namespace
+
+std::int32_t PropertyBag::number(const std::wstring& key, std::int32_t fallback, const Locale& locale) const {
+  try {
+    std::int32_t number = 0;
+    return roundToInt32(locale.toDouble(read(key, fallback)), number) ? number : fallback;
+  } catch (const AutomationError&) {
+    return fallback;
+  }
+}
+
+bool PropertyBag::truth(const std::wstring& key, bool fallback, const Locale& locale) const {
+  try {
+    return locale.toBoolean(read(key, fallback));
+  } catch (const AutomationError&) {
+    return fallback;
+  }
+}
+
+std::wstring PropertyBag::text(const std::wstring& key, const Locale& locale) const {
+  try {
+    return locale.toText(read(key, std::wstring()));
+  } catch (const AutomationError&) {
+    return {};
+  }
+}
 
 Value MemoryPropertyBag::read(const std::wstring& key, const Value& fallback) const {
   const auto found = values_.find(key);

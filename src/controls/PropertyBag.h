@@ -3,10 +3,12 @@
 
 #include <windows.h>
 
+#include <cstdint>
 #include <map>
 #include <string>
 #include <string_view>
 
+#include "platform/Locale.h"
 #include "platform/Value.h"
 
 namespace qev {
@@ -19,6 +21,14 @@ class PropertyBag {
 
   // The value saved under `key`, `fallback` when there is none.
   virtual Value read(const std::wstring& key, const Value& fallback) const = 0;
+
+  // Whether anything is saved under `key`.
+  bool has(const std::wstring& key) const { return read(key, Empty{}) != Value(Empty{}); }
+
+  // The same as a number rounded to 32 bits, a truth value, a text; `fallback` (or "") for what cannot be converted.
+  std::int32_t number(const std::wstring& key, std::int32_t fallback, const Locale& locale) const;
+  bool truth(const std::wstring& key, bool fallback, const Locale& locale) const;
+  std::wstring text(const std::wstring& key, const Locale& locale) const;
 
   // Saves `value`, or forgets what was saved when it equals `fallback`.
   void write(const std::wstring& key, const Value& value, const Value& fallback) {

@@ -1,16 +1,15 @@
 #include "controls/UTextBox.h"
 
-#include "platform/AutomationError.h"
-#include "platform/Module.h"
+#include "controls/ControlClass.h"
 
 namespace qev {
 
 void UTextBox::registerClass(HINSTANCE module) {
-  registerWindowClass(module, kClassName, &windowProcedure);
+  registerControlClass(module, kClassName, &windowProcedure, CS_HREDRAW | CS_VREDRAW);
 }
 
 void UTextBox::unregisterClass(HINSTANCE module) {
-  unregisterWindowClass(module, kClassName);
+  unregisterControlClass(module, kClassName);
 }
 
 LRESULT CALLBACK UTextBox::windowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -19,19 +18,14 @@ LRESULT CALLBACK UTextBox::windowProcedure(HWND window, UINT message, WPARAM wPa
 }
 
 UTextBox& UTextBox::create(HWND form, int id, int left, int top, int width, int height) {
-  const HWND window =
-      CreateWindowExW(0, kClassName, L"", WS_CHILD | WS_VISIBLE | WS_TABSTOP, left, top, width, height, form,
-                      reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), moduleInstance(), nullptr);
-  if (!window) throw AutomationError(kOutOfMemory, kClassName);
-  SendMessageW(window, WM_SETFONT, static_cast<WPARAM>(SendMessageW(form, WM_GETFONT, 0, 0)), FALSE);
-  return *from(window);
+  return *from(createControl(kClassName, form, id, {left, top, left + width, top + height}));
 }
 
 UTextBox* UTextBox::from(HWND window) {
   return static_cast<UTextBox*>(fromWindow(window, &windowProcedure));
 }
 
-void UTextBox::keyDown(std::int16_t keyCode) {
+void UTextBox::keyDown(std::int16_t& keyCode, bool) {
   switch (keyCode) {
     case VK_RETURN:
     case VK_DOWN: focusNext(false); break;
@@ -44,11 +38,11 @@ void UTextBox::keyDown(std::int16_t keyCode) {
 
 void UTextBox::mouseDown(std::int16_t button, std::int16_t shift, POINT at) {
   EntryControl::mouseDown(button, shift, at);
-  if (Enabled() && MouseDown) MouseDown(button, shift, static_cast<float>(at.x), static_cast<float>(at.y));
+  if (Enabled()) raise(MouseDown, button, shift, static_cast<float>(at.x), static_cast<float>(at.y));
 }
 
 void UTextBox::mouseUp(std::int16_t button, std::int16_t shift, POINT at) {
-  if (MouseUp) MouseUp(button, shift, static_cast<float>(at.x), static_cast<float>(at.y));
+  raise(MouseUp, button, shift, static_cast<float>(at.x), static_cast<float>(at.y));
 }
 
 }  // namespace qev

@@ -42,7 +42,7 @@ class UTextBox final : public EntryControl {
  private:
   static LRESULT CALLBACK windowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
-  void keyDown(std::int16_t keyCode) override;
+  void keyDown(std::int16_t& keyCode, bool repeated) override;
   void mouseDown(std::int16_t button, std::int16_t shift, POINT at) override;
   void mouseUp(std::int16_t button, std::int16_t shift, POINT at) override;
 };

@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/Value.h"
+
 namespace qev {
 
 class FileReader {
@@ -42,6 +44,12 @@ class FileReplacement {
   virtual void commit() = 0;
 };
 
+// A file as its folder lists it.
+struct ListedFile {
+  std::wstring path;  // the folder as it was given, and the file's name
+  Date created;       // local time, whole seconds
+};
+
 class FileSystem {
  public:
   virtual ~FileSystem() = default;
@@ -68,6 +76,13 @@ class FileSystem {
   // subfolders included; hidden and system files and folders that cannot be read are passed over. FindFirstFileExW.
   virtual void walkFiles(const std::wstring& folder,
                          const std::function<void(const std::wstring& path, std::uint64_t size)>& visit) const = 0;
+
+  // The files that lie directly in `folder` (with or without its last backslash), hidden and system ones too, in the
+  // order in which the file system enumerates them. `created` is what the scripting file-system object gives as
+  // DateCreated: the creation time that the file system keeps, in local time by the present difference to UTC, its
+  // fraction of a second dropped. Throws 76 when there is no such folder, and when the listing ends in an error.
+  // FindFirstFileExW, FindNextFileW, FileTimeToLocalFileTime, SystemTimeToVariantTime.
+  virtual std::vector<ListedFile> filesIn(const std::wstring& folder) const = 0;
 
   // Length of a file in bytes, 0 when there is none. GetFileAttributesExW.
   virtual std::uint64_t fileSize(const std::wstring& path) const = 0;

@@ -1,5 +1,9 @@
 #include "platform/FileSystemWindows.h"
 
+#include <windows.h>
+
+#include <oleauto.h>
+
 #include <algorithm>
 #include <atomic>
 
@@ -144,6 +148,16 @@ bool isNavigationEntry(const wchar_t* name) {
   return name[0] == L'.' && (name[1] == L'\0' || (name[1] == L'.' && name[2] == L'\0'));
 }
 
+Date localSecond(const FILETIME& time) {
+  FILETIME local{};
+  SYSTEMTIME parts{};
+  double days = 0;
+  if (!FileTimeToLocalFileTime(&time, &local) || !FileTimeToSystemTime(&local, &parts)) return {};
+  parts.wMilliseconds = 0;
+  SystemTimeToVariantTime(&parts, &days);
+  return Date{days};
+}
+
 }  // namespace
 
 bool FileSystemWindows::fileExists(const std::wstring& path) const {
@@ -204,6 +218,26 @@ void FileSystemWindows::walkFiles(const std::wstring& folder,
       visit(path, (std::uint64_t{entry.nFileSizeHigh} << 32) | entry.nFileSizeLow);
     }
   } while (FindNextFileW(find.get(), &entry));
+}
+
+std::vector<ListedFile> FileSystemWindows::filesIn(const std::wstring& folder) const {
+  const bool closed = folder.ends_with(L'\\') || folder.ends_with(L'/');
+  const std::wstring start = closed ? folder : folder + L"\\";
+  std::vector<ListedFile> files;
+  WIN32_FIND_DATAW entry{};
+  const auto find = validHandle<UniqueFind>(FindFirstFileExW(
+      (start + L"*").c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH));
+  if (!find) {
+    const DWORD code = GetLastError();
+    if (code == ERROR_FILE_NOT_FOUND && folderExists(folder)) return files;  // a drive's root with nothing in it
+    throwWin32(code == ERROR_FILE_NOT_FOUND ? ERROR_PATH_NOT_FOUND : code, folder);
+  }
+  do {
+    if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) continue;
+    files.push_back({start + entry.cFileName, localSecond(entry.ftCreationTime)});
+  } while (FindNextFileW(find.get(), &entry));
+  if (const DWORD code = GetLastError(); code != ERROR_NO_MORE_FILES) throwWin32(code, folder);
+  return files;
 }
 
 std::uint64_t FileSystemWindows::fileSize(const std::wstring& path) const {

@@ -16,6 +16,7 @@ class FileSystemWindows : public FileSystem {
   std::unique_ptr<FileReplacement> replaceFile(const std::wstring& path) override;
   void walkFiles(const std::wstring& folder,
                  const std::function<void(const std::wstring& path, std::uint64_t size)>& visit) const override;
+  std::vector<ListedFile> filesIn(const std::wstring& folder) const override;
   std::uint64_t fileSize(const std::wstring& path) const override;
 };
 

@@ -6,8 +6,10 @@
 #include <optional>
 #include <string>
 
+#include "platform/Accessibility.h"
 #include "platform/Clock.h"
 #include "platform/FileSystem.h"
+#include "platform/FolderChooser.h"
 #include "platform/Locale.h"
 #include "platform/Messages.h"
 #include "platform/Registry.h"
@@ -74,6 +76,8 @@ struct Platform {
   Sound& sound;
   Keyboard& keyboard;
   EventLoop& eventLoop;
+  FolderChooser& folderChooser;
+  Accessibility& accessibility;
 };
 
 // The real services of this system; they live as long as the library is loaded.

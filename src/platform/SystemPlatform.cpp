@@ -6,7 +6,9 @@
 
 #include <memory>
 
+#include "platform/AccessibilityWindows.h"
 #include "platform/FileSystemWindows.h"
+#include "platform/FolderChooserWindows.h"
 #include "platform/LocaleWindows.h"
 #include "platform/Platform.h"
 #include "platform/RegistryWindows.h"
@@ -121,7 +123,10 @@ Platform& systemPlatform() {
   static SystemSound sound;
   static SystemKeyboard keyboard;
   static SystemEventLoop eventLoop;
-  static Platform platform{registry, files, clock, drives, messages, locale, workFolder, sound, keyboard, eventLoop};
+  static FolderChooserWindows folderChooser;
+  static AccessibilityWindows accessibility;
+  static Platform platform{registry,   files, clock,    drives,    messages,      locale,
+                           workFolder, sound, keyboard, eventLoop, folderChooser, accessibility};
   return platform;
 }
 

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "controls/UComboBox.h"
 #include "controls/UTextBox.h"
 #include "platform/Module.h"
 #include "support/RealInput.h"
@@ -19,16 +20,28 @@ class TestForm {
   static constexpr int kFirstField = 101;
   static constexpr int kButton = IDOK;
 
-  // A form with so many fields one below the other and, unless told otherwise, a default button after them. The first
-  // control has the focus.
-  explicit TestForm(int fields, bool withButton = true) {
+  // What stands in one row of the form; ids count from kFirstField in their order.
+  struct Item {
+    std::wstring_view windowClass = UTextBox::kClassName;
+    std::wstring_view text = L"";
+    DWORD style = WS_TABSTOP;
+  };
+
+  // A form with so many text boxes one below the other and, unless told otherwise, a default button after them. The
+  // first control has the focus.
+  explicit TestForm(int fields, bool withButton = true)
+      : TestForm(std::vector<Item>(static_cast<std::size_t>(fields)), withButton) {}
+
+  // `points`: of the form's font, to whose size the form and its controls are made.
+  explicit TestForm(const std::vector<Item>& items, bool withButton = true, int points = 9) {
     UTextBox::registerClass(moduleInstance());
-    const auto layout = dialogTemplate(fields, withButton);
+    UComboBox::registerClass(moduleInstance());
+    const auto layout = dialogTemplate(items, withButton, points);
     window_ = CreateDialogIndirectParamW(moduleInstance(), reinterpret_cast<const DLGTEMPLATE*>(layout.data()), nullptr,
                                          &procedure, reinterpret_cast<LPARAM>(this));
     if (!window_) throw std::runtime_error("no dialog");
     bringToForeground(window_);
-    SetFocus(GetDlgItem(window_, fields > 0 ? kFirstField : kButton));
+    SetFocus(GetNextDlgTabItem(window_, nullptr, FALSE));
     pumpUntilIdle(window_);
   }
   TestForm(const TestForm&) = delete;
@@ -36,6 +49,7 @@ class TestForm {
   ~TestForm() {
     if (window_) DestroyWindow(window_);
     pumpUntilIdle(nullptr);
+    UComboBox::unregisterClass(moduleInstance());
     UTextBox::unregisterClass(moduleInstance());
   }
 
@@ -43,6 +57,8 @@ class TestForm {
 
   HWND window() const { return window_; }
   HWND button() const { return GetDlgItem(window_, kButton); }
+  HWND item(int number) const { return GetDlgItem(window_, kFirstField + number - 1); }
+  UComboBox& combo(int number) const { return *UComboBox::from(item(number)); }
   UTextBox& field(int number) const { return *UTextBox::from(GetDlgItem(window_, kFirstField + number - 1)); }
 
   // The number of the field that has the focus, 0 when none has.
@@ -60,10 +76,10 @@ class TestForm {
   void type(std::wstring_view text) const { test::type(window_, text); }
   void pump() const { pumpUntilIdle(window_); }
   void focus(int number) const {
-    SendMessageW(window_, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(field(number).hWnd()), TRUE);
+    SendMessageW(window_, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(item(number)), TRUE);
     pump();
   }
-  void clickField(int number, Button button = Button::Left) const { clickOn(window_, field(number).hWnd(), button); }
+  void clickField(int number, Button button = Button::Left) const { clickOn(window_, item(number), button); }
   void destroy() { DestroyWindow(std::exchange(window_, nullptr)); }
 
  private:
@@ -94,7 +110,7 @@ class TestForm {
     put(out, DWORD{0});
     put(out, DWORD{0});
     put(out, style | WS_CHILD | WS_VISIBLE);
-    for (const int number : {10, 8 + 18 * row, 120, 14}) out.push_back(static_cast<WORD>(number));
+    for (const int number : {10, 8 + 18 * row, 120, 13}) out.push_back(static_cast<WORD>(number));
     put(out, static_cast<DWORD>(id));
     put(out, windowClass);
     put(out, text);
@@ -102,7 +118,8 @@ class TestForm {
   }
 
   // The binary form of a DIALOGEX resource.
-  static std::vector<WORD> dialogTemplate(int fields, bool withButton) {
+  static std::vector<WORD> dialogTemplate(const std::vector<Item>& items, bool withButton, int points) {
+    const int fields = static_cast<int>(items.size());
     std::vector<WORD> out{1, 0xFFFF};
     put(out, DWORD{0});
     put(out, DWORD{0});
@@ -112,9 +129,13 @@ class TestForm {
     out.push_back(0);
     out.push_back(0);
     put(out, L"Formulario de prueba");
-    for (const int number : {9, FW_NORMAL, DEFAULT_CHARSET << 8}) out.push_back(static_cast<WORD>(number));
+    for (const int number : {points, FW_NORMAL, DEFAULT_CHARSET << 8}) out.push_back(static_cast<WORD>(number));
     put(out, L"Segoe UI");
-    for (int i = 0; i < fields; ++i) putItem(out, kFirstField + i, i, UTextBox::kClassName, L"", WS_TABSTOP);
+    int row = 0;
+    for (const Item& item : items) {
+      putItem(out, kFirstField + row, row, item.windowClass, item.text, item.style);
+      ++row;
+    }
     if (withButton) putItem(out, kButton, fields, L"BUTTON", L"Aceptar", WS_TABSTOP | BS_DEFPUSHBUTTON);
     return out;
   }

@@ -47,8 +47,9 @@ class UTextBoxTest : public ::testing::Test {
   test::FakePlatform fakes_;
   CountedKeyboard keyboard_;
   Platform platform_{
-      fakes_.registry,         fakes_.files,      fakes_.clock, fakes_.drives, fakes_.messages,
-      systemPlatform().locale, fakes_.workFolder, fakes_.sound, keyboard_,     systemPlatform().eventLoop};
+      fakes_.registry,         fakes_.files,        fakes_.clock, fakes_.drives, fakes_.messages,
+      systemPlatform().locale, fakes_.workFolder,   fakes_.sound, keyboard_,     systemPlatform().eventLoop,
+      fakes_.folderChooser,    fakes_.accessibility};
   std::vector<std::string> events_;
   std::unique_ptr<TestForm> form_ = makeForm(3);
 
@@ -478,8 +479,9 @@ TEST_F(UTextBoxTest, AFormDestroyedWhileItsMessageIsShownDoesNoHarm) {
 
 TEST_F(UTextBoxTest, TheRealMessageBoxShowsTheEntryAsItsTitle) {
   Platform real = platform_;
-  Platform withBox{real.registry, real.files,      real.clock, real.drives,   systemPlatform().messages,
-                   real.locale,   real.workFolder, real.sound, real.keyboard, real.eventLoop};
+  Platform withBox{real.registry,      real.files,        real.clock, real.drives,   systemPlatform().messages,
+                   real.locale,        real.workFolder,   real.sound, real.keyboard, real.eventLoop,
+                   real.folderChooser, real.accessibility};
   field(1).setPlatform(withBox);
   field(2).setPlatform(withBox);
   field(1).setDatatype(DataType::Date);
@@ -626,6 +628,35 @@ TEST_F(UTextBoxTest, KeyPressMayChangeOrCancelTheKey) {
   };
   form_->type(L"axc");
   EXPECT_EQ(field(1).Text(), L"bc");
+}
+
+TEST_F(UTextBoxTest, AHandlerMayReplaceItselfWhileItRuns) {
+  std::vector<std::wstring> seen;
+  const std::wstring captured = L"un texto que no cabe en el objeto de la función";
+  field(1).Change = [&, captured] {
+    field(1).Change = nullptr;
+    seen.push_back(captured);
+  };
+  field(1).KeyDown = [&, captured](std::int16_t&, std::int16_t) {
+    field(1).KeyDown = nullptr;
+    seen.push_back(captured);
+  };
+  form_->type(L"ab");
+  EXPECT_EQ(seen, (std::vector<std::wstring>{captured, captured}));
+}
+
+TEST_F(UTextBoxTest, AHandlerMayDestroyTheForm) {
+  field(1).KeyPress = [&](std::int16_t&) { form_->destroy(); };
+  form_->type(L"a");
+  EXPECT_EQ(form_->window(), nullptr);
+  form_ = makeForm(1);
+  field(1).KeyDown = [&](std::int16_t&, std::int16_t) { form_->destroy(); };
+  form_->type(L"a");
+  EXPECT_EQ(form_->window(), nullptr);
+  form_ = makeForm(1);
+  field(1).MouseDown = [&](std::int16_t, std::int16_t, float, float) { form_->destroy(); };
+  form_->clickField(1);
+  EXPECT_EQ(form_->window(), nullptr);
 }
 
 TEST_F(UTextBoxTest, ChangeIsRaisedOnlyWhileTheTextDiffersFromTheSavedOne) {

@@ -316,12 +316,92 @@ TEST_F(AutomationObject, AnEmptyRegistroReadsNothingAndGoesOn) {
   if (!existed) fs::remove(L"\\Backup");
 }
 
+TEST_F(AutomationObject, CCopiasKeepsTheNewestFilesOfTheBackupFolder) {
+  for (int i = 0; i < 12; ++i) {
+    const fs::path set = root_ / L"Backup" / (std::to_wstring(100 + i) + L".qev");
+    writeFile(set, "PK");
+    fs::last_write_time(set, fs::file_time_type::clock::now() - std::chrono::hours(24 * (12 - i)));
+  }
+  const auto object = create();
+  ASSERT_EQ(S_OK, object->put_Registro(Bstr(kKey).get()));
+  ASSERT_EQ(S_OK, object->CCopias());
+  EXPECT_FALSE(fs::exists(root_ / L"Backup" / L"101.qev"));
+  EXPECT_TRUE(fs::exists(root_ / L"Backup" / L"102.qev"));
+  setting(L"NCopias", std::int16_t{0});
+  ASSERT_EQ(S_OK, object->CCopias());
+  EXPECT_TRUE(fs::is_empty(root_ / L"Backup"));
+}
+
+TEST_F(AutomationObject, CCopiasRaisesWhatGoesWrongWithNumberSourceAndDescription) {
+  writeFile(root_ / L"Backup" / L"en uso.qev", "PK");
+  setting(L"NCopias", std::int16_t{0});
+  const auto object = create();
+  ASSERT_EQ(S_OK, object->put_Registro(Bstr(kKey).get()));
+  const auto open = validHandle<UniqueFile>(
+      CreateFileW((root_ / L"Backup" / L"en uso.qev").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+  ASSERT_TRUE(open);
+  EXPECT_EQ(static_cast<HRESULT>(0x800A0046), object->CCopias());
+  IErrorInfo* info = nullptr;
+  ASSERT_EQ(S_OK, GetErrorInfo(0, &info));
+  const ComPointer<IErrorInfo> owned(info);
+  Bstr description, source;
+  info->GetDescription(description.put());
+  info->GetSource(source.put());
+  EXPECT_EQ(L"QevBackup", source.text());
+  EXPECT_EQ(L"Permiso denegado: " + (root_ / L"Backup" / L"en uso.qev").wstring(), description.text());
+  setting(L"NCopias", std::wstring(L"muchas"));
+  EXPECT_EQ(static_cast<HRESULT>(0x800A000D), object->CCopias());
+  EXPECT_TRUE(fs::exists(root_ / L"Backup" / L"en uso.qev"));
+}
+
+// The manual backup dialog, when it is open; null when it has not come up after a while.
+HWND copyDialog() {
+  for (int i = 0; i < 400; ++i) {
+    const HWND dialog = FindWindowW(L"#32770", L"Crear Copia");
+    if (dialog && IsWindowVisible(dialog)) return dialog;
+    Sleep(50);
+  }
+  return nullptr;
+}
+
+TEST_F(AutomationObject, AcceptedAndFinishedAfterACancelledFormCopiar) {
+  const auto object = create();
+  object->put_Titulo(Bstr(L"Gestion").get());
+  object->put_Terminado(Bstr(L"False").get());
+  std::thread user([] { PostMessageW(copyDialog(), WM_COMMAND, IDCANCEL, 0); });
+  EXPECT_EQ(S_OK, object->FormCopiar());
+  user.join();
+  VARIANT_BOOL accepted = VARIANT_TRUE;
+  EXPECT_EQ(S_OK, object->get_Aceptar(&accepted));
+  EXPECT_EQ(VARIANT_FALSE, accepted);
+  EXPECT_EQ(L"True", textOf(&IMCBackup::get_Terminado, *object));
+}
+
+// What a timer of the host does while the dialog is open.
+IMCBackup* timerObject = nullptr;
+HRESULT timerResults[2] = {};
+
+void CALLBACK callFromTimer(HWND, UINT, UINT_PTR timer, DWORD) {
+  const HWND dialog = FindWindowW(L"#32770", L"Crear Copia");
+  if (!dialog || !IsWindowVisible(dialog)) return;
+  KillTimer(nullptr, timer);
+  timerResults[0] = timerObject->FormCopiar();
+  timerResults[1] = timerObject->CopiaAuto();
+  PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+}
+
+TEST_F(AutomationObject, ASecondFormWhileOneIsOpenRaises400) {
+  const auto object = create();
+  timerObject = object.get();
+  SetTimer(nullptr, 0, 50, &callFromTimer);
+  EXPECT_EQ(S_OK, object->FormCopiar());
+  EXPECT_EQ(static_cast<HRESULT>(0x800A0190), timerResults[0]);
+  EXPECT_EQ(static_cast<HRESULT>(0x800A0190), timerResults[1]);
+}
+
 TEST_F(AutomationObject, MembersThatAreNotThereYetSaySo) {
   const auto object = create();
-  for (const HRESULT result :
-       {object->FormRestaurar(), object->FormCopiar(), object->FormOpciones(), object->CCopias()}) {
-    EXPECT_EQ(static_cast<HRESULT>(0x800A01BD), result);
-  }
+  EXPECT_EQ(static_cast<HRESULT>(0x800A01BD), object->FormRestaurar());
 }
 
 TEST_F(AutomationObject, NullPointersAreRefused) {

@@ -162,7 +162,10 @@ void FakeFiles::putRun(const std::wstring& path, char byte, std::uint64_t count)
 void FakeFiles::putContent(const std::wstring& path, FileContent content) {
   if (const std::wstring folder = parentFolderName(path); !folder.empty()) putFolder(folder);
   Entry& file = files_[keyOf(path)];
-  if (file.path.empty()) file.path = path;
+  if (file.path.empty()) {
+    file.path = path;
+    file.number = ++filesPut_;
+  }
   file.content = std::move(content);
   file.readOnly = false;
 }
@@ -270,6 +273,20 @@ void FakeFiles::walkFiles(const std::wstring& folder,
   for (const auto& [key, file] : files_) {
     if (key.starts_with(start)) visit(file.path, file.content.size());
   }
+}
+
+std::vector<ListedFile> FakeFiles::filesIn(const std::wstring& folder) const {
+  step();
+  if (!folderExists(folder)) throw AutomationError(kPathNotFound);
+  const std::wstring start = keyOf(folder) + L"\\";
+  std::map<std::uint64_t, ListedFile> inOrder;
+  for (const auto& [key, file] : files_) {
+    const bool direct = key.starts_with(start) && key.find(L'\\', start.size()) == std::wstring::npos;
+    if (direct) inOrder[file.number] = {file.path, file.created};
+  }
+  std::vector<ListedFile> files;
+  for (auto& [number, file] : inOrder) files.push_back(std::move(file));
+  return files;
 }
 
 std::uint64_t FakeFiles::fileSize(const std::wstring& path) const {

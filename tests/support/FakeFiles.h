@@ -52,6 +52,9 @@ class FakeFiles : public FileSystem {
   void putContent(const std::wstring& path, FileContent content);
   void putFolder(const std::wstring& path);
 
+  // The file has this creation date from now on; the zero date until then.
+  void setCreated(const std::wstring& path, Date created) { entry(path).created = created; }
+
   void makeReadOnly(const std::wstring& path) { entry(path).readOnly = true; }
 
   // Opening the file for reading throws `number` from now on.
@@ -99,6 +102,8 @@ class FakeFiles : public FileSystem {
   std::unique_ptr<FileReplacement> replaceFile(const std::wstring& path) override;
   void walkFiles(const std::wstring& folder,
                  const std::function<void(const std::wstring& path, std::uint64_t size)>& visit) const override;
+  // In the order in which the files were first put there.
+  std::vector<ListedFile> filesIn(const std::wstring& folder) const override;
   std::uint64_t fileSize(const std::wstring& path) const override;
 
  private:
@@ -107,6 +112,8 @@ class FakeFiles : public FileSystem {
   struct Entry {
     std::wstring path;
     FileContent content;
+    Date created;
+    std::uint64_t number = 0;  // counts the files as they come
     bool readOnly = false;
     std::optional<ErrorNumber> openError;
     std::size_t readers = 0;
@@ -124,6 +131,7 @@ class FakeFiles : public FileSystem {
   std::map<std::wstring, std::vector<ErrorNumber>> copyErrors_;
   mutable std::size_t calls_ = 0;
   std::size_t failAt_ = 0;
+  std::uint64_t filesPut_ = 0;
   ErrorNumber failNumber_ = kDeviceInputOutput;
   std::size_t largestTransfer_ = 0;
   std::size_t openReplacements_ = 0;

@@ -102,10 +102,28 @@ std::optional<DiskFreeSpace> FakeDrives::freeSpace(const std::wstring& driveName
   return answer;
 }
 
+// --- FakeFolderChooser ---
+
+FakeFolderChooser::~FakeFolderChooser() {
+  EXPECT_EQ(next_, answers_.size()) << "answers were prepared that no folder chooser asked for";
+}
+
+void FakeFolderChooser::willAnswer(std::vector<std::optional<std::wstring>> answers) {
+  answers_.insert(answers_.end(), answers.begin(), answers.end());
+}
+
+std::optional<std::wstring> FakeFolderChooser::choose(const std::wstring& title, const std::wstring& startFolder) {
+  shown.push_back({title, startFolder});
+  if (next_ < answers_.size()) return answers_[next_++];
+  ADD_FAILURE() << "a folder chooser that the test does not expect: " << ascii(title);
+  return std::nullopt;
+}
+
 // --- FakePlatform ---
 
 Platform FakePlatform::platformWith(Locale& otherLocale) {
-  return {registry, files, clock, drives, messages, otherLocale, workFolder, sound, keyboard, eventLoop};
+  return {registry,   files, clock,    drives,    messages,      otherLocale,
+          workFolder, sound, keyboard, eventLoop, folderChooser, accessibility};
 }
 
 }  // namespace qev::test

@@ -134,6 +134,44 @@ class FakeEventLoop : public EventLoop {
   }
 };
 
+// Answers with the folders that were queued, in their order: nothing is a user who chose none. A call without a queued
+// answer, and an answer that no call asked for, are failures of the test.
+class FakeFolderChooser : public FolderChooser {
+ public:
+  struct Shown {
+    std::wstring title;
+    std::wstring startFolder;
+    bool operator==(const Shown&) const = default;
+  };
+
+  FakeFolderChooser() = default;
+  ~FakeFolderChooser() override;
+
+  void willAnswer(std::vector<std::optional<std::wstring>> answers);
+
+  std::vector<Shown> shown;
+
+  std::optional<std::wstring> choose(const std::wstring& title, const std::wstring& startFolder) override;
+
+ private:
+  std::vector<std::optional<std::wstring>> answers_;
+  std::size_t next_ = 0;
+};
+
+// The names that windows have now, and how many were given and taken back.
+class FakeAccessibility : public Accessibility {
+ public:
+  std::map<WindowHandle, std::wstring> names;
+  int given = 0;
+  int cleared = 0;
+
+  void setName(WindowHandle window, const std::wstring& name) override {
+    names[window] = name;
+    ++given;
+  }
+  void clearName(WindowHandle window) override { cleared += static_cast<int>(names.erase(window)); }
+};
+
 // All of them together; the services are there for the test to set up and to look at.
 class FakePlatform {
  public:
@@ -147,6 +185,8 @@ class FakePlatform {
   FakeSound sound;
   FakeKeyboard keyboard;
   FakeEventLoop eventLoop;
+  FakeFolderChooser folderChooser;
+  FakeAccessibility accessibility;
 
   // The seam that the code under test takes.
   Platform& platform() { return platform_; }
@@ -155,7 +195,8 @@ class FakePlatform {
   Platform platformWith(Locale& otherLocale);
 
  private:
-  Platform platform_{registry, files, clock, drives, messages, locale, workFolder, sound, keyboard, eventLoop};
+  Platform platform_{registry,   files, clock,    drives,    messages,      locale,
+                     workFolder, sound, keyboard, eventLoop, folderChooser, accessibility};
 };
 
 }  // namespace qev::test

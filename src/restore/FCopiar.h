@@ -1,0 +1,57 @@
+// The dialog "Crear Copia": a backup by hand, into a folder and under a name of the user's choice.
+//
+// It asks for both and hands them to the backup window, which is shown when the dialog has closed. Pressing BCopiar
+// sets LibraryState::accepted; BCancelar, Esc and the close box take it back and set LibraryState::finished, which
+// after BCopiar the backup window sets when it closes in its turn.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "automation/LibraryState.h"
+#include "controls/HeadingBand.h"
+#include "controls/ModalForm.h"
+#include "controls/UTextBox.h"
+#include "platform/Handle.h"
+#include "platform/Platform.h"
+#include "zip/CZipFiles.h"
+
+namespace qev {
+
+class FCopiar final : public ModalForm {
+ public:
+  // REQUIRES: all references outlive the dialog.
+  FCopiar(Platform& platform, LibraryState& state, CZipFiles::EngineLoader loadEngine = loadZipEngine);
+
+  // Shows the dialog and, when the user goes ahead, the backup window after it; returns when the last of them has
+  // closed. Throws 400 when a form of the library is shown already, and what ModalForm::showModal throws.
+  void run();
+
+ private:
+  // ModalForm
+  void load() override;
+  void command(int id) override;
+  void unload() override;
+  void drawItem(int id, HDC dc, const RECT& area) override { heading_.drawItem(id, dc, area); }
+  HBRUSH colours(int id, HDC dc) override { return heading_.colours(id, dc); }
+  void paint(HDC dc) override { heading_.paint(dc); }
+
+  void Archivo_Click();
+  void BCopiar_Click();
+  void closeOnEscape(UTextBox& field);
+  void showIcon(int button, const wchar_t* picture, UniqueIcon& icon) const;
+  void inform(const std::wstring& text) const;
+
+  LibraryState& state_;
+  CZipFiles::EngineLoader loadEngine_;
+  UTextBox* TDestino_ = nullptr;
+  UTextBox* TNArchivo_ = nullptr;
+  HeadingBand heading_;
+  UniqueIcon folderIcon_;
+  UniqueIcon copyIcon_;
+  UniqueIcon cancelIcon_;
+  bool typed_ = false;                       // what is in the field that has the focus may differ from what it had
+  std::optional<std::wstring> RutaDestino_;  // the target of the backup that is to follow
+};
+
+}  // namespace qev

@@ -1,0 +1,100 @@
+// The dialog "Configuración": how the host's data is backed up. Not at all, when the host closes, or on a schedule; and
+// for the schedule its kind, moment and destination.
+//
+// There is no OK button: what the user changes is in the settings at once, and the next moment is computed anew and
+// shown. Opening the dialog writes every setting back, defaults included. Caller: showModal(); when that returns the
+// dialog has closed and LibraryState::finished is true.
+//
+// What cannot be read or is no value of its setting is reported when the dialog opens, shown as its default, and
+// nothing is written before the user changes something.
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <string>
+
+#include "automation/LibraryState.h"
+#include "controls/ModalForm.h"
+#include "controls/UComboBox.h"
+#include "controls/UTextBox.h"
+#include "platform/Handle.h"
+#include "platform/Platform.h"
+#include "resources/Picture.h"
+#include "settings/SettingsStore.h"
+
+namespace qev {
+
+class Backup final : public ModalForm {
+ public:
+  // REQUIRES: both references outlive the dialog.
+  Backup(Platform& platform, LibraryState& state);
+
+ private:
+  // ModalForm
+  void load() override;
+  void command(int id) override;
+  void timer(UINT_PTR id) override;
+  void unload() override { state_.finished = true; }
+  void drawItem(int id, HDC dc, const RECT& area) override;
+
+  void Copia_Click();
+  void DSem_Click() { saveAndRecompute(); }
+  void Mes_Click() { saveAndRecompute(); }
+  void BCarpeta_Click();
+  void EDir_Click();
+  void Cerrar_Click();
+  void BSalir_Click();
+  void Programar_AfterUpdate(bool& cancel);
+  void DDias_AfterUpdate(bool& cancel);
+  void DSemanas_AfterUpdate(bool& cancel);
+  void DMes_AfterUpdate(bool& cancel);
+  void HoraInicio_AfterUpdate(bool& cancel);
+  void Destino_AfterUpdate(bool& cancel);
+  void TCopias_AfterUpdate(bool& cancel);
+
+  void bindControls();
+  void onAfterUpdate(EntryControl& field, void (Backup::*handler)(bool& cancel));
+  void showPictures();
+
+  void fill();
+  void selectMode(std::int32_t mode);
+  void saveAndRecompute();
+  void saveThenRefresh();
+  void refresh();
+  void refreshSchedule();
+  void refreshDestination();
+  void keepFocusVisible() const;
+
+  std::uint8_t mode() const;
+  bool scheduled() const { return mode() == 2; }
+  std::wstring shownMoment() const;
+  std::wstring destinationState() const;
+  std::wstring flags(int firstId, int count) const;
+  void checkFlags(int firstId, int count, const std::wstring& flags) const;
+  bool isChecked(int id) const;
+  void setChecked(int id, bool checked) const;
+  void show(int id, bool visible) const;
+  void setCaption(int id, const std::wstring& caption) const;
+  static void setUsable(EntryControl& field, bool usable);
+
+  enum class Loading { Filling = 1, Done = 2 };
+
+  LibraryState& state_;
+  SettingsStore settings_;
+  Loading loading_ = Loading::Filling;  // no event does anything while the controls are filled
+  std::exception_ptr loadError_;        // shown as soon as the dialog is
+  UComboBox* Programar_ = nullptr;
+  UTextBox* HoraInicio_ = nullptr;
+  UTextBox* DDias_ = nullptr;
+  UTextBox* DSemanas_ = nullptr;
+  UTextBox* DMes_ = nullptr;
+  UTextBox* Destino_ = nullptr;
+  UTextBox* TCopias_ = nullptr;
+  UTextBox* UltimaCopia_ = nullptr;
+  UTextBox* PCopia_ = nullptr;
+  Picture P_;
+  UniqueIcon folderIcon_;
+  UniqueIcon leaveIcon_;
+};
+
+}  // namespace qev

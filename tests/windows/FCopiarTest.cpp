@@ -1,0 +1,613 @@
+// The dialog for a backup by hand and the backup window that follows it: real windows on a real display, driven from a
+// second thread while the first is inside run().
+#include "restore/FCopiar.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <thread>
+
+#include "resources/resource.h"
+#include "support/FakePlatform.h"
+#include "support/RealInput.h"
+#include "support/Screenshot.h"
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+namespace qev::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+constexpr wchar_t kTitle[] = L"Gestion de prueba";
+constexpr wchar_t kCaption[] = L"Crear Copia";
+constexpr wchar_t kChooseFolder[] = L"Selecione una carpeta donde almacenar la copia de seguridad";
+constexpr wchar_t kEnterName[] = L"Introduzca un nombre para la copia de seguridad";
+constexpr wchar_t kChooserTitle[] = L"Elija una carpeta donde guardar la copia de seguridad";
+
+bool waitFor(const std::function<bool()>& condition, std::chrono::milliseconds limit = 20s) {
+  const auto deadline = std::chrono::steady_clock::now() + limit;
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    std::this_thread::sleep_for(20ms);
+  }
+  return true;
+}
+
+HWND findWindow(const wchar_t* caption) {
+  const HWND window = FindWindowW(L"#32770", caption);
+  return window && IsWindowVisible(window) ? window : nullptr;
+}
+
+std::wstring windowText(HWND window) {
+  wchar_t text[2048];
+  const auto length = SendMessageW(window, WM_GETTEXT, 2048, reinterpret_cast<LPARAM>(text));
+  return std::wstring(text, static_cast<std::size_t>(length));
+}
+
+// The text of a control; of an entry control, that of its edit box.
+std::wstring textOf(HWND form, int id) {
+  const HWND control = GetDlgItem(form, id);
+  const HWND edit = GetWindow(control, GW_CHILD);
+  return windowText(edit ? edit : control);
+}
+
+// The number of the control that has the focus, itself or in its edit box.
+int focusOf(HWND form) {
+  GUITHREADINFO info{};
+  info.cbSize = sizeof info;
+  GetGUIThreadInfo(GetWindowThreadProcessId(form, nullptr), &info);
+  if (!info.hwndFocus) return 0;
+  return GetDlgCtrlID(GetParent(info.hwndFocus) == form ? info.hwndFocus : GetParent(info.hwndFocus));
+}
+
+std::string contentOf(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+BOOL CALLBACK closeDialog(HWND window, LPARAM) {
+  PostMessageW(window, WM_COMMAND, IDCANCEL, 0);
+  return TRUE;
+}
+
+// The system's services, but settings, messages and folder chooser of the test's own.
+class ManualBackup : public testing::Test {
+ protected:
+  void SetUp() override {
+    SetThreadDpiAwarenessContext(DPI_AWARENESS_CONTEXT_SYSTEM_AWARE);  // at the scale of the system, whatever it is
+    wchar_t temp[MAX_PATH];
+    GetTempPathW(MAX_PATH, temp);
+    root_ = fs::path(temp) / L"QevManual";
+    std::error_code ignored;
+    fs::remove_all(root_, ignored);
+    fs::create_directories(root_ / L"Datos" / L"Emp01");
+    fs::create_directories(root_ / L"Copias");
+    std::ofstream(root_ / L"Datos" / L"Emp01" / L"clientes.txt") << "Ibáñez";
+    state_.title = kTitle;
+    state_.settingsKey = L"Software\\Gestion";
+    state_.dataFolder = (root_ / L"Datos" / L"Emp01").wstring() + L"\\";
+    state_.BackupKind = kScheduled;
+    fake_.clock.time = systemPlatform().clock.now();
+  }
+
+  void TearDown() override {
+    std::error_code ignored;
+    fs::remove_all(root_, ignored);
+  }
+
+  // Runs the dialog, and the window after it, while `user` does what a user would.
+  void run(const std::function<void(HWND form)>& user) { runOn(platform_, user); }
+
+  void runOn(Platform& platform, const std::function<void(HWND form)>& user) {
+    std::atomic<bool> over = false;
+    const DWORD thread = GetCurrentThreadId();
+    std::thread hands([&] {
+      SetThreadDpiAwarenessContext(DPI_AWARENESS_CONTEXT_SYSTEM_AWARE);
+      EXPECT_TRUE(waitFor([] { return findWindow(kCaption) != nullptr; }));
+      const HWND form = findWindow(kCaption);
+      waitFor([form] { return focusOf(form) != 0; });
+      user(form);
+      EXPECT_TRUE(waitFor([&] { return over.load(); }, 5s)) << "a window is still open";
+      while (!over) {
+        EnumThreadWindows(thread, &closeDialog, 0);
+        std::this_thread::sleep_for(200ms);
+      }
+    });
+    try {
+      FCopiar(platform, state_).run();
+    } catch (const AutomationError& error) {
+      ADD_FAILURE() << error.what();
+    }
+    over = true;
+    hands.join();
+  }
+
+  static void click(HWND form, int id) { clickOn(form, GetDlgItem(form, id)); }
+
+  static void focus(HWND form, int id) {
+    click(form, id);
+    EXPECT_TRUE(waitFor([&] { return focusOf(form) == id; }, 2s)) << "control " << id;
+  }
+
+  // Types into a field and leaves it.
+  static void enter(HWND form, int id, const std::wstring& text) {
+    focus(form, id);
+    type(form, text);
+    press(form, VK_TAB);
+    waitFor([&] { return focusOf(form) != id; }, 2s);
+  }
+
+  static bool closed(HWND form) {
+    return waitFor([form] { return !IsWindow(form); }, 5s);
+  }
+
+  bool told(std::size_t messages) {
+    return waitFor([&] { return shown_ >= messages; }, 5s);
+  }
+
+  // The backup window, when its run has ended.
+  static HWND backupWindow() {
+    const auto ended = [] {
+      const HWND form = findWindow(kTitle);
+      return form && GetDlgItem(form, FBackup_TResultado) && IsWindowEnabled(GetDlgItem(form, FBackup_BAceptar));
+    };
+    EXPECT_TRUE(waitFor(ended));
+    return findWindow(kTitle);
+  }
+
+  // Enters both texts, presses BCopiar, lets `look` see the backup window and closes that.
+  void copy(
+      const std::wstring& folder, const std::wstring& name, const std::function<void(HWND)>& look = [](HWND) {}) {
+    run([&](HWND form) {
+      enter(form, FCopiar_TDestino, folder);
+      enter(form, FCopiar_TNArchivo, name);
+      click(form, FCopiar_BCopiar);
+      const HWND window = backupWindow();
+      ASSERT_TRUE(window);
+      EXPECT_FALSE(IsWindow(form)) << "the dialog closes before the backup window opens";
+      look(window);
+      click(window, FBackup_BAceptar);
+    });
+  }
+
+  // The same for a backup that fails: returns what the window says.
+  std::wstring failureOf(const std::wstring& folder, const std::wstring& name) {
+    std::wstring result, target;
+    copy(folder, name, [&](HWND window) {
+      EXPECT_EQ(L"  Se han producido errores", textOf(window, FBackup_ESalida));
+      result = textOf(window, FBackup_TResultado);
+      target = textOf(window, FBackup_TDestino);
+    });
+    EXPECT_EQ(L" " + folder + name + L".qev", target);
+    EXPECT_TRUE(state_.accepted);
+    EXPECT_TRUE(state_.finished);
+    return result;
+  }
+
+  std::wstring copias() const { return (root_ / L"Copias").wstring() + L"\\"; }
+
+  std::vector<std::wstring> sets() const {
+    std::vector<std::wstring> names;
+    for (const auto& entry : fs::directory_iterator(root_ / L"Copias")) names.push_back(entry.path().filename());
+    return names;
+  }
+
+  // Counts what FakeMessages shows, for the other thread to see.
+  class CountedMessages : public Messages {
+   public:
+    CountedMessages(FakeMessages& messages, std::atomic<std::size_t>& count) : messages_(messages), count_(count) {}
+    Answer show(const std::wstring& text, const std::wstring& title, std::uint32_t style) override {
+      const Answer answer = messages_.show(text, title, style);
+      ++count_;
+      return answer;
+    }
+
+   private:
+    FakeMessages& messages_;
+    std::atomic<std::size_t>& count_;
+  };
+
+  FakePlatform fake_;
+  std::atomic<std::size_t> shown_ = 0;
+  CountedMessages messages_{fake_.messages, shown_};
+  Platform& system_ = systemPlatform();
+  Platform platform_{fake_.registry,   system_.files,     system_.clock,       system_.drives,
+                     messages_,        system_.locale,    system_.workFolder,  fake_.sound,
+                     system_.keyboard, system_.eventLoop, fake_.folderChooser, system_.accessibility};
+  LibraryState state_;
+  fs::path root_;
+};
+
+TEST_F(ManualBackup, OpensEmptyWithTheFocusInTheFolder) {
+  run([](HWND form) {
+    EXPECT_EQ(kCaption, windowText(form));
+    EXPECT_EQ(L"", textOf(form, FCopiar_TDestino));
+    EXPECT_EQ(L"", textOf(form, FCopiar_TNArchivo));
+    EXPECT_EQ(FCopiar_TDestino, focusOf(form));
+    EXPECT_TRUE(SendMessageW(form, DM_GETDEFID, 0, 0) == MAKELONG(FCopiar_BCopiar, DC_HASDEFID));
+    std::this_thread::sleep_for(300ms);
+    saveScreenshot(form, L"FCopiar-vacio");
+    click(form, FCopiar_BCancelar);
+  });
+}
+
+TEST_F(ManualBackup, TabGoesThroughTheControlsInReadingOrder) {
+  run([](HWND form) {
+    std::vector<int> order;
+    for (int i = 0; i < 6; ++i) {
+      order.push_back(focusOf(form));
+      press(form, VK_TAB);
+      std::this_thread::sleep_for(150ms);
+    }
+    EXPECT_THAT(order, ElementsAre(FCopiar_TDestino, FCopiar_Archivo, FCopiar_TNArchivo, FCopiar_BCopiar,
+                                   FCopiar_BCancelar, FCopiar_TDestino));
+    click(form, FCopiar_BCancelar);
+  });
+}
+
+TEST_F(ManualBackup, MnemonicsReachTheFieldsAndButtons) {
+  fake_.folderChooser.willAnswer({std::nullopt});
+  fake_.messages.willAnswer({Answer::Ok});
+  run([this](HWND form) {
+    press(form, 'N', kAlt);
+    EXPECT_TRUE(waitFor([form] { return focusOf(form) == FCopiar_TNArchivo; }, 2s));
+    press(form, 'D', kAlt);
+    EXPECT_TRUE(waitFor([form] { return focusOf(form) == FCopiar_TDestino; }, 2s));
+    press(form, 'E', kAlt);
+    EXPECT_TRUE(waitFor([this] { return fake_.folderChooser.shown.size() == 1; }, 2s));
+    press(form, 'C', kAlt);
+    EXPECT_TRUE(told(1));
+    press(form, 'L', kAlt);
+    EXPECT_TRUE(closed(form));
+  });
+}
+
+TEST_F(ManualBackup, ArchivoPutsTheChosenFolderIntoTDestino) {
+  fake_.folderChooser.willAnswer({L"D:\\Copias\\"});
+  run([](HWND form) {
+    click(form, FCopiar_Archivo);
+    EXPECT_TRUE(waitFor([form] { return textOf(form, FCopiar_TDestino) == L"D:\\Copias\\"; }, 2s));
+    click(form, FCopiar_BCancelar);
+  });
+  EXPECT_THAT(fake_.folderChooser.shown, ElementsAre(FakeFolderChooser::Shown{kChooserTitle, L""}));
+}
+
+TEST_F(ManualBackup, ArchivoBeginsWhereTheFieldPointsAndACancelLeavesTheFieldAsItIs) {
+  fake_.folderChooser.willAnswer({std::nullopt, L"E:\\"});
+  run([this](HWND form) {
+    focus(form, FCopiar_TDestino);
+    type(form, L"C:\\Antes");
+    click(form, FCopiar_Archivo);
+    EXPECT_TRUE(waitFor([this] { return fake_.folderChooser.shown.size() == 1; }, 2s));
+    EXPECT_EQ(L"C:\\Antes", textOf(form, FCopiar_TDestino));
+    click(form, FCopiar_Archivo);
+    EXPECT_TRUE(waitFor([form] { return textOf(form, FCopiar_TDestino) == L"E:\\"; }, 2s));
+    click(form, FCopiar_BCancelar);
+  });
+  EXPECT_THAT(fake_.folderChooser.shown, ElementsAre(FakeFolderChooser::Shown{kChooserTitle, L"C:\\Antes"},
+                                                     FakeFolderChooser::Shown{kChooserTitle, L"C:\\Antes"}));
+}
+
+TEST_F(ManualBackup, AChooserThatFailsIsToldAndTheDialogGoesOn) {
+  class Broken : public FolderChooser {
+    std::optional<std::wstring> choose(const std::wstring&, const std::wstring&) override {
+      throw AutomationError(kOutOfMemory);
+    }
+  } broken;
+  Platform platform{fake_.registry, system_.files,        system_.clock, system_.drives,   messages_,
+                    system_.locale, system_.workFolder,   fake_.sound,   system_.keyboard, system_.eventLoop,
+                    broken,         system_.accessibility};
+  fake_.messages.willAnswer({Answer::Ok});
+  runOn(platform, [this](HWND form) {
+    enter(form, FCopiar_TNArchivo, L"Lunes");
+    click(form, FCopiar_Archivo);
+    EXPECT_TRUE(told(1));
+    EXPECT_EQ(L"Lunes", textOf(form, FCopiar_TNArchivo));
+    click(form, FCopiar_BCancelar);
+  });
+  EXPECT_THAT(fake_.messages.shown,
+              ElementsAre(FakeMessages::Shown{L"Memoria insuficiente", kTitle, message::kOk | message::kExclamation}));
+}
+
+TEST_F(ManualBackup, BothFieldsEmptyShowsTheFolderMessageOnly) {
+  fake_.messages.willAnswer({Answer::Ok});
+  run([this](HWND form) {
+    click(form, FCopiar_BCopiar);
+    EXPECT_TRUE(told(1));
+    EXPECT_TRUE(IsWindow(form));
+    EXPECT_EQ(kManual, state_.BackupKind) << "set before any check";
+    EXPECT_FALSE(state_.accepted);
+    EXPECT_FALSE(state_.finished);
+    click(form, FCopiar_BCancelar);
+  });
+  EXPECT_THAT(fake_.messages.shown,
+              ElementsAre(FakeMessages::Shown{kChooseFolder, kTitle, message::kOk | message::kInformation}));
+}
+
+TEST_F(ManualBackup, AnEmptyNameIsToldAndGetsTheFocus) {
+  fake_.messages.willAnswer({Answer::Ok});
+  run([this](HWND form) {
+    enter(form, FCopiar_TDestino, copias());
+    click(form, FCopiar_BCopiar);
+    EXPECT_TRUE(told(1));
+    EXPECT_TRUE(waitFor([form] { return focusOf(form) == FCopiar_TNArchivo; }, 2s));
+    EXPECT_EQ(copias(), textOf(form, FCopiar_TDestino));
+    click(form, FCopiar_BCancelar);
+  });
+  EXPECT_THAT(fake_.messages.shown,
+              ElementsAre(FakeMessages::Shown{kEnterName, kTitle, message::kOk | message::kInformation}));
+  EXPECT_THAT(sets(), IsEmpty());
+}
+
+TEST_F(ManualBackup, BlanksAloneAreNoFolderAndNoName) {
+  fake_.messages.willAnswer({Answer::Ok, Answer::Ok});
+  run([this](HWND form) {
+    enter(form, FCopiar_TDestino, L"   ");
+    click(form, FCopiar_BCopiar);
+    EXPECT_TRUE(told(1));
+    enter(form, FCopiar_TDestino, copias());
+    enter(form, FCopiar_TNArchivo, L"  ");
+    click(form, FCopiar_BCopiar);
+    EXPECT_TRUE(told(2));
+    click(form, FCopiar_BCancelar);
+  });
+  ASSERT_THAT(fake_.messages.shown, SizeIs(2));
+  EXPECT_EQ(kChooseFolder, fake_.messages.shown[0].text);
+  EXPECT_EQ(kEnterName, fake_.messages.shown[1].text);
+}
+
+TEST_F(ManualBackup, AFolderWithItsBackslashAndANameMakeTheSetInTheFolder) {
+  copy(copias(), L"Lunes", [this](HWND window) {
+    EXPECT_EQ(L" Copia de Seguridad Manual", textOf(window, FBackup_Metodo));
+    EXPECT_EQ(L" " + copias() + L"Lunes.qev", textOf(window, FBackup_TDestino));
+    EXPECT_EQ(L"  Copia de Seguridad realizada con éxito", textOf(window, FBackup_ESalida));
+  });
+  EXPECT_THAT(sets(), ElementsAre(L"Lunes.qev"));
+  EXPECT_THAT(contentOf(root_ / L"Copias" / L"Lunes.qev"), testing::StartsWith("Programa : Gestion de prueba;"));
+}
+
+TEST_F(ManualBackup, AFolderWithoutItsBackslashIsJoinedAsItStands) {
+  copy((root_ / L"Copias").wstring(), L"Lunes", [this](HWND window) {
+    EXPECT_EQ(L" " + (root_ / L"CopiasLunes.qev").wstring(), textOf(window, FBackup_TDestino));
+  });
+  EXPECT_TRUE(fs::exists(root_ / L"CopiasLunes.qev"));
+  EXPECT_THAT(sets(), IsEmpty());
+}
+
+TEST_F(ManualBackup, GoingAheadSetsAceptarAtOnceAndTerminadoWhenTheBackupWindowCloses) {
+  bool accepted = false, finished = true;
+  copy(copias(), L"Lunes", [&](HWND) {
+    accepted = state_.accepted;
+    finished = state_.finished;
+  });
+  EXPECT_TRUE(accepted);
+  EXPECT_FALSE(finished);
+  EXPECT_TRUE(state_.accepted);
+  EXPECT_TRUE(state_.finished);
+}
+
+TEST_F(ManualBackup, TheKeyboardAloneIsEnough) {
+  run([this](HWND form) {
+    type(form, copias());
+    press(form, VK_TAB);
+    press(form, VK_TAB);
+    waitFor([form] { return focusOf(form) == FCopiar_TNArchivo; }, 2s);
+    type(form, L"Lunes");
+    press(form, VK_RETURN);
+    EXPECT_TRUE(waitFor([form] { return focusOf(form) == FCopiar_BCopiar; }, 2s));
+    press(form, VK_RETURN);
+    const HWND window = backupWindow();
+    press(window, VK_RETURN);
+  });
+  EXPECT_THAT(sets(), ElementsAre(L"Lunes.qev"));
+}
+
+TEST_F(ManualBackup, TheBackupWindowOpensOverTheSameHostWindowWhichIsActiveAfterwards) {
+  const HWND host = CreateWindowW(L"STATIC", L"Host", WS_OVERLAPPED | WS_VISIBLE, 0, 0, 300, 200, nullptr, nullptr,
+                                  GetModuleHandleW(nullptr), nullptr);
+  bringToForeground(host);
+  HWND firstOwner = nullptr, secondOwner = nullptr;
+  run([&](HWND form) {
+    firstOwner = GetWindow(form, GW_OWNER);
+    EXPECT_FALSE(IsWindowEnabled(host));
+    enter(form, FCopiar_TDestino, copias());
+    enter(form, FCopiar_TNArchivo, L"Lunes");
+    click(form, FCopiar_BCopiar);
+    const HWND window = backupWindow();
+    secondOwner = GetWindow(window, GW_OWNER);
+    EXPECT_FALSE(IsWindowEnabled(host));
+    click(window, FBackup_BAceptar);
+  });
+  EXPECT_EQ(host, firstOwner);
+  EXPECT_EQ(host, secondOwner);
+  EXPECT_TRUE(IsWindowEnabled(host));
+  EXPECT_EQ(host, GetActiveWindow());
+  DestroyWindow(host);
+}
+
+// Ways to close the dialog without a backup.
+struct Leaving {
+  const char* name;
+  void (*act)(HWND form);
+};
+
+class Cancelling : public ManualBackup, public testing::WithParamInterface<Leaving> {};
+
+TEST_P(Cancelling, SaysNotAcceptedAndFinished) {
+  state_.accepted = true;  // of an earlier dialog
+  run([](HWND form) {
+    enter(form, FCopiar_TNArchivo, L"Lunes");
+    GetParam().act(form);
+    EXPECT_TRUE(closed(form));
+  });
+  EXPECT_FALSE(state_.accepted);
+  EXPECT_TRUE(state_.finished);
+  EXPECT_EQ(kScheduled, state_.BackupKind) << "only BCopiar sets it";
+  EXPECT_THAT(sets(), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Ways, Cancelling,
+    testing::Values(Leaving{"BCancelar", [](HWND form) { clickOn(form, GetDlgItem(form, FCopiar_BCancelar)); }},
+                    Leaving{"EscOnAButton", [](HWND form) { press(form, VK_ESCAPE); }},
+                    Leaving{"EscInAField",
+                            [](HWND form) {
+                              clickOn(form, GetDlgItem(form, FCopiar_TDestino));
+                              waitFor([form] { return focusOf(form) == FCopiar_TDestino; }, 2s);
+                              press(form, VK_ESCAPE);
+                            }},
+                    Leaving{"CloseBox", [](HWND form) { PostMessageW(form, WM_SYSCOMMAND, SC_CLOSE, 0); }}),
+    [](const auto& leaving) { return leaving.param.name; });
+
+TEST_F(ManualBackup, EscInAFieldFirstTakesBackWhatWasTyped) {
+  run([](HWND form) {
+    enter(form, FCopiar_TDestino, L"C:\\Copias\\");
+    press(form, 'D', kAlt);
+    EXPECT_TRUE(waitFor([form] { return focusOf(form) == FCopiar_TDestino; }, 2s));
+    type(form, L"error");
+    press(form, VK_ESCAPE);
+    EXPECT_TRUE(waitFor([form] { return textOf(form, FCopiar_TDestino) == L"C:\\Copias\\"; }, 2s));
+    EXPECT_TRUE(IsWindow(form));
+    press(form, VK_ESCAPE);
+    EXPECT_TRUE(closed(form));
+  });
+  EXPECT_TRUE(state_.finished);
+}
+
+TEST_F(ManualBackup, ANameThatNoFileMayHoldFailsInTheBackupWindow) {
+  std::ofstream(root_ / L"Copias" / L"Lunes.qev") << "de ayer";
+  EXPECT_THAT(failureOf(copias(), L"a*b?<c>|d"), testing::Not(IsEmpty()));
+  EXPECT_THAT(sets(), ElementsAre(L"Lunes.qev"));
+  EXPECT_EQ("de ayer", contentOf(root_ / L"Copias" / L"Lunes.qev"));
+}
+
+TEST_F(ManualBackup, ANameThatEndsInQevGetsAnother) {
+  copy(copias(), L"Lunes.qev");
+  EXPECT_THAT(sets(), ElementsAre(L"Lunes.qev.qev"));
+}
+
+TEST_F(ManualBackup, ANameWithBlanksInsideKeepsThem) {
+  copy(copias(), L" Copia del  año 2026 ");
+  EXPECT_THAT(sets(), ElementsAre(L"Copia del  año 2026.qev")) << "a field trims what is typed into it";
+}
+
+TEST_F(ManualBackup, AFolderThatDoesNotExistFailsInTheBackupWindow) {
+  EXPECT_THAT(failureOf(copias() + L"No\\Existe\\", L"Lunes"), testing::Not(IsEmpty()));
+  EXPECT_THAT(sets(), IsEmpty()) << "no folder is made";
+}
+
+TEST_F(ManualBackup, ThreeHundredCharactersFailInTheBackupWindow) {
+  EXPECT_THAT(failureOf(copias(), std::wstring(300, L'x')), testing::Not(IsEmpty()));
+  EXPECT_THAT(sets(), IsEmpty());
+}
+
+TEST_F(ManualBackup, ASetOfThatNameIsReplacedOnlyWhenTheUserAgrees) {
+  std::ofstream(root_ / L"Copias" / L"Lunes.qev") << "de ayer";
+  fake_.messages.willAnswer({Answer::No});
+  run([this](HWND form) {
+    enter(form, FCopiar_TDestino, copias());
+    enter(form, FCopiar_TNArchivo, L"Lunes");
+    click(form, FCopiar_BCopiar);
+    EXPECT_TRUE(told(1));
+  });
+  ASSERT_THAT(fake_.messages.shown, SizeIs(1));
+  EXPECT_EQ(L"El nombre del archivo seleccionado ya existe, ¿Desea reemplazarlo?", fake_.messages.shown[0].text);
+  EXPECT_EQ("de ayer", contentOf(root_ / L"Copias" / L"Lunes.qev"));
+  EXPECT_TRUE(state_.accepted);
+  EXPECT_TRUE(state_.finished);
+}
+
+TEST_F(ManualBackup, CannotBeShownWhileAFormIsOpen) {
+  std::int32_t number = 0;
+  state_.formsShown.insert(L"FBACKUP");
+  try {
+    FCopiar(platform_, state_).run();
+  } catch (const AutomationError& error) {
+    number = error.number();
+  }
+  EXPECT_EQ(400, number);
+  EXPECT_FALSE(state_.finished);
+}
+
+TEST_F(ManualBackup, ShowsEachMessageOverItself) {
+  Platform real{fake_.registry,   system_.files,     system_.clock,       system_.drives,
+                system_.messages, system_.locale,    system_.workFolder,  fake_.sound,
+                system_.keyboard, system_.eventLoop, fake_.folderChooser, system_.accessibility};
+  runOn(real, [](HWND form) {
+    const auto seeMessage = [form](const wchar_t* picture) {
+      ASSERT_TRUE(waitFor([] { return findWindow(kTitle) != nullptr; }));
+      const HWND box = findWindow(kTitle);
+      EXPECT_EQ(form, GetWindow(box, GW_OWNER));
+      std::this_thread::sleep_for(300ms);
+      saveScreenshot(GetDesktopWindow(), picture);
+      HWND button = nullptr;
+      do button = FindWindowExW(box, button, L"Button", nullptr);
+      while (button && !IsWindowVisible(button));
+      clickOn(box, button);
+      EXPECT_TRUE(closed(box));
+    };
+    click(form, FCopiar_BCopiar);
+    seeMessage(L"FCopiar-sin-carpeta");
+    enter(form, FCopiar_TDestino, L"D:\\Copias de seguridad\\Gestión\\");
+    click(form, FCopiar_BCopiar);
+    seeMessage(L"FCopiar-sin-nombre");
+    EXPECT_TRUE(waitFor([form] { return focusOf(form) == FCopiar_TNArchivo; }, 2s));
+    type(form, L"Antes del cierre del año");
+    std::this_thread::sleep_for(200ms);
+    saveScreenshot(form, L"FCopiar-lleno");
+    click(form, FCopiar_BCancelar);
+  });
+}
+
+// Whether the text of a label or button is as wide as its control at the most, in a single line.
+bool fits(HWND form, int id) {
+  const HWND control = GetDlgItem(form, id);
+  const std::wstring text = windowText(control);
+  RECT client{}, needed{};
+  GetClientRect(control, &client);
+  const HDC dc = GetDC(control);
+  {
+    const SelectedObject font(dc, reinterpret_cast<HFONT>(SendMessageW(control, WM_GETFONT, 0, 0)));
+    DrawTextW(dc, text.c_str(), -1, &needed, DT_CALCRECT | DT_SINGLELINE);
+  }
+  ReleaseDC(control, dc);
+  const bool hasIcon = SendMessageW(control, BM_GETIMAGE, IMAGE_ICON, 0) != 0;
+  const LONG icon = hasIcon ? GetSystemMetrics(SM_CXSMICON) + 12 : 0;
+  return needed.right + icon <= client.right && needed.bottom <= client.bottom;
+}
+
+TEST_F(ManualBackup, EveryTextFitsAtTheScaleOfTheSystem) {
+  run([](HWND form) {
+    for (const int id :
+         {FCopiar_Label1, FCopiar_Label2, FCopiar_Label3, FCopiar_Label4, FCopiar_BCopiar, FCopiar_BCancelar}) {
+      EXPECT_TRUE(fits(form, id)) << "control " << id;
+    }
+    std::this_thread::sleep_for(300ms);
+    saveScreenshot(form, L"FCopiar-" + std::to_wstring(GetDpiForSystem() * 100 / 96));
+    click(form, FCopiar_BCancelar);
+  });
+}
+
+TEST_F(ManualBackup, GivesBackEveryWindowAndDrawingObject) {
+  const auto once = [this] { run([](HWND form) { click(form, FCopiar_BCancelar); }); };
+  once();
+  const HANDLE process = GetCurrentProcess();
+  const DWORD drawing = GetGuiResources(process, GR_GDIOBJECTS);
+  const DWORD windows = GetGuiResources(process, GR_USEROBJECTS);
+  for (int i = 0; i < 5; ++i) once();
+  EXPECT_LE(GetGuiResources(process, GR_GDIOBJECTS), drawing);
+  EXPECT_LE(GetGuiResources(process, GR_USEROBJECTS), windows);
+}
+
+}  // namespace
+}  // namespace qev::test

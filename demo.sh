@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# Shows the main job: a host script makes a real backup set through the registered library, and strangers read it back.
+# Shows the main job: a host script makes a real backup set through the registered library, and strangers read it back;
+# then the data is damaged, and the host's restore dialog brings it back.
 #
 #   ./demo.sh            on a virtual display
-#   ./demo.sh --show     on the display in DISPLAY; the window waits for you to press Aceptar, and at the end a menu
-#                        opens every other form for you to try
+#   ./demo.sh --show     on the display in DISPLAY; the windows are yours to answer, and at the end a menu opens every
+#                        other form for you to try
 #
 # Sets everything up by itself, again and again. Exit status 0 only when every file came back byte for byte.
 set -euo pipefail
@@ -43,11 +44,27 @@ echo "Estado     $estado"
 ultima=$(value UltimaCopia)
 echo "UltimaCopia $ultima"
 sed -n 's/^Terminado=/Terminado  /p' "$BUILD/demo-host.txt" | tr -d '\r'
-[ $show = yes ] || ls "$SCREENSHOTS"/demo-*.png | sed 's/^/picture    /'
 
 [ "$estado" = "Ultima copia de seguridad realizada correctamente" ] || { echo "demo: the run was no success" >&2; exit 1; }
 [[ $ultima == "$(date +%d-%m-%Y)"* ]] || { echo "demo: UltimaCopia is not of today" >&2; exit 1; }
 grep -q '^Terminado=True' "$BUILD/demo-host.txt" || { echo "demo: the host does not see the window as closed" >&2; exit 1; }
+
+echo
+keep=$BUILD/demo-data
+chmod -R u+w "$keep" 2>/dev/null || true
+sum_before=$(sha256sum <"$set_file")
+PYTHONUTF8=1 python3 tools/damage-data.py damage "$program/Datos/Emp01" "$keep"
+windows_set="C:\\Prog\\Backup\\$(basename "$set_file")"
+if [ $show = yes ]; then
+  echo "the host shows its restore dialog: load $windows_set and press Restaurar"
+  tools/demo-restore.sh show "$windows_set"
+else
+  on_display tools/demo-restore.sh virtual "$windows_set"
+fi
+PYTHONUTF8=1 python3 tools/damage-data.py compare "$program/Datos/Emp01" "$keep"
+[ "$(sha256sum <"$set_file")" = "$sum_before" ] || { echo "demo: the restore has changed the set" >&2; exit 1; }
+echo "set        unchanged by the restore"
+[ $show = yes ] || ls "$SCREENSHOTS"/demo-*.png | sed 's/^/picture    /'
 
 if [ $show = yes ]; then
   echo "the host shows its menu: try each form, and leave it with Cancelar"

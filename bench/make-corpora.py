@@ -2,7 +2,7 @@
 """Lays out the benchmark's corpora, each a host of its own.
 
     make-corpora.py FOLDER          base, pequenos and comprimidos, about 370 MB together
-    make-corpora.py --large FOLDER  grande: one sparse file of 4.5 GiB, all zeros
+    make-corpora.py --large FOLDER  grande: one sparse file of 4.5 GiB, all zeros; muchos: 70,000 files of 1 KB
 
 FOLDER/<corpus>/ holds Datos/Emp01/ (the data), Util.mde, Gestion.ini and an empty Backup/. The bytes come from fixed
 seeds: the same on every machine with the same Python and SQLite. A corpus that is complete is left alone.
@@ -80,6 +80,17 @@ def large(data, _rng):
         file.truncate(4608 * MIB)
 
 
+def many(data, rng):
+    """70,000 files of about 1 KB in 700 folders: more than an archive's directory counts in 16 bits."""
+    text = " ".join(words(rng, 20_000)).encode("cp1252")
+    for number in range(70_000):
+        folder = data / f"serie {number // 1000:02d}" / f"{number // 100 % 10}"
+        if number % 100 == 0:
+            folder.mkdir(parents=True)
+        start = rng.randrange(len(text) - 2000)
+        (folder / f"ficha {number:05d}.txt").write_bytes(text[start:start + rng.randint(10, 2000)])
+
+
 def lay_out(root, name, seed, fill):
     host = root / name
     complete = host / "complete"
@@ -103,6 +114,7 @@ def main():
     root = Path([a for a in arguments if a != "--large"][0])
     if with_large:
         lay_out(root, "grande", 4, large)
+        lay_out(root, "muchos", 5, many)
     else:
         lay_out(root, "base", 1, database)
         lay_out(root, "pequenos", 2, small_files)

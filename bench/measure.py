@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs the programs in turn over the corpora and prints the table.
+"""Runs the programs in turn over the corpora and prints the tables: backups, then restores.
 
     measure.py [--rounds N] [--large] DRIVE_C TABLE_FILE
 
@@ -7,8 +7,10 @@ DRIVE_C holds Bench/<corpus> (make-corpora.py) and QevBackup/ with the programs.
 bench/run.sh sets all this up.
 """
 import argparse
+import filecmp
 import os
 import re
+import shutil
 import statistics
 import subprocess
 import sys
@@ -25,7 +27,10 @@ CORPORA = {
     "comprimidos": "60 pictures, 120 MB",
     "pequenos": "5,000 files, 130 MB",
     "grande": "one sparse file, 4.5 GiB",
+    "muchos": "70,000 files, 70 MB",
 }
+USUAL = ("base", "comprimidos", "pequenos")
+LARGE = ("grande", "muchos")
 
 
 @dataclass
@@ -81,7 +86,9 @@ def checked(command, folder, codes=(0,)):
     return done.stdout, seconds, peak
 
 
-class Bench:
+class Machine:
+    """What every job needs: the drive, and what the start of a program costs."""
+
     def __init__(self, drive_c):
         self.drive_c = drive_c
         self.start = 0.0  # seconds from the start to the end of a Windows program that does nothing
@@ -95,6 +102,14 @@ class Bench:
             peaks.append(checked(program("HostBackup.exe", "--empty"), self.drive_c)[2])
         self.start = statistics.median(starts[1:])
         self.empty = statistics.median(peaks)
+
+
+class Backups:
+    """Four programs archive the same files."""
+
+    def __init__(self, machine):
+        self.machine = machine
+        self.drive_c = machine.drive_c
 
     # One run of each program: its seconds and its peak.
 
@@ -114,7 +129,7 @@ class Bench:
         _, seconds, peak = checked(
             program("7za.exe", "a", "-tzip", "-bd", "-bso0", rf"{host}\Backup\siete.zip", rf"{host}\Datos\Emp01",
                     rf"{host}\Util.mde", rf"{host}\Gestion.ini"), self.drive_c)
-        return seconds - self.start, peak
+        return seconds - self.machine.start, peak
 
     def native_zip(self, corpus):
         host = f"Bench/{corpus}"
@@ -123,86 +138,160 @@ class Bench:
              f"{host}/Gestion.ini"], self.drive_c)
         return seconds, peak
 
+    programs = {
+        "CopiaAuto": copia_auto,
+        "bare engine": bare_engine,
+        "7-Zip (Windows)": seven_zip,
+        "zip (native)": native_zip,
+    }
+
     def archive(self, corpus):
         made = list((self.drive_c / "Bench" / corpus / "Backup").iterdir())
         if len(made) != 1:
             raise Failed(f"{corpus}: one archive was to be made, not {[path.name for path in made]}")
         return made[0]
 
+    def prepare(self, corpus):
+        pass
+
     def clear(self, corpus):
         for path in (self.drive_c / "Bench" / corpus / "Backup").iterdir():
             path.unlink()
-        os.sync()  # what the run before left to be written must not slow this one
 
-    def once(self, corpus, run):
-        self.clear(corpus)
-        seconds, peak = run(self, corpus)
-        return Run(seconds, peak, self.archive(corpus).stat().st_size / MIB)
+    def size(self, corpus):
+        return self.archive(corpus).stat().st_size
 
-
-PROGRAMS = {
-    "CopiaAuto": Bench.copia_auto,
-    "bare engine": Bench.bare_engine,
-    "7-Zip (Windows)": Bench.seven_zip,
-    "zip (native)": Bench.native_zip,
-}
+    def outcome(self, corpus):
+        """How many files the archive holds, and their bytes in all: every program must make the same of a corpus."""
+        with zipfile.ZipFile(self.archive(corpus)) as opened:
+            files = [entry for entry in opened.infolist() if not entry.is_dir()]
+        return len(files), sum(entry.file_size for entry in files)
 
 
-def content(archive):
-    """How many files an archive holds, and their bytes in all."""
-    with zipfile.ZipFile(archive) as opened:
-        files = [entry for entry in opened.infolist() if not entry.is_dir()]
-    return len(files), sum(entry.file_size for entry in files)
+class Restores:
+    """Four programs restore one archive, the payload of a set that CopiaAuto made."""
+
+    def __init__(self, machine, backups):
+        self.machine = machine
+        self.drive_c = machine.drive_c
+        self.backups = backups
+
+    def window(self, corpus):
+        output, _, peak = checked(
+            program("HostRestore.exe", rf"C:\Bench\{corpus}\copia.qev", rf"C:\Bench\{corpus}\Restaurado\"),
+            self.drive_c)
+        return float(re.search(r"ms ([\d.]+)", output)[1]) / 1000, peak
+
+    def bare_engine(self, corpus):
+        output, _, peak = checked(
+            program("BareEngine.exe", "-q", "-x", rf"C:\Bench\{corpus}\Restaurado", rf"C:\Bench\{corpus}\copia.zip"),
+            self.drive_c)
+        return float(re.search(r"(\d+) ms", output)[1]) / 1000, peak
+
+    def seven_zip(self, corpus):
+        _, seconds, peak = checked(
+            program("7za.exe", "x", "-bd", "-bso0", "-y", rf"-oBench\{corpus}\Restaurado", rf"Bench\{corpus}\copia.zip"),
+            self.drive_c)
+        return seconds - self.machine.start, peak
+
+    def native_unzip(self, corpus):
+        host = f"Bench/{corpus}"
+        _, seconds, peak = checked(["unzip", "-q", "-o", f"{host}/copia.zip", "-d", f"{host}/Restaurado"], self.drive_c)
+        return seconds, peak
+
+    programs = {
+        "restore window": window,
+        "bare engine": bare_engine,
+        "7-Zip (Windows)": seven_zip,
+        "unzip (native)": native_unzip,
+    }
+
+    def prepare(self, corpus):
+        self.backups.clear(corpus)
+        self.backups.copia_auto(corpus)
+        host = self.drive_c / "Bench" / corpus
+        self.backups.archive(corpus).replace(host / "copia.qev")
+        with open(host / "copia.qev", "rb") as made, open(host / "copia.zip", "wb") as bare:
+            made.readline()
+            shutil.copyfileobj(made, bare, MIB)
+
+    def clear(self, corpus):
+        restored = self.drive_c / "Bench" / corpus / "Restaurado"
+        if restored.exists():
+            shutil.rmtree(restored)
+        restored.mkdir()
+
+    def size(self, corpus):
+        return (self.drive_c / "Bench" / corpus / "copia.zip").stat().st_size
+
+    def outcome(self, corpus):
+        """Which files came back wrong: none of any program."""
+        host = self.drive_c / "Bench" / corpus
+        sources = [path for path in (host / "Datos").rglob("*") if path.is_file()] + [host / "Util.mde", host / "Gestion.ini"]
+        restored = host / "Restaurado" / "Bench" / corpus
+        wrong = [str(path.relative_to(host)) for path in sources
+                 if not (restored / path.relative_to(host)).is_file()
+                 or not filecmp.cmp(path, restored / path.relative_to(host), shallow=False)]
+        if wrong:
+            raise Failed(f"{corpus}: {len(wrong)} of {len(sources)} files did not come back as they were: {wrong[:5]}")
+        return len(sources)
 
 
-def warm_up(bench, corpus, names):
-    """Fills the file caches, and makes sure that all archive the same files."""
-    contents = {}
+def once(job, corpus, name):
+    job.clear(corpus)
+    os.sync()  # what the run before left to be written must not slow this one
+    seconds, peak = job.programs[name](job, corpus)
+    return Run(seconds, peak, job.size(corpus) / MIB)
+
+
+def warm_up(job, corpus, names):
+    """Fills the file caches, and makes sure that all do the same work."""
+    outcomes = {}
     for name in names:
-        bench.once(corpus, PROGRAMS[name])
-        contents[name] = content(bench.archive(corpus))
-    if len(set(contents.values())) != 1:
-        raise Failed(f"{corpus}: not the same files in every archive: {contents}")
+        once(job, corpus, name)
+        outcomes[name] = job.outcome(corpus)
+    if len(set(outcomes.values())) != 1:
+        raise Failed(f"{corpus}: the programs differ: {outcomes}")
 
 
-def measure(bench, corpus, names, rounds, warm=True):
-    print(f"measuring {CORPORA[corpus]}", file=sys.stderr, flush=True)
-    if warm:
-        warm_up(bench, corpus, names)
+def measure(job, corpus, names, rounds):
+    print(f"measuring {type(job).__name__.lower()}: {CORPORA[corpus]}", file=sys.stderr, flush=True)
+    job.prepare(corpus)
+    warm_up(job, corpus, names)
     measured = {name: Measured(name) for name in names}
     for _ in range(rounds):
         for name in names:
-            measured[name].runs.append(bench.once(corpus, PROGRAMS[name]))
-    bench.clear(corpus)
+            measured[name].runs.append(once(job, corpus, name))
+    job.clear(corpus)
     return measured
 
 
-def table(results, bench, rounds):
-    lines = [f"{'corpus':<26}{'program':<17}{'seconds':>9}{'from-to':>14}{'x engine':>10}{'peak MiB':>10}"
+def table(title, results):
+    lines = [f"{title:<26}{'program':<17}{'seconds':>9}{'from-to':>14}{'x engine':>10}{'peak MiB':>10}"
              f"{'archive MiB':>13}"]
     for corpus, measured in results.items():
         lines.append("-" * len(lines[0]))
-        title = CORPORA[corpus]
+        name = CORPORA[corpus]
         for each in measured.values():
-            lines.append(f"{title:<26}{each.name:<17}{each.median('seconds'):>9.2f}{each.spread():>14}"
+            lines.append(f"{name:<26}{each.name:<17}{each.median('seconds'):>9.2f}{each.spread():>14}"
                          f"{each.times(measured['bare engine']):>10.3f}{each.median('peak'):>10.1f}"
                          f"{each.median('size'):>13.2f}")
-            title = ""
-    lines += ["", f"rounds: {rounds}; empty host: {bench.empty:.1f} MiB; start of a Windows program, taken off 7-Zip's "
-                  f"seconds: {bench.start:.2f} s", ""]
-    return lines
+            name = ""
+    return lines + [""]
 
 
 def verdict(target, value, met):
     return f"{target:<74}{value:>22}  {'met' if met else 'NOT MET'}"
 
 
-def verdicts(results, bench):
-    ratios = [results[corpus]["CopiaAuto"].times(results[corpus]["bare engine"]) for corpus in ("base", "comprimidos")]
-    above = max(run.peak for measured in results.values() for run in measured["CopiaAuto"].runs) - bench.empty
-    small = results["pequenos"]
+def verdicts(made, restored, machine):
+    ratios = [made[corpus]["CopiaAuto"].times(made[corpus]["bare engine"]) for corpus in ("base", "comprimidos")]
+    hosts = [measured["CopiaAuto"] for measured in made.values()]
+    hosts += [measured["restore window"] for measured in restored.values()]
+    above = max(run.peak for host in hosts for run in host.runs) - machine.empty
+    small = made["pequenos"]
     to_seven_zip = small["CopiaAuto"].times(small["7-Zip (Windows)"])
-    sets = "every set above" if "grande" in results else "every set above (4.5 GiB: --large)"
+    sets = "every row above" if "grande" in made else "every row above (4.5 GiB: --large)"
     return [
         verdict(f"(a) CopiaAuto at most {TIMES_LARGER} x the bare engine, database and pictures",
                 " and ".join(f"{ratio:.3f}" for ratio in ratios), max(ratios) <= TIMES_LARGER),
@@ -222,13 +311,19 @@ def main():
 
     # The server of Windows programs stays between the runs: no run pays for its start.
     subprocess.run(["wineserver", "-p30"], check=True)
-    bench = Bench(arguments.drive_c)
-    bench.learn_start()
-    results = {corpus: measure(bench, corpus, list(PROGRAMS), arguments.rounds)
-               for corpus in ("base", "comprimidos", "pequenos")}
+    machine = Machine(arguments.drive_c)
+    machine.learn_start()
+    backups = Backups(machine)
+    restores = Restores(machine, backups)
+    made = {corpus: measure(backups, corpus, list(Backups.programs), arguments.rounds) for corpus in USUAL}
+    restored = {corpus: measure(restores, corpus, list(Restores.programs), arguments.rounds) for corpus in USUAL}
     if arguments.large:
-        results["grande"] = measure(bench, "grande", ["CopiaAuto", "bare engine"], 1, warm=False)
-    text = "\n".join(table(results, bench, arguments.rounds) + verdicts(results, bench)) + "\n"
+        made |= {corpus: measure(backups, corpus, ["CopiaAuto", "bare engine"], 1) for corpus in LARGE}
+        restored |= {corpus: measure(restores, corpus, ["restore window", "bare engine"], 1) for corpus in LARGE}
+    lines = table("backup of", made) + table("restore of", restored) + [
+        f"rounds: {arguments.rounds}; empty host: {machine.empty:.1f} MiB; start of a Windows program, taken off 7-Zip's "
+        f"seconds: {machine.start:.2f} s", ""]
+    text = "\n".join(lines + verdicts(made, restored, machine)) + "\n"
     arguments.table_file.write_text(text, encoding="utf-8")
     print(text, end="")
 

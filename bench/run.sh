@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# What a backup costs, beside what a user would pick instead. Prints one table and leaves it in build/bench/table.txt.
+# What a backup and a restore cost, beside what a user would pick instead. Prints two tables and leaves them in
+# build/bench/table.txt. Stops with an error when anything comes back other than it was.
 #
 #   bench/run.sh             five rounds
 #   bench/run.sh --quick     one round
-#   bench/run.sh --large     also a set of 4.5 GiB, once (may be given with --quick)
+#   bench/run.sh --large     also 4.5 GiB in one file, and 70,000 files, once (may be given with --quick)
 #
 # Sets everything up by itself, again and again.
 set -euo pipefail
@@ -20,7 +21,7 @@ done
 tools/install.sh
 tools/install.sh bench
 ./build.sh x64
-cmake --build --preset x64 --target BareEngine HostBackup >/dev/null
+cmake --build --preset x64 --target BareEngine HostBackup HostRestore >/dev/null
 . tools/env.sh
 BENCH=$BUILD/bench
 PREFIX=$BENCH/prefix
@@ -33,7 +34,7 @@ cp bench/package.json "$BENCH/"
 (cd "$BENCH" && npm install --no-package-lock --no-audit --no-fund --loglevel=error >/dev/null)
 programs=$DRIVE_C/QevBackup
 mkdir -p "$programs"
-cp dist/x64/* build/x64/BareEngine.exe build/x64/HostBackup.exe "$programs/"
+cp dist/x64/* build/x64/BareEngine.exe build/x64/HostBackup.exe build/x64/HostRestore.exe "$programs/"
 cp "$BENCH/node_modules/7zip-bin/win/x64/7za.exe" "$programs/"
 win regsvr32 /s 'C:\QevBackup\QevBackup.dll'
 

@@ -14,10 +14,14 @@ add_executable(qev_logic_tests
   tests/backup/SetFormatTest.cpp
   tests/controls/ListTableTest.cpp
   tests/controls/MGeneralTest.cpp
+  tests/restore/RestoreProgressTest.cpp
+  tests/zip/ListingLinesTest.cpp
+  tests/zip/ZipDirectoryTest.cpp
   tests/support/FakeFiles.cpp
   tests/support/FakePlatform.cpp
   tests/support/MemoryPeak.cpp
-  tests/support/SpanishLocale.cpp)
+  tests/support/SpanishLocale.cpp
+  tests/support/ZipWriter.cpp)
 target_include_directories(qev_logic_tests PRIVATE tests)
 target_link_libraries(qev_logic_tests qev_logic gmock_main)
 qev_strict(qev_logic_tests)

@@ -2,12 +2,21 @@
 # automation object through COM.
 file(GLOB test_sources CONFIGURE_DEPENDS
   tests/platform/*Test.cpp tests/settings/*Test.cpp tests/schedule/*Test.cpp tests/backup/*Test.cpp tests/zip/*Test.cpp
-  tests/controls/*Test.cpp tests/windows/*Test.cpp tests/resources/*Test.cpp tests/support/*.cpp)
+  tests/controls/*Test.cpp tests/restore/*Test.cpp tests/windows/*Test.cpp tests/resources/*Test.cpp tests/support/*.cpp)
 add_executable(qev_tests ${test_sources} ${resources})
 target_include_directories(qev_tests PRIVATE tests)
 target_link_libraries(qev_tests PRIVATE qev_windows gmock_main gdiplus psapi)
 qev_strict(qev_tests)
-add_dependencies(qev_tests VANTO5 VANTO6)
+
+# Archives of other programs, for the tests that read them.
+set(archives ${CMAKE_BINARY_DIR}/archives)
+add_custom_command(
+  OUTPUT ${archives}/made
+  COMMAND python3 ${CMAKE_SOURCE_DIR}/tests/archives/make_archives.py ${archives}
+  COMMAND ${CMAKE_COMMAND} -E touch ${archives}/made
+  DEPENDS tests/archives/make_archives.py VERBATIM)
+add_custom_target(qev_archives DEPENDS ${archives}/made)
+add_dependencies(qev_tests VANTO5 VANTO6 qev_archives)
 
 file(GLOB host_test_sources CONFIGURE_DEPENDS tests/hosts/*Test.cpp)
 if(host_test_sources)
@@ -37,6 +46,11 @@ target_link_libraries(HostBackup PRIVATE ole32 oleaut32 uuid psapi)
 target_link_options(HostBackup PRIVATE -municode)
 qev_strict(HostBackup)
 add_dependencies(HostBackup qev_generated)
+
+add_executable(HostRestore bench/HostRestore.cpp ${resources})
+target_link_libraries(HostRestore PRIVATE qev_windows psapi)
+target_link_options(HostRestore PRIVATE -municode)
+qev_strict(HostRestore)
 
 # Tests are compiled as fast as can be: what they test is optimised, they need not be.
 foreach(test_program qev_tests qev_host_tests EngineTest gtest gmock gmock_main)

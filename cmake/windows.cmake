@@ -32,16 +32,22 @@ add_custom_target(qev_generated DEPENDS ${generated}/QevBackup.tlb ${generated}/
 # Everything but the DLL's exports, so that tests can link it too.
 add_library(qev_windows STATIC
   src/platform/AccessibilityWindows.cpp
+  src/platform/FileChooserWindows.cpp
   src/platform/FileSystemWindows.cpp
   src/platform/FolderChooserWindows.cpp
   src/platform/LocaleWindows.cpp
   src/platform/Module.cpp
+  src/platform/OpenDialog.cpp
   src/platform/RegistryWindows.cpp
   src/platform/SystemPlatform.cpp
+  src/platform/TextPromptWindows.cpp
   src/platform/Variant.cpp
   src/platform/Win32Error.cpp
   src/zip/CZipFiles.cpp
+  src/zip/CUnzipFiles.cpp
+  src/zip/EngineLibrary.cpp
   src/zip/EngineMessages.cpp
+  src/zip/UnzipEngine.cpp
   src/zip/ZipEngine.cpp
   src/controls/ComboList.cpp
   src/controls/ControlClass.cpp
@@ -64,6 +70,9 @@ add_library(qev_windows STATIC
   src/backup/FBackup.cpp
   src/backup/HacerCopia.cpp
   src/restore/FCopiar.cpp
+  src/restore/FPRestaura.cpp
+  src/restore/FRestaurar.cpp
+  src/restore/RestaurarCopia.cpp
   src/schedule/Backup.cpp)
 target_include_directories(qev_windows PUBLIC src . ${generated})
 target_link_libraries(qev_windows PUBLIC qev_logic
@@ -74,7 +83,7 @@ add_dependencies(qev_windows qev_generated)
 set(resources src/resources/QevBackup.rc)
 set_source_files_properties(${resources} PROPERTIES
   INCLUDE_DIRECTORIES "${generated};${CMAKE_SOURCE_DIR}/src/resources"
-  OBJECT_DEPENDS "${generated}/QevBackup.ico;${generated}/QevBackup.tlb;${CMAKE_SOURCE_DIR}/src/resources/Backup.rc;${CMAKE_SOURCE_DIR}/src/resources/Backup.properties;${CMAKE_SOURCE_DIR}/src/resources/FBackup.rc;${CMAKE_SOURCE_DIR}/src/resources/FBackup.properties;${CMAKE_SOURCE_DIR}/src/resources/FCopiar.rc;${CMAKE_SOURCE_DIR}/src/resources/FCopiar.properties;${CMAKE_SOURCE_DIR}/src/resources/resource.h;${CMAKE_SOURCE_DIR}/src/resources/VisualStyles.manifest")
+  OBJECT_DEPENDS "${generated}/QevBackup.ico;${generated}/QevBackup.tlb;${CMAKE_SOURCE_DIR}/src/resources/Backup.rc;${CMAKE_SOURCE_DIR}/src/resources/Backup.properties;${CMAKE_SOURCE_DIR}/src/resources/FBackup.rc;${CMAKE_SOURCE_DIR}/src/resources/FBackup.properties;${CMAKE_SOURCE_DIR}/src/resources/FCopiar.rc;${CMAKE_SOURCE_DIR}/src/resources/FCopiar.properties;${CMAKE_SOURCE_DIR}/src/resources/FPRestaura.rc;${CMAKE_SOURCE_DIR}/src/resources/FPRestaura.properties;${CMAKE_SOURCE_DIR}/src/resources/FRestaurar.rc;${CMAKE_SOURCE_DIR}/src/resources/FRestaurar.properties;${CMAKE_SOURCE_DIR}/src/resources/TextPrompt.rc;${CMAKE_SOURCE_DIR}/src/resources/resource.h;${CMAKE_SOURCE_DIR}/src/resources/VisualStyles.manifest")
 
 add_library(QevBackup SHARED
   src/automation/AutomationEdge.cpp

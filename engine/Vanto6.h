@@ -10,9 +10,10 @@
  *
  * Code page. Every text that goes in and every text that comes out through a callback is in the ANSI code page of the
  * process (CP_ACP). Inside, names are UTF-16, and so are those of the files that are written: what the code page cannot
- * express appears as "?" in messages and listings and is restored whole. The name of an entry is the one of its
- * Unicode path field (0x7075) or UTF-8 if bit 11 of its flags says so (APPNOTE 4.6.9, 4.4.4); without either it is
- * UTF-8 if it is well-formed as such, else in the OEM code page if its maker is a DOS program, else in the ANSI one.
+ * express appears as "?" in messages and listings and is restored whole. Control characters of a name come out as "^A":
+ * a name is one line wherever it is shown. The name of an entry is the one of its Unicode path field (0x7075) or UTF-8
+ * if bit 11 of its flags says so (APPNOTE 4.6.9, 4.4.4); without either it is UTF-8 if it is well-formed as such, else
+ * in the OEM code page if its maker is a DOS program, else in the ANSI one.
  *
  * Threads. The engine runs one archive at a time and calls the callbacks on its caller's thread. A call while another
  * is under way, from a callback or from another thread, is refused: it answers UZ_BUSY and neither prints nor touches
@@ -57,9 +58,9 @@ extern "C" {
  *   " extracting: Datos/b.txt\r\n"        a stored one
  *   "   creating: Datos/hueca/\r\n"       a folder that did not exist
  *   "error:  Datos/c.txt:  …\r\n"         it is not restored, and why; "warning:  …" where it is
- * The name is the entry's, as Wiz_SingleEntryUnzip lists it, control characters as "^A". While a file of more than one
- * MiB is restored its line comes in pieces, so that the caller knows the file and gets the processor about once per MiB
- * written: "  inflating: Datos/big.db ", then "." for each MiB, then "\r\n". A damaged file may have the reason on this
+ * The name is the entry's, as Wiz_SingleEntryUnzip lists it. While a file of more than one MiB is restored its line
+ * comes in pieces, so that the caller knows the file and gets the processor about once per MiB written:
+ * "  inflating: Datos/big.db ", then "." for each MiB, then "\r\n". A damaged file may have the reason on this
  * line, after blanks or the dots (" bad CRC 6faa2d8e  (should be 6faa2d8f)\r\n"), and has its "error:" line after it.
  */
 typedef int(WINAPI* UZPRINT)(char* message, unsigned long length);

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Mounts the disks that tests of full and changed disks need, as file systems in memory: a formatted 1.44 MB disk as drive A: of the
 # project's Wine prefix (build/floppy), and one of half a MiB (build/small-disk). Needs rights to mount (root, or sudo without a
-# password); tests that miss their disk say so and are skipped. `--undo` takes the disks away again.
+# password); tests that miss their disk say so and are skipped. Also makes build/linked-folder, in which a folder is a link, for the
+# test of links in a path, which needs no rights. `--undo` takes everything away again.
 . "$(dirname "$0")/env.sh"
 as_root=()
 [ "$(id -u)" -eq 0 ] || as_root=(sudo -n)
@@ -15,8 +16,17 @@ for disk in floppy small-disk; do
   while mountpoint -q "$BUILD/$disk"; do "${as_root[@]}" umount "$BUILD/$disk" || break; done
   rmdir "$BUILD/$disk" 2>/dev/null
 done
-rm -f "$PREFIX/dosdevices/a:"
+rm -f "$PREFIX/dosdevices/a:" "$PREFIX/dosdevices/r:"
+rm -rf "$BUILD/original"
+rm -rf "$BUILD/linked-folder"
 [ "${1:-}" = --undo ] && exit 0
+
+mkdir -p "$BUILD/linked-folder/destino" "$BUILD/linked-folder/ajena"
+ln -s ../ajena "$BUILD/linked-folder/destino/enlace"
+
+# Drive R:, an empty folder that a restore to the original location may fill.
+mkdir -p "$BUILD/original"
+ln -s "$BUILD/original" "$PREFIX/dosdevices/r:"
 
 mount_disk "$BUILD/floppy" 1457664 && mount_disk "$BUILD/small-disk" 524288 ||
   { echo "no right to mount disks for the tests" >&2; exit 1; }

@@ -37,6 +37,12 @@ bool isRestored = false;
 char restoredName[longestName];
 unsigned long long restoredSize = 0;
 
+// A name as the callbacks get it: in the ANSI code page, control characters as "^A".
+void show(const char* name, char* to) {
+  static char printable[longestName];
+  names::ansiFromUtf8(qevPrintable(name, printable, sizeof printable), to, longestName);
+}
+
 unsigned long bounded(unsigned long long size) {
   return size < 0xFFFFFFFFu ? static_cast<unsigned long>(size) : 0xFFFFFFFFu;
 }
@@ -63,7 +69,7 @@ void end() {
 void restored(const char* name, unsigned long long size) {
   isRestored = callbacks.ServCallBk != nullptr;
   if (!isRestored) return;
-  names::ansiFromUtf8(name, restoredName, sizeof restoredName);
+  show(name, restoredName);
   restoredSize = size;
 }
 
@@ -86,7 +92,7 @@ int qevNextEntry() {
 
 int qevAskReplace(const char* name) {
   if (callbacks.replace == nullptr) return UZ_REPLACE_NONE;
-  names::ansiFromUtf8(name, shownName, sizeof shownName);
+  show(name, shownName);
   const int answer = callbacks.replace(shownName);
   return answer >= UZ_REPLACE_YES && answer <= UZ_REPLACE_NONE ? answer : static_cast<int>(UZ_REPLACE_NO);
 }
@@ -95,7 +101,7 @@ int qevAskPassword(char* to, int size, const char* name) {
   memset(to, 0, static_cast<size_t>(size));
   if (callbacks.password == nullptr) return 0;
   messages::startLine();
-  names::ansiFromUtf8(name, shownName, sizeof shownName);
+  show(name, shownName);
   const int answer = callbacks.password(to, size, "Enter password: ", shownName);
   to[size - 1] = '\0';
   return answer == 0 && to[0] != '\0';
@@ -105,7 +111,7 @@ void qevListEntry(unsigned long long size, unsigned long long packedSize, unsign
                   unsigned year, unsigned hour, unsigned minute, char check, const char* name, const char* method,
                   unsigned long checksum, char encrypted) {
   if (callbacks.SendApplicationMessage == nullptr) return;
-  names::ansiFromUtf8(name, shownName, sizeof shownName);
+  show(name, shownName);
   char methodName[16];
   strncpy(methodName, method, sizeof methodName - 1);
   methodName[sizeof methodName - 1] = '\0';

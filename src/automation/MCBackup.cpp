@@ -6,6 +6,7 @@
 #include "backup/FBackup.h"
 #include "platform/Variant.h"
 #include "restore/FCopiar.h"
+#include "restore/FRestaurar.h"
 #include "schedule/Backup.h"
 
 namespace qev {
@@ -36,18 +37,25 @@ void assignRegistro(const std::wstring& keyPath) {
   state.backupFolder = programFolder + L"Backup\\";
 }
 
+// The host can call from within a form, by a timer or an event of its own.
+void requireNoForm() {
+  if (!library().state.formsShown.empty()) throw AutomationError(kFormAlreadyShown);
+}
+
+template <typename Form>
+void showForm() {
+  requireNoForm();
+  Form(library().platform, library().state).showModal();
+}
+
 void makeBackup(BackupKindValue kind, const std::wstring& folder) {
   Library& shared = library();
-  if (!shared.state.formsShown.empty()) throw AutomationError(kFormAlreadyShown);  // the host called from within a run
+  requireNoForm();
   shared.state.BackupKind = kind;
   const SetFormat sets(shared.platform, shared.state);
   FBackup window(shared.platform, shared.state);
   window.RutaDestino = folder + sets.datedFileName(shared.platform.clock.now());
   window.showModal();
-}
-
-HRESULT notYet() {
-  return automationMember([] { throw AutomationError(kActionNotSupported); });
 }
 
 }  // namespace
@@ -142,7 +150,7 @@ HRESULT MCBackup::put_Registro(BSTR value) {
 }
 
 HRESULT MCBackup::FormRestaurar() {
-  return notYet();
+  return automationMember([] { showForm<FRestaurar>(); });
 }
 
 HRESULT MCBackup::FormCopiar() {
@@ -150,7 +158,7 @@ HRESULT MCBackup::FormCopiar() {
 }
 
 HRESULT MCBackup::FormOpciones() {
-  return automationMember([] { Backup(library().platform, library().state).showModal(); });
+  return automationMember([] { showForm<Backup>(); });
 }
 
 HRESULT MCBackup::CopiaProg() {

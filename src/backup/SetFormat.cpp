@@ -13,6 +13,7 @@ namespace {
 constexpr std::size_t kBufferBytes = 1 << 20;
 constexpr std::size_t kLongestLine = 1 << 20;  // bytes of a line that are looked at
 constexpr std::string_view kLineEnd = "\r\n";
+constexpr std::string_view kHeaderBeginning = "Programa : ";
 
 std::vector<std::byte> makeBuffer() {
   return std::vector<std::byte>(kBufferBytes);
@@ -41,7 +42,15 @@ std::uint64_t copyBytes(FileReader& from, FileReplacement& to, std::uint64_t cou
   return copied;
 }
 
-void copyRest(FileReader& from, FileReplacement& to, std::span<std::byte> buffer, EventLoop& eventLoop) {
+void copyRest(FileReader& from, FileReplacement& to, std::span<std::byte> buffer, EventLoop& eventLoop,
+              const std::function<void(std::uint64_t)>& copied = nullptr) {
+  if (copied) {
+    for (std::uint64_t sum = 0, got = 1; got > 0; sum += got) {
+      got = copyBytes(from, to, buffer.size(), buffer, eventLoop);
+      copied(sum + got);
+    }
+    return;
+  }
   copyBytes(from, to, std::numeric_limits<std::uint64_t>::max(), buffer, eventLoop);
 }
 
@@ -193,6 +202,18 @@ void SetFormat::stripHeader(const std::wstring& path, bool parse) {
   rewrite(path, {}, std::move(content), buffer);
 }
 
+void SetFormat::extractPayload(const std::wstring& path, const std::wstring& target,
+                               const std::function<void(std::uint64_t)>& copied) {
+  auto buffer = makeBuffer();
+  const auto content = platform_.files.openForReading(path);
+  const FirstLine line = FirstLine::read(*content, kLongestLine, buffer);
+  parseHeader(platform_.locale.textFromAnsi(line.text));
+  content->seek(line.next);
+  const auto payload = platform_.files.replaceFile(target);
+  copyRest(*content, *payload, buffer, platform_.eventLoop, copied);
+  payload->commit();
+}
+
 void SetFormat::parseHeader(const std::wstring& line) {
   state_.currentSet = parsed(line);
 }
@@ -232,7 +253,9 @@ void SetFormat::splitIntoVolumes(const std::wstring& path, std::uint64_t pieceSi
 
 void SetFormat::joinVolumes() {
   const CurrentSet& set = state_.currentSet;
-  for (int i = 1; i <= set.totalVolumes; ++i) stripHeader(workingPiece(i), false);
+  for (int i = 1; i <= set.totalVolumes; ++i) {
+    if (beginsWithHeader(workingPiece(i))) stripHeader(workingPiece(i), false);
+  }
 
   auto buffer = makeBuffer();
   const auto joined = platform_.files.replaceFile(workingCopy());
@@ -241,6 +264,14 @@ void SetFormat::joinVolumes() {
     if (const auto piece = openIfPresent(workingPiece(i))) copyRest(*piece, *joined, buffer, platform_.eventLoop);
   }
   joined->commit();
+}
+
+// The pieces on disks are bare: to look for the end of a first line in one would cost the archive the bytes before it.
+bool SetFormat::beginsWithHeader(const std::wstring& path) const {
+  std::string beginning(kHeaderBeginning.size(), '\0');
+  const auto piece = openIfPresent(path);
+  if (piece) beginning.resize(piece->read(std::as_writable_bytes(std::span(beginning))));
+  return beginning == kHeaderBeginning;
 }
 
 // A missing file reads as an empty one. One that exists but cannot be read must not: it would be replaced by the little

@@ -31,6 +31,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -78,6 +79,13 @@ class SetFormat {
   // it was. Throws file-system errors and, with `parse`, what parseHeader throws.
   void stripHeader(const std::wstring& path, bool parse);
 
+  // Writes the payload of a set to `target` and makes its header line the current set; the set itself is only read, so
+  // it stays what it is whatever fails, and may lie on a disk that cannot be written. `copied`, where there is one, is
+  // told the bytes written so far, about once per MiB; what it throws ends the copy. Throws 53 or 76 when there is no
+  // set, what parseHeader throws, before a byte is written, and other file-system errors; no target is left then.
+  void extractPayload(const std::wstring& path, const std::wstring& target,
+                      const std::function<void(std::uint64_t)>& copied = nullptr);
+
   // Makes a header line, without its line end, the current set: all of its values or, on an error, none. Throws 9 for a
   // missing field, 13 for a field that is no date or number, 6 for a number beyond 16 bits.
   void parseHeader(const std::wstring& line);
@@ -96,13 +104,14 @@ class SetFormat {
   void splitIntoVolumes(const std::wstring& path, std::uint64_t pieceSize);
 
   // Takes the header lines off the pieces workingPiece(1) to workingPiece(current total) and makes workingCopy() of
-  // what remains, one after another, as a set of one volume with the current date and directory. A missing piece counts
-  // as an empty one. Throws file-system errors.
+  // what remains, one after another, as a set of one volume with the current date and directory. A piece that has no
+  // header line, as those on disks, is taken whole; a missing one counts as an empty one. Throws file-system errors.
   void joinVolumes();
 
  private:
   struct FirstLine;
 
+  bool beginsWithHeader(const std::wstring& path) const;
   std::unique_ptr<FileReader> openIfPresent(const std::wstring& path) const;
   std::string headerBytes(Date date, std::int16_t total, std::int16_t number, const std::wstring& directory) const;
   CurrentSet parsed(const std::wstring& line) const;

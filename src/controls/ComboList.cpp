@@ -80,8 +80,15 @@ LRESULT CALLBACK ComboList::procedure(HWND window, UINT message, WPARAM wParam, 
     return DefWindowProcW(window, message, wParam, lParam);
   }
   const auto alive = list->owner_.hold();
-  return list->window_ == window ? list->handle(message, wParam, lParam)
-                                 : DefWindowProcW(window, message, wParam, lParam);
+  if (list->window_ != window) return DefWindowProcW(window, message, wParam, lParam);
+  try {
+    return list->handle(message, wParam, lParam);
+  } catch (const AutomationError& error) {
+    list->owner_.listFailed(error.description());
+  } catch (const std::exception&) {
+    list->owner_.listFailed(describeError(kOutOfMemory));
+  }
+  return 0;
 }
 
 int ComboList::rowHeight(HFONT font) {
@@ -119,6 +126,7 @@ void ComboList::open(HWND field, int width, int mostRows) {
 void ComboList::close() {
   const HWND window = std::exchange(window_, nullptr);
   if (!window) return;
+  SetWindowLongPtrW(window, 0, 0);  // the owner may be on its way out: it is not to be held any more
   if (GetCapture() == window) ReleaseCapture();
   DestroyWindow(window);
 }

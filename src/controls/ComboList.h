@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "controls/DrawBox.h"
 
@@ -30,6 +31,9 @@ class ComboListOwner {
   virtual void rowPointedAt(std::int32_t row) = 0;  // the mouse has moved onto the row
   virtual void rowClicked(std::int32_t row) = 0;
   virtual void listDismissed() = 0;  // clicked elsewhere, the capture has gone, the field has moved: close it
+
+  // What the owner threw while the list dealt with a message: no exception may reach the system's frames.
+  virtual void listFailed(const std::wstring& description) = 0;
 };
 
 class ComboList {

@@ -160,6 +160,9 @@ class EntryControl : public std::enable_shared_from_this<EntryControl> {
   void signalValueChanged();
   void enterByMouse();
 
+  // Shows an error in a message box titled with the text. No exception may reach the system's frames.
+  void report(const std::wstring& description) const;
+
   Platform& platform() const { return *platform_; }
   MGeneral general() const;
   EditBox& edit() { return edit_; }
@@ -179,7 +182,6 @@ class EntryControl : public std::enable_shared_from_this<EntryControl> {
   LRESULT dispatch(UINT message, WPARAM wParam, LPARAM lParam);
   bool filterEdit(UINT message, WPARAM& wParam, LPARAM lParam, LRESULT& result);
   bool dispatchEdit(UINT message, WPARAM& wParam, LPARAM lParam, LRESULT& result);
-  void report(const std::wstring& description) const;
 
   void created(const CREATESTRUCTW& creation);
   void layOut();

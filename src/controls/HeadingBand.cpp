@@ -9,11 +9,11 @@ constexpr LONG kHeight = 34;  // in dialog units
 
 }  // namespace
 
-void HeadingBand::attach(HWND form, int pictureId, int headingId, UniqueFont font) {
+void HeadingBand::attach(HWND form, int pictureId, int headingId, UniqueFont font, const wchar_t* picture) {
   form_ = form;
   pictureId_ = pictureId;
   headingId_ = headingId;
-  picture_ = Picture(L"IMAGEN");
+  picture_ = Picture(picture);
   font_ = std::move(font);
   SendDlgItemMessageW(form, headingId, WM_SETFONT, reinterpret_cast<WPARAM>(font_.get()), FALSE);
 }

@@ -11,9 +11,9 @@ namespace qev {
 
 class HeadingBand {
  public:
-  // Takes the owner-drawn label `pictureId` and the label `headingId`, which both lie in the band, and shows the
-  // heading in `font`. Throws 53 when the picture is missing.
-  void attach(HWND form, int pictureId, int headingId, UniqueFont font);
+  // Takes the owner-drawn label `pictureId` and the label `headingId`, which both lie in the band, and shows `picture`
+  // and the heading in `font`. Throws 53 when the picture is missing.
+  void attach(HWND form, int pictureId, int headingId, UniqueFont font, const wchar_t* picture = L"IMAGEN");
 
   // What a form's handlers of these names pass on.
   void paint(HDC dc) const;

@@ -146,7 +146,9 @@ qev::Value UComboBox::Column(std::uint8_t col) const {
 }
 
 void UComboBox::setColumn(std::uint8_t col, qev::Value value) {
-  if (table_.hasRow(currentRow_)) table_.setCell(col, currentRow_, std::move(value));
+  if (!table_.hasRow(currentRow_)) return;
+  table_.setCell(col, currentRow_, std::move(value));
+  cellsChanged();
 }
 
 std::wstring UComboBox::boundText(std::int32_t row) const {
@@ -187,7 +189,7 @@ void UComboBox::AddRow(std::int16_t Row, const ListTable::Row& F) {
 
 void UComboBox::UpdateRow(std::int16_t Row, const ListTable::Row& F) {
   table_.UpdateRow(Row, F);
-  rowsChanged();
+  cellsChanged();
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -198,7 +200,8 @@ void UComboBox::openList() {
   previousRow_ = currentRow_;
   const std::wstring text = Text();
   if (!table_.hasRow(currentRow_) || boundText(currentRow_) != text) {
-    currentRow_ = table_.findTyped(text, boundColumn_);
+    currentRow_ = table_.findEntry(text, boundColumn_, Datatype());
+    if (currentRow_ == ListTable::kNoRow) currentRow_ = table_.findTyped(text, boundColumn_);
   }
   list_.open(hWnd(), ListWidth(), listRows_);
   repaint();
@@ -211,8 +214,15 @@ void UComboBox::closeList() {
   repaint();
 }
 
+// The field may show columns of its row too.
+void UComboBox::cellsChanged() {
+  if (list_.isOpen()) InvalidateRect(list_.hWnd(), nullptr, FALSE);
+  repaint();
+}
+
 // The geometry of an open list depends on its rows.
 void UComboBox::rowsChanged() {
+  repaint();
   if (!list_.isOpen()) return;
   if (table_.rowCount() == 0) {
     closeList();
@@ -401,7 +411,7 @@ void UComboBox::readProperties(const PropertyBag& bag) {
   const Locale& locale = platform().locale;
   rowSource_ = bag.text(L"RowSource", locale);
   columnWidths_.reset();
-  if (bag.has(L"ColumnWidths")) setColumnWidths(bag.text(L"ColumnWidths", locale));
+  if (!isMissing(bag.read(L"ColumnWidths", Null{}))) setColumnWidths(bag.text(L"ColumnWidths", locale));
   listRows_ = readByte(bag, L"ListRows", kDefaultListRows, locale);
   boundColumn_ = readByte(bag, L"BoundColumn", 0, locale);
   listWidth_.reset();

@@ -147,6 +147,7 @@ class UComboBox final : public EntryControl, private ComboListOwner {
   void rowPointedAt(std::int32_t row) override { moveTo(row); }
   void rowClicked(std::int32_t row) override { choose(row); }
   void listDismissed() override { closeList(); }
+  void listFailed(const std::wstring& description) override { report(description); }
 
   bool keyDownClosed(std::int16_t keyCode, bool repeated);  // true: the key is swallowed
   bool keyDownOpen(std::int16_t keyCode, bool repeated);
@@ -154,6 +155,7 @@ class UComboBox final : public EntryControl, private ComboListOwner {
   void moveTo(std::int32_t row);
   void choose(std::int32_t row);
   void rowsChanged();
+  void cellsChanged();
   ListTable rowsOfSource() const;
   std::wstring boundText(std::int32_t row) const;
   std::int32_t controlWidth() const;

@@ -8,11 +8,13 @@
 
 #include "platform/Accessibility.h"
 #include "platform/Clock.h"
+#include "platform/FileChooser.h"
 #include "platform/FileSystem.h"
 #include "platform/FolderChooser.h"
 #include "platform/Locale.h"
 #include "platform/Messages.h"
 #include "platform/Registry.h"
+#include "platform/TextPrompt.h"
 
 namespace qev {
 
@@ -78,6 +80,8 @@ struct Platform {
   EventLoop& eventLoop;
   FolderChooser& folderChooser;
   Accessibility& accessibility;
+  TextPrompt& textPrompt;
+  FileChooser& fileChooser;
 };
 
 // The real services of this system; they live as long as the library is loaded.

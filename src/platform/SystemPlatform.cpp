@@ -7,11 +7,13 @@
 #include <memory>
 
 #include "platform/AccessibilityWindows.h"
+#include "platform/FileChooserWindows.h"
 #include "platform/FileSystemWindows.h"
 #include "platform/FolderChooserWindows.h"
 #include "platform/LocaleWindows.h"
 #include "platform/Platform.h"
 #include "platform/RegistryWindows.h"
+#include "platform/TextPromptWindows.h"
 #include "platform/Win32Error.h"
 
 namespace qev {
@@ -125,8 +127,10 @@ Platform& systemPlatform() {
   static SystemEventLoop eventLoop;
   static FolderChooserWindows folderChooser;
   static AccessibilityWindows accessibility;
-  static Platform platform{registry,   files, clock,    drives,    messages,      locale,
-                           workFolder, sound, keyboard, eventLoop, folderChooser, accessibility};
+  static TextPromptWindows textPrompt;
+  static FileChooserWindows fileChooser;
+  static Platform platform{registry, files,    clock,     drives,        messages,      locale,     workFolder,
+                           sound,    keyboard, eventLoop, folderChooser, accessibility, textPrompt, fileChooser};
   return platform;
 }
 

@@ -84,3 +84,41 @@
 #define FCopiar_Label3 306
 #define FCopiar_Label4 307
 #define FCopiar_Image1 308
+
+#define FRestaurar_P 401
+#define FRestaurar_BCargar 402
+#define FRestaurar_TNombre 403
+#define FRestaurar_TFecha 404
+#define FRestaurar_TNVol 405
+#define FRestaurar_TTipo 406
+#define FRestaurar_TDestino 407
+#define FRestaurar_BCarpeta 408
+#define FRestaurar_TEstructura 409
+#define FRestaurar_BRestaurar 1 /* IDOK: the default button */
+#define FRestaurar_BCancelar 2  /* IDCANCEL: Esc and the close box */
+#define FRestaurar_Label1 410
+#define FRestaurar_Label2 411
+#define FRestaurar_Label3 412
+#define FRestaurar_Label4 413
+#define FRestaurar_Label5 414
+#define FRestaurar_Label6 415
+
+#define FPRestaura_P 501
+#define FPRestaura_TOrigen 502
+#define FPRestaura_TDestino 503
+#define FPRestaura_TResultado 504
+#define FPRestaura_ImgResultado 505
+#define FPRestaura_ESalida 506
+#define FPRestaura_BAceptar 1 /* IDOK: the default button */
+#define FPRestaura_Tiempo 507
+#define FPRestaura_Progreso 508
+#define FPRestaura_Label1 509
+#define FPRestaura_Label2 510
+#define FPRestaura_Label3 511
+#define FPRestaura_Label4 512
+#define FPRestaura_Shape1 513
+
+#define TextPrompt_Prompt 901
+#define TextPrompt_Text 902
+#define TextPrompt_Accept 1 /* IDOK: the default button */
+#define TextPrompt_Cancel 2 /* IDCANCEL: Esc and the close box */

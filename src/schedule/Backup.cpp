@@ -238,9 +238,11 @@ std::wstring Backup::shownMoment() const {
   return isMissing(moment) ? std::wstring() : platform().locale.format(moment, kMoment);
 }
 
-// Where scheduled backups go for now. As long as the host has not asked for it, what it would be told.
+// Where scheduled backups go but for the backup folder. As long as the host has not asked for it, what it would have
+// been told.
 std::wstring Backup::destinationState() const {
   if (!state_.destination.empty()) return state_.destination;
+  if (!ownDestination_.empty()) return ownDestination_;
   return platform().locale.toText(settings_.readStrict(L"Destino", L"C:\\"));
 }
 
@@ -387,8 +389,10 @@ void Backup::BCarpeta_Click() {
 
 void Backup::EDir_Click() {
   const bool usesBackupFolder = isChecked(Backup_EDir);
+  if (usesBackupFolder) ownDestination_ = Destino_->Text();
   Destino_->setText(usesBackupFolder ? state_.backupFolder : destinationState());
   refreshDestination();
+  settings_.write(L"Destino", Destino_->Value());
   settings_.write(L"EDir", static_cast<std::int16_t>(usesBackupFolder));
 }
 

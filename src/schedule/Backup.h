@@ -2,8 +2,9 @@
 // for the schedule its kind, moment and destination.
 //
 // There is no OK button: what the user changes is in the settings at once, and the next moment is computed anew and
-// shown. Opening the dialog writes every setting back, defaults included. Caller: showModal(); when that returns the
-// dialog has closed and LibraryState::finished is true.
+// shown. Opening the dialog writes every setting back, defaults included. While the backup folder is the destination
+// (EDir), no other can be chosen. Caller: showModal(); when that returns the dialog has closed and
+// LibraryState::finished is true.
 //
 // What cannot be read or is no value of its setting is reported when the dialog opens, shown as its default, and
 // nothing is written before the user changes something.
@@ -83,6 +84,7 @@ class Backup final : public ModalForm {
   SettingsStore settings_;
   Loading loading_ = Loading::Filling;  // no event does anything while the controls are filled
   std::exception_ptr loadError_;        // shown as soon as the dialog is
+  std::wstring ownDestination_;         // what the backup folder has taken the place of
   UComboBox* Programar_ = nullptr;
   UTextBox* HoraInicio_ = nullptr;
   UTextBox* DDias_ = nullptr;

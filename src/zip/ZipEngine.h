@@ -2,7 +2,7 @@
 #pragma once
 
 #include "engine/Vanto5.h"
-#include "platform/Handle.h"
+#include "zip/EngineLibrary.h"
 
 namespace qev {
 
@@ -11,12 +11,10 @@ struct ZipEngine {
   decltype(&::ZpInit) ZpInit = nullptr;
   decltype(&::ZpSetOptions) ZpSetOptions = nullptr;
   decltype(&::ZpArchive) ZpArchive = nullptr;
-  UniqueModule library;
+  EngineLibrary library;
 };
 
-// Loads VANTO5.DLL: the one beside this library, else the one that the system's search finds. Throws 53 when there is
-// none, 48 when it cannot be loaded (of another architecture, damaged), 453 when it lacks one of the calls; the
-// description names the file. LoadLibraryExW, GetProcAddress.
+// Loads VANTO5.DLL as EngineLibrary does, and throws what that throws: 53, 48, 453.
 ZipEngine loadZipEngine();
 
 }  // namespace qev

@@ -163,8 +163,10 @@ TEST_F(DiskCopyTest, AWorkingCopyThatCannotBeDeletedIsLeftAndWasNotForced) {
   UndeletableFiles files;
   files.putFolder(L"A:\\");
   FakeWorkFolder workFolder(files);
-  Platform platform{fake.registry, files,      fake.clock,    fake.drives,    fake.messages,      fake.locale,
-                    workFolder,    fake.sound, fake.keyboard, fake.eventLoop, fake.folderChooser, fake.accessibility};
+  Platform platform{fake.registry,   files,           fake.clock,         fake.drives,
+                    fake.messages,   fake.locale,     workFolder,         fake.sound,
+                    fake.keyboard,   fake.eventLoop,  fake.folderChooser, fake.accessibility,
+                    fake.textPrompt, fake.fileChooser};
   files.put(kWorkingCopy, "PK");
   SetFormat(platform, state).writeHeader(kWorkingCopy, fake.clock.now(), 1, 1, L"C:");
   fake.messages.onShow = nullptr;

@@ -547,6 +547,51 @@ TEST_F(SetFormatTest, JoiningGoesOnWithoutAMissingPiece) {
   EXPECT_EQ(fake.files.bytes(kCopy), golden() + "unotres");
 }
 
+TEST_F(SetFormatTest, JoiningTakesPiecesWithoutHeaderWhole) {
+  state.currentSet = {L"Gestion", moment(2026, 11, 16, 10), 3, 2, L"C:"};
+  fake.files.put(kCopy + L"1", kArchive.substr(0, 9));
+  fake.files.put(kCopy + L"2", golden("3", "2") + kArchive.substr(9, 4));
+  fake.files.put(kCopy + L"3", kArchive.substr(13));
+  format.joinVolumes();
+  EXPECT_EQ(fake.files.bytes(kCopy), golden() + kArchive) << "line ends of a bare slice are the archive's";
+}
+
+TEST_F(SetFormatTest, ThePayloadIsWrittenBesideTheSetWhichKeepsItsBytes) {
+  put(golden("3", "2") + kArchive);
+  std::vector<std::uint64_t> told;
+  format.extractPayload(kPath, kCopy, [&](std::uint64_t bytes) { told.push_back(bytes); });
+  EXPECT_EQ(fake.files.bytes(kCopy), kArchive);
+  EXPECT_EQ(bytes(), golden("3", "2") + kArchive);
+  EXPECT_EQ(state.currentSet.totalVolumes, 3);
+  EXPECT_EQ(state.currentSet.volumeNumber, 2);
+  ASSERT_FALSE(told.empty());
+  EXPECT_EQ(told.back(), kArchive.size());
+}
+
+TEST_F(SetFormatTest, ThePayloadOfASetWithoutAnyIsEmpty) {
+  put(golden());
+  format.extractPayload(kPath, kCopy);
+  EXPECT_EQ(fake.files.bytes(kCopy), "");
+}
+
+TEST_F(SetFormatTest, APayloadOfWhatIsNoSetIsNotWritten) {
+  EXPECT_EQ(errorOf([&] { format.extractPayload(kPath, kCopy); }), 53);
+  put(kArchive);
+  EXPECT_EQ(errorOf([&] { format.extractPayload(kPath, kCopy); }), 13);
+  put("");
+  EXPECT_EQ(errorOf([&] { format.extractPayload(kPath, kCopy); }), 9);
+  EXPECT_FALSE(fake.files.fileExists(kCopy));
+}
+
+TEST_F(SetFormatTest, APayloadThatADiskHasNoRoomForLeavesNothingBehind) {
+  put(golden() + std::string(5000, 'x'));
+  fake.files.putFolder(L"C:\\Trabajo\\temp");
+  fake.files.capacity = 1000;
+  EXPECT_EQ(errorOf([&] { format.extractPayload(kPath, kCopy); }), 61);
+  EXPECT_FALSE(fake.files.fileExists(kCopy));
+  EXPECT_EQ(bytes(), golden() + std::string(5000, 'x'));
+}
+
 TEST_F(SetFormatTest, JoiningNoPiecesMakesAnEmptySet) {
   for (const int total : {0, -3}) {
     state.currentSet = {L"Gestion", moment(2026, 11, 16, 10), static_cast<std::int16_t>(total), 2, L"C:"};
@@ -644,6 +689,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Operation{"StripAFileWithoutLineEnd",
                               [](Sandbox& box) { box.fake.files.put(kPath, std::string(3'000'000, 'x')); },
                               [](Sandbox& box) { box.format.stripHeader(kPath, false); }},
+                    Operation{"ExtractPayload", [](Sandbox& box) { putSet(box, kPath); },
+                              [](Sandbox& box) { box.format.extractPayload(kPath, kCopy); }},
                     Operation{"CheckSet", [](Sandbox& box) { putSet(box, kPath); },
                               [](Sandbox& box) { EXPECT_TRUE(box.format.checkSet(kPath).matches); }},
                     Operation{"SplitTheWorkingCopy", [](Sandbox& box) { putSet(box, kCopy); },

@@ -28,9 +28,9 @@ class FormServicesTest : public ::testing::Test {
   test::FakePlatform fakes_;
   Platform platform_ = [this] {
     Platform real = systemPlatform();
-    return Platform{real.registry,   real.files,     real.clock,         real.drives,
-                    fakes_.messages, real.locale,    real.workFolder,    fakes_.sound,
-                    real.keyboard,   real.eventLoop, real.folderChooser, fakes_.accessibility};
+    return Platform{real.registry,      real.files,           real.clock,        real.drives,       fakes_.messages,
+                    real.locale,        real.workFolder,      fakes_.sound,      real.keyboard,     real.eventLoop,
+                    real.folderChooser, fakes_.accessibility, fakes_.textPrompt, fakes_.fileChooser};
   }();
   std::unique_ptr<TestForm> form_;
 
@@ -219,9 +219,11 @@ TEST_F(FormServicesTest, ADisabledFieldTypesNoTabIntoAnotherApplication) {
     int keys = 0;
     void sendKey(std::uint8_t, bool) override { ++keys; }
   } keyboard;
-  Platform counted{platform_.registry, platform_.files,     platform_.clock,         platform_.drives,
-                   platform_.messages, platform_.locale,    platform_.workFolder,    platform_.sound,
-                   keyboard,           platform_.eventLoop, platform_.folderChooser, platform_.accessibility};
+  Platform counted{platform_.registry,   platform_.files,         platform_.clock,
+                   platform_.drives,     platform_.messages,      platform_.locale,
+                   platform_.workFolder, platform_.sound,         keyboard,
+                   platform_.eventLoop,  platform_.folderChooser, platform_.accessibility,
+                   platform_.textPrompt, platform_.fileChooser};
   form_->field(2).setPlatform(counted);
   form_->field(2).setEnabled(false);
   const HWND another = CreateWindowExW(0, L"STATIC", L"Otra", WS_POPUP | WS_VISIBLE, 500, 20, 100, 60, nullptr, nullptr,

@@ -262,6 +262,10 @@ TEST_F(UnzipSafetyTest, ExistingLinksBelowTheExtractionFolderAreNotFollowed) {
   const char* const linked = getenv("QEV_LINKED_FOLDER");
   if (linked == nullptr) GTEST_SKIP() << "QEV_LINKED_FOLDER names no folder";
   const std::string there = linked;
+  for (const char* left : {"ajena\\enlace\\a.txt", "ajena\\b.txt", "destino\\b.txt"}) {
+    DeleteFileA((there + "\\" + left).c_str());
+  }
+  for (const char* left : {"ajena\\enlace\\Sub", "ajena\\enlace"}) RemoveDirectoryA((there + "\\" + left).c_str());
   EXPECT_EQ(engine.run(folder / "copia.zip", there + "\\destino"), UZ_ERR);
   EXPECT_TRUE(engine.said("error:  enlace/a.txt:  refused: a folder of its path is a link")) << engine.messages();
   EXPECT_TRUE(RemoveDirectoryA((there + "\\ajena").c_str())) << "something was written behind the link";
@@ -298,6 +302,66 @@ TEST_F(UnzipSafetyTest, EntriesThatQuoteOneAnotherAreABomb) {
   outer.size = content.size();
   outer.packedSize = outer.packed.size() + innerHeader.size() + kernel.packed.size();
   EXPECT_EQ(extract({outer, kernel}), UZ_BOMB) << engine.messages();
+}
+
+TEST_F(UnzipSafetyTest, ManyEntriesThatQuoteOneAnotherAreABombInZip64Too) {
+  // As above, many deep: each file's data quotes the header of the next one and all that follows.
+  for (const bool isZip64 : {false, true}) {
+    std::vector<ZipEntry> entries = {runEntry("n", 'x', 1 << 16)};
+    std::string content(1 << 16, 'x');
+    std::string rest = entries[0].packed;
+    for (char name = 'm'; name >= 'a'; --name) {
+      const ZipEntry& next = entries.front();
+      const std::string bytes = zipOf({next});
+      const std::string header = bytes.substr(0, bytes.find(next.packed.empty() ? rest : next.packed));
+      ZipEntry outer;
+      outer.name = std::string(1, name);
+      outer.method = 8;
+      outer.isZip64 = isZip64;
+      outer.packed = '\0' + littleEndian(header.size(), 2) + littleEndian(~header.size() & 0xFFFF, 2);
+      content = header + content;
+      rest = outer.packed + header + rest;
+      outer.checksum = checksumOf(content);
+      outer.size = content.size();
+      outer.packedSize = rest.size();
+      entries.insert(entries.begin(), outer);
+    }
+    EXPECT_EQ(extract(entries, {"", "", isZip64, {}, {}}), UZ_BOMB) << engine.messages();
+    EXPECT_TRUE(engine.said("overlapped")) << engine.messages();
+  }
+}
+
+TEST_F(UnzipSafetyTest, EntriesThatQuoteOneAnotherInExtraFieldsAreABomb) {
+  // An entry's local extra field is declared so long that it takes in the header of the entry that follows: both have
+  // the same data.
+  const ZipEntry kernel = runEntry("b", 'x', 1 << 16);
+  const std::size_t header = 30 + kernel.name.size();
+  ZipEntry outer = kernel;
+  outer.name = "a";
+  outer.packed = littleEndian(0x9999, 2) + littleEndian(header, 2);  // begins the field; the header is its bytes
+  std::string bytes = zipOf({outer, kernel});
+  bytes[28] = static_cast<char>(4 + header);  // length of the first local header's extra field
+  EXPECT_EQ(extractBytes(bytes), UZ_BOMB) << engine.messages();
+  EXPECT_TRUE(engine.said("overlapped")) << engine.messages();
+}
+
+TEST_F(UnzipSafetyTest, AnArchiveInAnArchiveIsAFileLikeAnyOther) {
+  const std::string inner = zipOf({runEntry("bomba.db", 'x', 1 << 20)});
+  EXPECT_EQ(extract({storedEntry("dentro.zip", inner)}), UZ_OK) << engine.messages();
+  EXPECT_EQ(contentOf(restored(L"dentro.zip")), inner);
+  EXPECT_EQ(files().size(), 1u);
+}
+
+TEST_F(UnzipSafetyTest, NamesWithLineEndsAreOneLineForEveryCallback) {
+  const std::string name = "a\r\nb\x1b[2J.txt";
+  extract({storedEntry(name, "x")});
+  EXPECT_EQ(engine.served, std::vector<std::string>{"a^M^Jb^[[2J.txt"});
+  engine.list(folder / "copia.zip");
+  ASSERT_EQ(engine.listed.size(), 1u);
+  EXPECT_EQ(engine.listed[0].name, "a^M^Jb^[[2J.txt");
+  engine.options.noflag = 0;
+  engine.run(folder / "copia.zip", folder / "dentro\\destino");
+  EXPECT_EQ(engine.replaceQuestions, std::vector<std::string>{"a^M^Jb^[[2J.txt"});
 }
 
 TEST_F(UnzipSafetyTest, EntriesInsideTheDirectoryAreABomb) {

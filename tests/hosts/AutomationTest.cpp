@@ -379,7 +379,7 @@ TEST_F(AutomationObject, AcceptedAndFinishedAfterACancelledFormCopiar) {
 
 // What a timer of the host does while the dialog is open.
 IMCBackup* timerObject = nullptr;
-HRESULT timerResults[2] = {};
+HRESULT timerResults[5] = {};
 
 void CALLBACK callFromTimer(HWND, UINT, UINT_PTR timer, DWORD) {
   const HWND dialog = FindWindowW(L"#32770", L"Crear Copia");
@@ -387,6 +387,9 @@ void CALLBACK callFromTimer(HWND, UINT, UINT_PTR timer, DWORD) {
   KillTimer(nullptr, timer);
   timerResults[0] = timerObject->FormCopiar();
   timerResults[1] = timerObject->CopiaAuto();
+  timerResults[2] = timerObject->FormRestaurar();
+  timerResults[3] = timerObject->FormOpciones();
+  timerResults[4] = timerObject->CopiaProg();
   PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
 }
 
@@ -395,13 +398,22 @@ TEST_F(AutomationObject, ASecondFormWhileOneIsOpenRaises400) {
   timerObject = object.get();
   SetTimer(nullptr, 0, 50, &callFromTimer);
   EXPECT_EQ(S_OK, object->FormCopiar());
-  EXPECT_EQ(static_cast<HRESULT>(0x800A0190), timerResults[0]);
-  EXPECT_EQ(static_cast<HRESULT>(0x800A0190), timerResults[1]);
+  for (const HRESULT result : timerResults) EXPECT_EQ(static_cast<HRESULT>(0x800A0190), result);
 }
 
-TEST_F(AutomationObject, MembersThatAreNotThereYetSaySo) {
+void CALLBACK leaveRestoreDialog(HWND, UINT, UINT_PTR timer, DWORD) {
+  const HWND dialog = FindWindowW(L"#32770", L"Restaurar Copia");
+  if (!dialog || !IsWindowVisible(dialog)) return;
+  KillTimer(nullptr, timer);
+  PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+}
+
+TEST_F(AutomationObject, FormRestaurarShowsTheRestoreDialogAndSaysWhenItHasClosed) {
   const auto object = create();
-  EXPECT_EQ(static_cast<HRESULT>(0x800A01BD), object->FormRestaurar());
+  EXPECT_EQ(S_OK, object->put_Terminado(Bstr(L"False").get()));
+  SetTimer(nullptr, 0, 50, &leaveRestoreDialog);
+  EXPECT_EQ(S_OK, object->FormRestaurar());
+  EXPECT_EQ(L"True", textOf(&IMCBackup::get_Terminado, *object));
 }
 
 TEST_F(AutomationObject, NullPointersAreRefused) {

@@ -89,9 +89,6 @@ Comprueba "error number", 13, Err.Number And 65535
 Comprueba "error source", "QevBackup", Err.Source
 Comprueba "error description", "No coinciden los tipos", Err.Description
 Err.Clear
-copia.FormRestaurar
-Comprueba "a member that is not there yet", 445, Err.Number And 65535
-Err.Clear
 copia.NoExiste
 Comprueba "an unknown member", 438, Err.Number And 65535
 On Error Goto 0

@@ -119,11 +119,46 @@ std::optional<std::wstring> FakeFolderChooser::choose(const std::wstring& title,
   return std::nullopt;
 }
 
+// --- FakeFileChooser ---
+
+FakeFileChooser::~FakeFileChooser() {
+  EXPECT_EQ(next_, answers_.size()) << "answers were prepared that no file chooser asked for";
+}
+
+void FakeFileChooser::willAnswer(std::vector<std::optional<std::wstring>> answers) {
+  answers_.insert(answers_.end(), answers.begin(), answers.end());
+}
+
+std::optional<std::wstring> FakeFileChooser::choose(const std::wstring& title, const std::wstring& filter,
+                                                    const std::wstring& startFolder) {
+  shown.push_back({title, filter, startFolder});
+  if (next_ < answers_.size()) return answers_[next_++];
+  ADD_FAILURE() << "a file chooser that the test does not expect: " << ascii(title);
+  return std::nullopt;
+}
+
+// --- FakeTextPrompt ---
+
+FakeTextPrompt::~FakeTextPrompt() {
+  EXPECT_EQ(next_, answers_.size()) << "answers were prepared that no text prompt asked for";
+}
+
+void FakeTextPrompt::willAnswer(std::vector<std::optional<std::wstring>> answers) {
+  answers_.insert(answers_.end(), answers.begin(), answers.end());
+}
+
+std::optional<std::wstring> FakeTextPrompt::ask(const std::wstring& prompt, const std::wstring& title) {
+  shown.push_back({prompt, title});
+  if (next_ < answers_.size()) return answers_[next_++];
+  ADD_FAILURE() << "a text prompt that the test does not expect: " << ascii(prompt);
+  return std::nullopt;
+}
+
 // --- FakePlatform ---
 
 Platform FakePlatform::platformWith(Locale& otherLocale) {
-  return {registry,   files, clock,    drives,    messages,      otherLocale,
-          workFolder, sound, keyboard, eventLoop, folderChooser, accessibility};
+  return {registry, files,    clock,     drives,        messages,      otherLocale, workFolder,
+          sound,    keyboard, eventLoop, folderChooser, accessibility, textPrompt,  fileChooser};
 }
 
 }  // namespace qev::test

@@ -158,6 +158,55 @@ class FakeFolderChooser : public FolderChooser {
   std::size_t next_ = 0;
 };
 
+// Answers with the texts that were queued, in their order: nothing is a user who cancelled. A call without a queued
+// answer, and an answer that no call asked for, are failures of the test.
+class FakeTextPrompt : public TextPrompt {
+ public:
+  struct Shown {
+    std::wstring prompt;
+    std::wstring title;
+    bool operator==(const Shown&) const = default;
+  };
+
+  FakeTextPrompt() = default;
+  ~FakeTextPrompt() override;
+
+  void willAnswer(std::vector<std::optional<std::wstring>> answers);
+
+  std::vector<Shown> shown;
+
+  std::optional<std::wstring> ask(const std::wstring& prompt, const std::wstring& title) override;
+
+ private:
+  std::vector<std::optional<std::wstring>> answers_;
+  std::size_t next_ = 0;
+};
+
+// The same for a chooser of files.
+class FakeFileChooser : public FileChooser {
+ public:
+  struct Shown {
+    std::wstring title;
+    std::wstring filter;
+    std::wstring startFolder;
+    bool operator==(const Shown&) const = default;
+  };
+
+  FakeFileChooser() = default;
+  ~FakeFileChooser() override;
+
+  void willAnswer(std::vector<std::optional<std::wstring>> answers);
+
+  std::vector<Shown> shown;
+
+  std::optional<std::wstring> choose(const std::wstring& title, const std::wstring& filter,
+                                     const std::wstring& startFolder) override;
+
+ private:
+  std::vector<std::optional<std::wstring>> answers_;
+  std::size_t next_ = 0;
+};
+
 // The names that windows have now, and how many were given and taken back.
 class FakeAccessibility : public Accessibility {
  public:
@@ -187,6 +236,8 @@ class FakePlatform {
   FakeEventLoop eventLoop;
   FakeFolderChooser folderChooser;
   FakeAccessibility accessibility;
+  FakeTextPrompt textPrompt;
+  FakeFileChooser fileChooser;
 
   // The seam that the code under test takes.
   Platform& platform() { return platform_; }
@@ -195,8 +246,8 @@ class FakePlatform {
   Platform platformWith(Locale& otherLocale);
 
  private:
-  Platform platform_{registry,   files, clock,    drives,    messages,      locale,
-                     workFolder, sound, keyboard, eventLoop, folderChooser, accessibility};
+  Platform platform_{registry, files,    clock,     drives,        messages,      locale,     workFolder,
+                     sound,    keyboard, eventLoop, folderChooser, accessibility, textPrompt, fileChooser};
 };
 
 }  // namespace qev::test

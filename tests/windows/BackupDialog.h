@@ -132,7 +132,9 @@ class BackupDialog : public testing::Test {
                      systemPlatform().keyboard,
                      systemPlatform().eventLoop,
                      fake_.folderChooser,
-                     fake_.accessibility};
+                     fake_.accessibility,
+                     fake_.textPrompt,
+                     fake_.fileChooser};
   LibraryState state_;
   bool realKeys_ = true;  // false: the test sends messages to the controls, and need not wait for the keyboard
 

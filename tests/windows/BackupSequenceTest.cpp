@@ -304,6 +304,7 @@ class BackupSequences : public BackupDialog {
     if (below(2) == 0) {
       model_.defaultFolder = !model_.defaultFolder;
       model_.shownDestination = model_.defaultFolder ? state_.backupFolder : state_.destination;
+      model_.storedDestination = model_.shownDestination;
       toggle(Backup_EDir);
       EXPECT_EQ(Value(std::int32_t{model_.defaultFolder}), stored(L"EDir"));
       return "default folder";

@@ -3,6 +3,8 @@
 
 #include <commctrl.h>
 
+#include <set>
+
 #include "windows/BackupDialog.h"
 
 namespace qev::test {
@@ -146,6 +148,18 @@ TEST_F(BackupOptions, ItsCaptionsAreTheseToTheLetter) {
     GetWindowTextW(form(), title, 64);
     EXPECT_STREQ(L"Configuración", title);
     for (const auto& [id, caption] : captions) EXPECT_EQ(caption, text(id)) << "control " << id;
+  });
+}
+
+TEST_F(BackupOptions, TheWindowHasItsIconAndThePictureIsPainted) {
+  show([this] {
+    EXPECT_NE(0, SendMessageW(form(), WM_GETICON, ICON_SMALL, 0));
+    EXPECT_NE(0, SendMessageW(form(), WM_GETICON, ICON_BIG, 0));
+    UpdateWindow(form());
+    pump();
+    const ScreenPixels picture = capture(control(Backup_P));
+    const std::set<std::uint32_t> colours(picture.pixels.begin(), picture.pixels.end());
+    EXPECT_GT(colours.size(), 20u) << "more than a plain surface";
   });
 }
 
@@ -476,10 +490,11 @@ TEST_F(BackupOptions, CheckingEDirPutsTheBackupFolderIntoDestino) {
     EXPECT_TRUE(checked(Backup_EDir));
     EXPECT_EQ(L"C:\\Gestion\\Backup\\", text(Backup_Destino));
     expectEnabled({Backup_Destino, Backup_BCarpeta}, false);
-    EXPECT_EQ(Names{L"EDir"}, writtenNames());
-    EXPECT_EQ(Value(std::int16_t{1}), fake_.registry.writes[0].second);
+    EXPECT_EQ((Names{L"Destino", L"EDir"}), writtenNames());
+    EXPECT_EQ(L"C:\\Gestion\\Backup\\", storedText(L"Destino")) << "at once: the host asks for it there";
+    EXPECT_EQ(Value(std::int16_t{1}), fake_.registry.writes[1].second);
     click(Backup_Cerrar);
-    EXPECT_EQ(L"C:\\Gestion\\Backup\\", storedText(L"Destino")) << "with the next saving";
+    EXPECT_EQ(L"C:\\Gestion\\Backup\\", storedText(L"Destino"));
     expectEnabled({Backup_Destino, Backup_BCarpeta}, false);
   });
 }
@@ -495,18 +510,21 @@ TEST_F(BackupOptions, ClearingEDirShowsTheDestinationOfTheHostAgain) {
     click(Backup_EDir);
     EXPECT_EQ(L"F:\\Del host\\", text(Backup_Destino));
     expectEnabled({Backup_Destino, Backup_BCarpeta}, true);
-    EXPECT_EQ(Names{L"EDir"}, writtenNames());
-    EXPECT_EQ(Value(std::int16_t{0}), fake_.registry.writes[0].second);
+    EXPECT_EQ((Names{L"Destino", L"EDir"}), writtenNames());
+    EXPECT_EQ(L"F:\\Del host\\", storedText(L"Destino")) << "what is shown is what is stored";
+    EXPECT_EQ(Value(std::int16_t{0}), fake_.registry.writes[1].second);
   });
   EXPECT_EQ(L"F:\\Del host\\", state_.destination);
 }
 
-TEST_F(BackupOptions, ClearingEDirShowsTheStoredDestinationAsLongAsTheHostHasAskedForNone) {
+TEST_F(BackupOptions, ClearingEDirGivesBackTheDestinationBeforeAsLongAsTheHostHasAskedForNone) {
   putSchedule(L"Diariamente");
   show([this] {
     click(Backup_EDir);
+    click(Backup_Cerrar);
     click(Backup_EDir);
     EXPECT_EQ(L"D:\\Copias\\", text(Backup_Destino));
+    EXPECT_EQ(L"D:\\Copias\\", storedText(L"Destino"));
   });
 }
 

@@ -221,9 +221,10 @@ class ManualBackup : public testing::Test {
   std::atomic<std::size_t> shown_ = 0;
   CountedMessages messages_{fake_.messages, shown_};
   Platform& system_ = systemPlatform();
-  Platform platform_{fake_.registry,   system_.files,     system_.clock,       system_.drives,
-                     messages_,        system_.locale,    system_.workFolder,  fake_.sound,
-                     system_.keyboard, system_.eventLoop, fake_.folderChooser, system_.accessibility};
+  Platform platform_{fake_.registry,     system_.files,      system_.clock,       system_.drives,
+                     messages_,          system_.locale,     system_.workFolder,  fake_.sound,
+                     system_.keyboard,   system_.eventLoop,  fake_.folderChooser, system_.accessibility,
+                     system_.textPrompt, system_.fileChooser};
   LibraryState state_;
   fs::path root_;
 };
@@ -304,9 +305,9 @@ TEST_F(ManualBackup, AChooserThatFailsIsToldAndTheDialogGoesOn) {
       throw AutomationError(kOutOfMemory);
     }
   } broken;
-  Platform platform{fake_.registry, system_.files,        system_.clock, system_.drives,   messages_,
-                    system_.locale, system_.workFolder,   fake_.sound,   system_.keyboard, system_.eventLoop,
-                    broken,         system_.accessibility};
+  Platform platform{fake_.registry, system_.files,         system_.clock,      system_.drives,     messages_,
+                    system_.locale, system_.workFolder,    fake_.sound,        system_.keyboard,   system_.eventLoop,
+                    broken,         system_.accessibility, system_.textPrompt, system_.fileChooser};
   fake_.messages.willAnswer({Answer::Ok});
   runOn(platform, [this](HWND form) {
     enter(form, FCopiar_TNArchivo, L"Lunes");
@@ -540,9 +541,9 @@ TEST_F(ManualBackup, CannotBeShownWhileAFormIsOpen) {
 }
 
 TEST_F(ManualBackup, ShowsEachMessageOverItself) {
-  Platform real{fake_.registry,   system_.files,     system_.clock,       system_.drives,
-                system_.messages, system_.locale,    system_.workFolder,  fake_.sound,
-                system_.keyboard, system_.eventLoop, fake_.folderChooser, system_.accessibility};
+  Platform real{fake_.registry,      system_.files,         system_.clock,      system_.drives,     system_.messages,
+                system_.locale,      system_.workFolder,    fake_.sound,        system_.keyboard,   system_.eventLoop,
+                fake_.folderChooser, system_.accessibility, system_.textPrompt, system_.fileChooser};
   runOn(real, [](HWND form) {
     const auto seeMessage = [form](const wchar_t* picture) {
       ASSERT_TRUE(waitFor([] { return findWindow(kTitle) != nullptr; }));
@@ -586,7 +587,9 @@ bool fits(HWND form, int id) {
   return needed.right + icon <= client.right && needed.bottom <= client.bottom;
 }
 
-TEST_F(ManualBackup, EveryTextFitsAtTheScaleOfTheSystem) {
+class ManualBackupAtThisScale : public ManualBackup {};
+
+TEST_F(ManualBackupAtThisScale, EveryTextFits) {
   run([](HWND form) {
     for (const int id :
          {FCopiar_Label1, FCopiar_Label2, FCopiar_Label3, FCopiar_Label4, FCopiar_BCopiar, FCopiar_BCancelar}) {

@@ -138,9 +138,10 @@ class Floppy : public testing::Test {
 
   Platform& system_ = systemPlatform();
   DiskChanger changer_;
-  Platform platform_{system_.registry, system_.files,     system_.clock,         system_.drives,
-                     changer_,         system_.locale,    system_.workFolder,    system_.sound,
-                     system_.keyboard, system_.eventLoop, system_.folderChooser, system_.accessibility};
+  Platform platform_{system_.registry,   system_.files,      system_.clock,         system_.drives,
+                     changer_,           system_.locale,     system_.workFolder,    system_.sound,
+                     system_.keyboard,   system_.eventLoop,  system_.folderChooser, system_.accessibility,
+                     system_.textPrompt, system_.fileChooser};
   LibraryState state_;
   SettingsStore settings_{system_.registry, state_.settingsKey};
   SilentView view_;

@@ -1,0 +1,278 @@
+#include "restore/RestaurarCopia.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <string_view>
+#include <utility>
+
+#include "backup/DiskCopy.h"
+#include "restore/RestoreProgress.h"
+#include "zip/ZipDirectory.h"
+
+namespace qev {
+namespace {
+
+constexpr wchar_t kSource[] = L"FPRestaura::RestaurarCopia";
+constexpr wchar_t kPayloadName[] = L"restaurar";
+constexpr wchar_t kPayloadExtension[] = L".zip";
+constexpr std::string_view kFirstSlice = "PK\x03\x04";  // APPNOTE 4.3.7
+
+AutomationError refusal(const std::wstring& text) {
+  return AutomationError(kInvalidCall, kSource, text);
+}
+
+bool hasParentPart(const std::wstring& path) {
+  std::size_t begin = 0;
+  while (begin <= path.size()) {
+    const std::size_t end = std::min(path.find_first_of(L"\\/", begin), path.size());
+    if (path.substr(begin, end - begin) == L"..") return true;
+    begin = end + 1;
+  }
+  return false;
+}
+
+// A place that data can have come from: a drive or a share, or a folder of them.
+bool isPlace(const std::wstring& directory) {
+  constexpr std::size_t longest = 247;  // what a folder's path may have
+  return !driveName(directory).empty() && directory.size() <= longest && !hasParentPart(directory) &&
+         directory.find_first_of(L"*?\"<>|") == std::wstring::npos;
+}
+
+// The engine's text as a message box can show it. What was restored without a remark goes first when there is too much.
+std::wstring shownMessages(const std::wstring& messages) {
+  constexpr std::size_t mostLines = 30;
+  constexpr std::size_t mostCharacters = 4000;
+  if (std::count(messages.begin(), messages.end(), L'\n') <= static_cast<std::ptrdiff_t>(2 * mostLines) &&
+      messages.size() <= mostCharacters) {
+    return messages;
+  }
+  constexpr std::array<std::wstring_view, 4> routine = {L"  inflating: ", L" extracting: ", L"   creating: ",
+                                                        L"Archive: "};
+  std::wstring shown;
+  std::size_t lines = 0;
+  for (std::size_t begin = 0; begin < messages.size();) {
+    const std::size_t end = std::min(messages.find_first_of(L"\r\n", begin), messages.size());
+    const auto line = std::wstring_view(messages).substr(begin, end - begin);
+    begin = end + 1;
+    const bool says = line.find_first_not_of(L" .") != std::wstring_view::npos &&
+                      std::none_of(routine.begin(), routine.end(), [&](auto text) { return line.starts_with(text); });
+    if (!says) continue;
+    if (++lines > mostLines || shown.size() + line.size() > mostCharacters) return shown + L"...";
+    shown.append(line) += L"\r\n";
+  }
+  return shown;
+}
+
+// Removes a file when it goes.
+class TemporaryFile {
+ public:
+  TemporaryFile(FileSystem& files, std::wstring path) : files_(files), path_(std::move(path)) {}
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+  ~TemporaryFile() {
+    try {
+      if (files_.fileExists(path_)) files_.deleteFile(path_, true);
+    } catch (const AutomationError&) {  // the next run removes it
+    }
+  }
+
+  const std::wstring& path() const { return path_; }
+
+ private:
+  FileSystem& files_;
+  const std::wstring path_;
+};
+
+}  // namespace
+
+AutomationError setError(const AutomationError& error, const std::wstring& set) {
+  const auto number = error.number();
+  const bool ofHeader = number == kSubscriptOutOfRange || number == kTypeMismatch || number == kOverflow;
+  if (!ofHeader) return error;
+  return {number, kSource, L"La cabecera de la copia de seguridad no es válida (" + error.description() + L"): " + set};
+}
+
+std::wstring foreignSetText(const std::wstring& title) {
+  return L"Esta Copia de Seguridad no es del programa " + title;
+}
+
+RestoreRun::RestoreRun(Platform& platform, LibraryState& state, RestoreRunView& view, RestoreChoice choice,
+                       CUnzipFiles::EngineLoader loadEngine)
+    : platform_(platform),
+      state_(state),
+      view_(view),
+      choice_(std::move(choice)),
+      loadEngine_(std::move(loadEngine)),
+      sets_(platform, state) {}
+
+RestoreRun::Outcome RestoreRun::RestaurarCopia() {
+  try {
+    removeLeftOvers();
+    readSet();
+    if (totalIsKnown_ && state_.currentSet.totalVolumes == 1) {
+      extract(choice_.Archivo);
+      return Outcome::Restored;
+    }
+    if (!gatherDisks()) return Outcome::Cancelled;
+    const TemporaryFile joined(platform_.files, sets_.workingCopy());
+    sets_.joinVolumes();
+    extract(joined.path());
+    return Outcome::Restored;
+  } catch (const AutomationError& error) {
+    throw setError(error, choice_.Archivo);
+  }
+}
+
+// Those of a run that is under way in another process are in use, and stay.
+void RestoreRun::removeLeftOvers() const {
+  const std::wstring folder = parentFolderName(sets_.workingCopy());
+  for (const ListedFile& file : platform_.files.filesIn(folder)) {
+    const std::wstring name = fileNamePart(file.path);
+    const bool payload = name.starts_with(kPayloadName) && name.ends_with(kPayloadExtension);
+    const bool unfinished = name.starts_with(L"qev") && name.ends_with(L".tmp");
+    if (payload || unfinished) TemporaryFile(platform_.files, file.path);
+  }
+}
+
+// Of a set on several disks any disk may be in the drive now, or none: it is what the dialog has read.
+void RestoreRun::readSet() {
+  if (choice_.set && choice_.set->totalVolumes != 1) {
+    state_.currentSet = *choice_.set;
+    return;
+  }
+  if (sets_.checkSet(choice_.Archivo).matches) return;
+  if (isBareSlice()) {
+    totalIsKnown_ = false;
+    state_.currentSet = {state_.title, platform_.clock.now(), 0, 1, driveName(state_.dataFolder)};
+  } else {
+    throw refusal(foreignSetText(state_.title) + L": " + choice_.Archivo);
+  }
+}
+
+// The disks of a set that a backup run has spread hold bare slices of the archive: nothing but the beginning of the
+// first tells that it is one.
+bool RestoreRun::isBareSlice() const {
+  if (!platform_.locale.equalIgnoringCase(driveName(choice_.Archivo), kFloppyDrive)) return false;
+  std::string beginning(kFirstSlice.size(), '\0');
+  const auto reader = platform_.files.openForReading(choice_.Archivo);
+  beginning.resize(reader->read(std::as_writable_bytes(std::span(beginning))));
+  return beginning == kFirstSlice;
+}
+
+// False when the user gives up. Pieces of an earlier run must not stand in for disks that are skipped.
+bool RestoreRun::gatherDisks() {
+  const CurrentSet set = state_.currentSet;
+  const int most = totalIsKnown_ ? set.totalVolumes : std::numeric_limits<std::int16_t>::max();
+  int gathered = 0;
+  for (bool last = false; gathered < most && !last;) {
+    const int number = ++gathered;
+    const std::wstring piece = sets_.workingPiece(number);
+    if (platform_.files.fileExists(piece)) platform_.files.deleteFile(piece, true);
+    const std::wstring request = L"Introduzca el disco " + std::to_wstring(number) + L" para continuar";
+    if (ask(request, message::kOkCancel | message::kInformation) == Answer::Cancel) return false;
+    if (!gatherDisk(number)) return false;
+    last = !totalIsKnown_ && endsArchive(number);
+  }
+  state_.currentSet = set;  // the disks may have been of another one
+  if (!totalIsKnown_) state_.currentSet.totalVolumes = static_cast<std::int16_t>(gathered);
+  return true;
+}
+
+// What is wrong with a disk is said, but the user decides. True also when the disk is skipped.
+bool RestoreRun::gatherDisk(int number) {
+  while (true) {
+    const std::wstring wrong = L"Este no es el disco número " + std::to_wstring(number) + L" , inserte el correcto";
+    if (!isDisk(number) && ask(wrong, message::kOkCancel | message::kInformation) == Answer::Cancel) return false;
+    const auto error = copyError(sets_.workingPiece(number));
+    if (!error) return true;
+    if (error->number() == kDiskFull) throw *error;  // it is the work folder that has no room: no disk changes that
+    const bool notReady = error->number() == kDiskNotReady;
+    if (notReady &&
+        ask(L"El disco no está insertado, ¿Reintentar?", message::kYesNo | message::kCritical) == Answer::No) {
+      return true;
+    }
+    platform_.eventLoop.yield();
+    if (view_.closeAsked()) return false;
+  }
+}
+
+// Whether the disk in the drive is the one asked for. Of an empty drive the copy tells, with a question of its own.
+bool RestoreRun::isDisk(int number) {
+  try {
+    return sets_.checkSet(choice_.Archivo).matches && state_.currentSet.volumeNumber == number;
+  } catch (const AutomationError& error) {
+    return error.number() == kDiskNotReady;
+  }
+}
+
+std::optional<AutomationError> RestoreRun::copyError(const std::wstring& piece) {
+  try {
+    platform_.files.copyFile(choice_.Archivo, piece);
+    return std::nullopt;
+  } catch (const AutomationError& error) {
+    return error;
+  }
+}
+
+// Of slices without header the last is the one that is shorter, or that ends as an archive does.
+bool RestoreRun::endsArchive(int number) const {
+  const std::wstring piece = sets_.workingPiece(number);
+  if (!platform_.files.fileExists(piece)) return false;
+  if (platform_.files.fileSize(piece) < SetFormat::kVolumeBytes) return true;
+  return endsWithZipEnd(*platform_.files.openForReading(piece));
+}
+
+void RestoreRun::extract(const std::wstring& set) {
+  std::optional<std::vector<ZipDirectoryEntry>> directory;
+  {
+    const auto reader = platform_.files.openForReading(set);
+    directory = readZipDirectory(*reader);
+  }
+  RestoreProgress progress(directory.value_or(std::vector<ZipDirectoryEntry>()));
+  const std::uint64_t toCopy = platform_.files.fileSize(set);
+  const double total = static_cast<double>(toCopy) + static_cast<double>(progress.total());
+  const auto show = [&](std::uint64_t copied) {
+    const double done = static_cast<double>(copied) + static_cast<double>(progress.done());
+    view_.showProgress(directory && total > 0 ? std::optional(static_cast<int>(1000.0 * done / total)) : std::nullopt);
+  };
+
+  const TemporaryFile payload(platform_.files, payloadPath());
+  sets_.extractPayload(set, payload.path(), show);
+  if (state_.currentSet.program != state_.title) throw refusal(foreignSetText(state_.title) + L": " + set);
+
+  CUnzipFiles zip(platform_, loadEngine_);
+  zip.onMessage = [&](const std::wstring& text) {
+    progress.message(text);
+    show(toCopy);
+  };
+  zip.setZipFileName(payload.path());
+  zip.setExtractDir(extractionFolder());
+  zip.setHonorDirectories(choice_.keepFolders);
+  const auto inUse = platform_.files.openForReading(payload.path());  // no other run may take it for left over
+  if (zip.Unzip() != 0) platform_.messages.show(shownMessages(zip.GetLastMessage()), L"", message::kOk);
+}
+
+std::wstring RestoreRun::extractionFolder() const {
+  if (!choice_.originalLocation) return choice_.Destino;
+  const std::wstring& directory = state_.currentSet.directory;
+  if (!isPlace(directory)) {
+    throw refusal(L"El directorio de origen que indica la copia de seguridad no es válido (" +
+                  directory.substr(0, 300) + L"): " + choice_.Archivo);
+  }
+  return directory + L"\\";
+}
+
+// Of this process alone: other hosts may restore at the same time.
+std::wstring RestoreRun::payloadPath() const {
+  return parentFolderName(sets_.workingCopy()) + L"\\" + kPayloadName + std::to_wstring(GetCurrentProcessId()) +
+         kPayloadExtension;
+}
+
+Answer RestoreRun::ask(const std::wstring& text, std::uint32_t style) const {
+  return platform_.messages.show(text, state_.title, style);
+}
+
+}  // namespace qev

@@ -1,0 +1,81 @@
+// One restore run: extracts the archive of a backup set into the place that the user chose; of a set on several disks,
+// when it has asked for one after the other and joined what they hold.
+//
+// The set is only read. Its archive is extracted from a copy without header in the work folder, which goes when the run
+// ends; one that a killed run left behind goes when the next begins.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "automation/LibraryState.h"
+#include "backup/SetFormat.h"
+#include "platform/AutomationError.h"
+#include "platform/Platform.h"
+#include "zip/CUnzipFiles.h"
+
+namespace qev {
+
+// What the user chose in the restore dialog.
+struct RestoreChoice {
+  std::wstring Archivo;           // path of the set
+  std::optional<CurrentSet> set;  // what its header says; nothing where the dialog did not take it for a set
+  std::wstring Destino;           // the folder to extract to, as the dialog shows it
+  bool originalLocation = true;   // extract to where the data came from, in place of Destino
+  bool keepFolders = true;        // re-create the folders stored in the archive
+};
+
+// The window of a run, as the run sees it.
+class RestoreRunView {
+ public:
+  virtual ~RestoreRunView() = default;
+
+  virtual void showProgress(std::optional<int> permille) = 0;  // 0 to 1000; nothing where it cannot be told
+  virtual bool closeAsked() const = 0;                         // the user wants it closed when the run is over
+};
+
+class RestoreRun {
+ public:
+  enum class Outcome { Restored, Cancelled };
+
+  // REQUIRES: all references outlive the run. `state.title` is the host's, `state.currentSet` the set of the run.
+  RestoreRun(Platform& platform, LibraryState& state, RestoreRunView& view, RestoreChoice choice,
+             CUnzipFiles::EngineLoader loadEngine = loadUnzipEngine);
+
+  // Restores the set. A failure of the engine is told in a message box, and counts as restored; Cancelled is the user's
+  // answer to a question about a disk. Throws an AutomationError, whose description says what and where, for anything
+  // else that keeps the set from being restored.
+  Outcome RestaurarCopia();
+
+ private:
+  void removeLeftOvers() const;
+  void readSet();
+  bool isBareSlice() const;
+  bool gatherDisks();
+  bool gatherDisk(int number);
+  bool isDisk(int number);
+  std::optional<AutomationError> copyError(const std::wstring& piece);
+  bool endsArchive(int number) const;
+  void extract(const std::wstring& set);
+  std::wstring extractionFolder() const;
+  std::wstring payloadPath() const;
+  Answer ask(const std::wstring& text, std::uint32_t style) const;
+
+  Platform& platform_;
+  LibraryState& state_;
+  RestoreRunView& view_;
+  const RestoreChoice choice_;
+  CUnzipFiles::EngineLoader loadEngine_;
+  SetFormat sets_;
+  bool totalIsKnown_ = true;  // false: the disks have no headers, and the archive's end tells the last of them
+};
+
+// `error`, told so that a user knows what is wrong with which file: an error of the header's values names neither.
+AutomationError setError(const AutomationError& error, const std::wstring& set);
+
+// What the user sees where a set is of another program.
+std::wstring foreignSetText(const std::wstring& title);
+
+}  // namespace qev

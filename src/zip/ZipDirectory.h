@@ -1,0 +1,33 @@
+// The directory of a zip archive, read without the engine: names and lengths of what the archive holds, for telling how
+// far a run of the engine has come. APPNOTE 4.3.12 (central directory), 4.3.14 to 4.3.16 (end records), 4.5.3 (Zip64).
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/FileSystem.h"
+
+namespace qev {
+
+struct ZipDirectoryEntry {
+  std::string name;        // bytes as they stand, in whatever code page
+  std::uint64_t size = 0;  // bytes, unpacked
+};
+
+// Most entries and bytes of names that are read: what says to have more is taken for something else.
+inline constexpr std::uint64_t kMostDirectoryEntries = 2'000'000;
+inline constexpr std::uint64_t kMostNameBytes = 128 << 20;
+
+// The entries in the order of the directory. The archive may begin anywhere in the file, as that of a backup set does;
+// it must end with it. Nothing where there is no directory, or one that contradicts itself: no content of a file makes
+// this throw, read out of bounds or take more memory than the limits above allow. Throws what the reader throws. Leaves
+// the reader somewhere.
+std::optional<std::vector<ZipDirectoryEntry>> readZipDirectory(FileReader& reader);
+
+// Whether a file ends as an archive does: with the end record and the comment that it announces. Throws what the reader
+// throws. Leaves the reader somewhere.
+bool endsWithZipEnd(FileReader& reader);
+
+}  // namespace qev

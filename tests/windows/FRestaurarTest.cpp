@@ -1,0 +1,495 @@
+// The restore dialog.
+#include "restore/FRestaurar.h"
+
+#include "windows/RestoreForms.h"
+
+using namespace std::chrono_literals;
+
+namespace qev::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+constexpr wchar_t kForeign[] = L"Esta Copia de Seguridad no es del programa Gestion de prueba";
+constexpr wchar_t kNoSet[] = L"Debe de cargar una copia para restaurar";
+constexpr wchar_t kCurrentDataGoes[] = L"Si continua se perderán los datos actuales, ¿Desea continuar?";
+
+class RestoreDialog : public RestoreForms {
+ protected:
+  static void expectNoSet(HWND form) {
+    EXPECT_EQ(L"", textOf(form, FRestaurar_TNombre));
+    EXPECT_EQ(L"", textOf(form, FRestaurar_TFecha));
+    EXPECT_EQ(L"", textOf(form, FRestaurar_TNVol));
+  }
+};
+
+TEST_F(RestoreDialog, OpensWithoutASetForTheOriginalLocationAndWithTheStructureTicked) {
+  run([](HWND form) {
+    EXPECT_EQ(kCaption, windowText(form));
+    expectNoSet(form);
+    EXPECT_EQ(L"Ubicación Original", textOf(form, FRestaurar_TTipo));
+    EXPECT_EQ(kOriginal, textOf(form, FRestaurar_TDestino));
+    EXPECT_FALSE(IsWindowEnabled(GetDlgItem(form, FRestaurar_BCarpeta)));
+    EXPECT_EQ(L"Mantener Estructura Directorios", textOf(form, FRestaurar_TEstructura));
+    EXPECT_EQ(BST_CHECKED, IsDlgButtonChecked(form, FRestaurar_TEstructura));
+    EXPECT_TRUE(readOnly(form, FRestaurar_TFecha));
+    EXPECT_TRUE(readOnly(form, FRestaurar_TNVol));
+    EXPECT_EQ(FRestaurar_TNombre, focusOf(form));
+    EXPECT_TRUE(SendMessageW(form, DM_GETDEFID, 0, 0) == MAKELONG(FRestaurar_BRestaurar, DC_HASDEFID));
+    std::this_thread::sleep_for(300ms);
+    saveScreenshot(form, L"FRestaurar-vacio");
+    click(form, FRestaurar_BCancelar);
+  });
+}
+
+TEST_F(RestoreDialog, TabGoesThroughTheControlsInReadingOrder) {
+  run([](HWND form) {
+    std::vector<int> order;
+    for (int i = 0; i < 10; ++i) {
+      order.push_back(focusOf(form));
+      press(form, VK_TAB);
+      std::this_thread::sleep_for(150ms);
+    }
+    EXPECT_THAT(order, ElementsAre(FRestaurar_TNombre, FRestaurar_BCargar, FRestaurar_TFecha, FRestaurar_TNVol,
+                                   FRestaurar_TTipo, FRestaurar_TDestino, FRestaurar_TEstructura, FRestaurar_BRestaurar,
+                                   FRestaurar_BCancelar, FRestaurar_TNombre));
+    click(form, FRestaurar_BCancelar);
+  });
+}
+
+TEST_F(RestoreDialog, MnemonicsReachTheFieldsAndButtons) {
+  fake_.fileChooser.willAnswer({std::nullopt});
+  fake_.messages.willAnswer({Answer::Ok});
+  run([this](HWND form) {
+    press(form, 'D', kAlt);
+    EXPECT_TRUE(waitFor([form] { return focusOf(form) == FRestaurar_TDestino; }, 2s));
+    press(form, 'U', kAlt);
+    EXPECT_TRUE(waitFor([form] { return focusOf(form) == FRestaurar_TTipo; }, 2s));
+    press(form, 'O', kAlt);
+    EXPECT_TRUE(waitFor([form] { return focusOf(form) == FRestaurar_TNombre; }, 2s));
+    press(form, 'C', kAlt);
+    EXPECT_TRUE(waitFor([this] { return fake_.fileChooser.shown.size() == 1; }, 2s));
+    press(form, 'R', kAlt);
+    EXPECT_TRUE(told(1));
+    press(form, 'L', kAlt);
+    EXPECT_TRUE(closed(form));
+  });
+}
+
+TEST_F(RestoreDialog, BCargarShowsTheDateAndTheNumberOfVolumesOfTheChosenSet) {
+  fake_.registry.put(kKey, L"Dirbackup", Value(std::wstring(L"D:\\Gestion\\Backup\\")));
+  const std::wstring set = putSet(header("Gestion de prueba", "16/11/2026", "3", "1") + archive());
+  run([&](HWND form) {
+    load(form, set);
+    EXPECT_EQ(set, textOf(form, FRestaurar_TNombre));
+    EXPECT_EQ(L"16-11-2026", textOf(form, FRestaurar_TFecha));
+    EXPECT_EQ(L"3", textOf(form, FRestaurar_TNVol));
+    std::this_thread::sleep_for(300ms);
+    saveScreenshot(form, L"FRestaurar-cargada");
+    click(form, FRestaurar_BCancelar);
+  });
+  EXPECT_THAT(fake_.fileChooser.shown, ElementsAre(FakeFileChooser::Shown{L"Seleccione archivo de copia de seguridad",
+                                                                          L"*.*|*.*", L"D:\\Gestion\\Backup\\"}));
+}
+
+TEST_F(RestoreDialog, BCargarCancelledChangesNothing) {
+  const std::wstring set = putSet(header() + archive());
+  run([&](HWND form) {
+    load(form, set);
+    fake_.fileChooser.willAnswer({std::nullopt});
+    click(form, FRestaurar_BCargar);
+    EXPECT_TRUE(waitFor([&] { return fake_.fileChooser.shown.size() == 2; }));
+    EXPECT_EQ(set, textOf(form, FRestaurar_TNombre));
+    EXPECT_EQ(L"16-11-2026", textOf(form, FRestaurar_TFecha));
+    EXPECT_EQ(L"1", textOf(form, FRestaurar_TNVol));
+    click(form, FRestaurar_BCancelar);
+  });
+}
+
+TEST_F(RestoreDialog, ASetMadeByAnotherHostProgramShowsTheWarningAndLeavesAllThreeSetFieldsEmpty) {
+  const std::wstring mine = putSet(header() + archive());
+  const std::wstring other = putSet(header("Contabilidad") + archive(), L"otra.qev");
+  fake_.messages.willAnswer({Answer::Ok});
+  run([&](HWND form) {
+    load(form, mine);
+    fake_.fileChooser.willAnswer({other});
+    click(form, FRestaurar_BCargar);
+    EXPECT_TRUE(told(1));
+    expectNoSet(form);
+    click(form, FRestaurar_BCancelar);
+  });
+  EXPECT_THAT(fake_.messages.shown,
+              ElementsAre(FakeMessages::Shown{kForeign, kTitle, message::kOk | message::kExclamation}));
+}
+
+TEST_F(RestoreDialog, BRestaurarWithNoSetChosenOnlyShowsTheWarningAndAsksNothing) {
+  fake_.messages.willAnswer({Answer::Ok});
+  run([this](HWND form) {
+    click(form, FRestaurar_BRestaurar);
+    EXPECT_TRUE(told(1));
+    EXPECT_TRUE(IsWindowVisible(form));
+    click(form, FRestaurar_BCancelar);
+  });
+  EXPECT_THAT(fake_.messages.shown,
+              ElementsAre(FakeMessages::Shown{kNoSet, kTitle, message::kOk | message::kExclamation}));
+}
+
+TEST_F(RestoreDialog, TheAlternativeLocationEmptiesTheDestinationAndEnablesBCarpeta) {
+  run([](HWND form) {
+    EXPECT_TRUE(readOnly(form, FRestaurar_TDestino)) << "the original location is the set's affair";
+    enter(form, FRestaurar_TTipo, L"Ubicación Alternativa");
+    EXPECT_EQ(L"", textOf(form, FRestaurar_TDestino));
+    EXPECT_FALSE(readOnly(form, FRestaurar_TDestino));
+    EXPECT_TRUE(IsWindowEnabled(GetDlgItem(form, FRestaurar_BCarpeta)));
+    enter(form, FRestaurar_TDestino, L"D:\\Otra");
+    enter(form, FRestaurar_TTipo, L"Ubicación Original");
+    EXPECT_EQ(kOriginal, textOf(form, FRestaurar_TDestino));
+    EXPECT_FALSE(IsWindowEnabled(GetDlgItem(form, FRestaurar_BCarpeta)));
+    click(form, FRestaurar_BCancelar);
+  });
+}
+
+TEST_F(RestoreDialog, TheLocationCanBeChosenFromItsList) {
+  run([](HWND form) {
+    focus(form, FRestaurar_TTipo);
+    press(form, VK_CONTROL);
+    std::this_thread::sleep_for(300ms);
+    saveScreenshot(form, L"FRestaurar-lista");
+    press(form, VK_DOWN);
+    press(form, VK_DOWN);
+    press(form, VK_RETURN);
+    EXPECT_TRUE(waitFor([form] { return textOf(form, FRestaurar_TTipo) == L"Ubicación Alternativa"; }, 2s));
+    EXPECT_TRUE(waitFor([form] { return textOf(form, FRestaurar_TDestino).empty(); }, 2s));
+    EXPECT_TRUE(IsWindowEnabled(GetDlgItem(form, FRestaurar_BCarpeta)));
+    click(form, FRestaurar_BCancelar);
+  });
+}
+
+TEST_F(RestoreDialog, ALocationThatIsNotOnTheListIsRefusedAndNothingElseChanges) {
+  fake_.messages.willAnswer({Answer::Ok});
+  run([this](HWND form) {
+    enter(form, FRestaurar_TTipo, L"Otra");
+    EXPECT_TRUE(told(1));
+    EXPECT_EQ(L"Ubicación Original", textOf(form, FRestaurar_TTipo));
+    EXPECT_EQ(kOriginal, textOf(form, FRestaurar_TDestino));
+    EXPECT_FALSE(IsWindowEnabled(GetDlgItem(form, FRestaurar_BCarpeta)));
+    click(form, FRestaurar_BCancelar);
+  });
+  EXPECT_THAT(texts(), ElementsAre(L"El valor introducido no es un elemento de la lista."));
+}
+
+TEST_F(RestoreDialog, BCarpetaPutsTheChosenFolderIntoTheDestination) {
+  run([this](HWND form) {
+    chooseFolder(form, L"D:\\Otra\\");
+    fake_.folderChooser.willAnswer({std::nullopt});
+    click(form, FRestaurar_BCarpeta);
+    EXPECT_TRUE(waitFor([this] { return fake_.folderChooser.shown.size() == 2; }));
+    EXPECT_EQ(L"D:\\Otra\\", textOf(form, FRestaurar_TDestino));
+    std::this_thread::sleep_for(300ms);
+    saveScreenshot(form, L"FRestaurar-alternativa");
+    click(form, FRestaurar_BCancelar);
+  });
+  ASSERT_THAT(fake_.folderChooser.shown, SizeIs(2));
+  EXPECT_EQ(L"Elija una carpeta donde extraer la copia de seguridad", fake_.folderChooser.shown[0].title);
+}
+
+TEST_F(RestoreDialog, ANoToTheQuestionAboutTheCurrentDataChangesNothing) {
+  const std::wstring set = putSet(header() + archive());
+  fake_.messages.willAnswer({Answer::No});
+  run([&](HWND form) {
+    load(form, set);
+    click(form, FRestaurar_BRestaurar);
+    EXPECT_TRUE(told(1));
+    std::this_thread::sleep_for(300ms);
+    EXPECT_TRUE(IsWindowVisible(form));
+    EXPECT_EQ(set, textOf(form, FRestaurar_TNombre));
+    EXPECT_FALSE(findForm(kTitle));
+    click(form, FRestaurar_BCancelar);
+  });
+  EXPECT_THAT(fake_.messages.shown, ElementsAre(FakeMessages::Shown{kCurrentDataGoes, kTitle, kYesNoInformationNo}));
+}
+
+TEST_F(RestoreDialog, TheQuestionAboutAnotherFolderNamesIt) {
+  const std::wstring set = putSet(header() + archive());
+  fake_.messages.willAnswer({Answer::No});
+  run([&](HWND form) {
+    load(form, set);
+    chooseFolder(form, L"D:\\Otra\\");
+    click(form, FRestaurar_BRestaurar);
+    EXPECT_TRUE(told(1));
+    click(form, FRestaurar_BCancelar);
+  });
+  EXPECT_THAT(fake_.messages.shown, ElementsAre(FakeMessages::Shown{
+                                        L"Se van a sobreescribir los datos de la carpeta D:\\Otra\\, ¿Desea continuar?",
+                                        kTitle, kYesNoInformationNo}));
+}
+
+TEST_F(RestoreDialog, AnAlternativeLocationLeftEmptyIsAskedAboutAsAnEmptyFolderAndAYesStartsTheRun) {
+  const std::wstring set = putSet(header() + archive());
+  folder_.makeFolder(L"actual");
+  wchar_t before[MAX_PATH];
+  GetCurrentDirectoryW(MAX_PATH, before);
+  SetCurrentDirectoryW((folder_ / L"actual").c_str());
+  fake_.messages.willAnswer({Answer::Yes});
+  run([&](HWND form) {
+    load(form, set);
+    enter(form, FRestaurar_TTipo, L"Ubicación Alternativa");
+    click(form, FRestaurar_BRestaurar);
+    const HWND window = ended();
+    EXPECT_EQ(success(set, L""), textOf(window, FPRestaura_TResultado));
+    click(window, FPRestaura_BAceptar);
+  });
+  SetCurrentDirectoryW(before);
+  EXPECT_EQ("clientes", folder_.bytes(L"actual\\clientes.txt")) << "no folder is the current folder";
+  EXPECT_THAT(texts(), ElementsAre(L"Se van a sobreescribir los datos de la carpeta , ¿Desea continuar?"));
+}
+
+TEST_F(RestoreDialog, IsHiddenDuringTheRunAndClosedByItsResult) {
+  const std::wstring set = putSet(header() + archive());
+  fake_.messages.willAnswer({Answer::Yes});
+  bool hidden = false, finishedBefore = true;
+  run([&](HWND form) {
+    load(form, set);
+    chooseFolder(form, target());
+    click(form, FRestaurar_BRestaurar);
+    const HWND window = ended();
+    hidden = !IsWindowVisible(form);
+    finishedBefore = state_.finished;
+    click(window, FPRestaura_BAceptar);
+    EXPECT_TRUE(closed(form));
+  });
+  EXPECT_TRUE(hidden);
+  EXPECT_FALSE(finishedBefore);
+  EXPECT_TRUE(state_.finished);
+  EXPECT_FALSE(state_.accepted) << "that is of the dialog for backups by hand";
+}
+
+TEST_F(RestoreDialog, TheHostsWindowCannotBeUsedUntilTheEndAndIsActiveThen) {
+  const std::wstring set = putSet(header() + archive());
+  const HWND host = CreateWindowW(L"STATIC", L"Host", WS_OVERLAPPED | WS_VISIBLE, 0, 0, 300, 200, nullptr, nullptr,
+                                  GetModuleHandleW(nullptr), nullptr);
+  bringToForeground(host);
+  fake_.messages.willAnswer({Answer::Yes});
+  run([&](HWND form) {
+    EXPECT_EQ(host, GetWindow(form, GW_OWNER));
+    load(form, set);
+    chooseFolder(form, target());
+    EXPECT_FALSE(IsWindowEnabled(host));
+    click(form, FRestaurar_BRestaurar);
+    const HWND window = ended();
+    EXPECT_EQ(form, GetWindow(window, GW_OWNER)) << "so it stays over the host's window";
+    EXPECT_FALSE(IsWindowEnabled(host));
+    EXPECT_FALSE(IsWindowEnabled(form));
+    click(window, FPRestaura_BAceptar);
+  });
+  EXPECT_TRUE(IsWindowEnabled(host));
+  EXPECT_EQ(host, GetActiveWindow());
+  DestroyWindow(host);
+}
+
+TEST_F(RestoreDialog, APathThatIsTypedIsLookedAtAsOneThatIsChosen) {
+  const std::wstring set = putSet(header() + archive());
+  run([&](HWND form) {
+    enter(form, FRestaurar_TNombre, set);
+    EXPECT_EQ(L"16-11-2026", textOf(form, FRestaurar_TFecha));
+    EXPECT_EQ(L"1", textOf(form, FRestaurar_TNVol));
+    std::this_thread::sleep_for(1s);  // or it were a double click
+    enter(form, FRestaurar_TNombre, set + L".no");
+    EXPECT_EQ(set + L".no", textOf(form, FRestaurar_TNombre));
+    EXPECT_EQ(L"", textOf(form, FRestaurar_TFecha)) << "not the date of another set";
+    EXPECT_EQ(L"", textOf(form, FRestaurar_TNVol));
+    click(form, FRestaurar_BCancelar);
+  });
+}
+
+// Ways to close the dialog.
+struct Leaving {
+  const char* name;
+  void (*act)(HWND form);
+};
+
+class LeavingRestore : public RestoreDialog, public testing::WithParamInterface<Leaving> {};
+
+TEST_P(LeavingRestore, SaysFinished) {
+  run([](HWND form) {
+    GetParam().act(form);
+    EXPECT_TRUE(closed(form));
+  });
+  EXPECT_TRUE(state_.finished);
+  EXPECT_FALSE(state_.accepted);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Ways, LeavingRestore,
+    testing::Values(Leaving{"BCancelar", [](HWND form) { clickOn(form, GetDlgItem(form, FRestaurar_BCancelar)); }},
+                    Leaving{"EscInAField", [](HWND form) { press(form, VK_ESCAPE); }},
+                    Leaving{"EscInTheLocation",
+                            [](HWND form) {
+                              press(form, 'U', kAlt);
+                              press(form, VK_ESCAPE);
+                            }},
+                    Leaving{"CloseBox", [](HWND form) { PostMessageW(form, WM_SYSCOMMAND, SC_CLOSE, 0); }}),
+    [](const auto& leaving) { return leaving.param.name; });
+
+// --- files that are no sets, or broken ones ---
+
+struct BadSet {
+  const char* name;
+  std::string bytes;
+  std::wstring message;  // what it contains
+};
+
+class BadSets : public RestoreDialog, public testing::WithParamInterface<BadSet> {
+ protected:
+  static std::string head(const std::string& program = "Gestion de prueba", const std::string& date = "16/11/2026",
+                          const std::string& total = "1", const std::string& number = "1",
+                          const std::string& directory = "C:") {
+    return header(program, date, total, number, directory);
+  }
+
+ public:
+  static std::vector<BadSet> all() {
+    const std::wstring foreign = kForeign;
+    const std::wstring broken = L"La cabecera de la copia de seguridad no es válida (";
+    const std::string zip = archive();
+    return {{"NothingAtAll", "", foreign},
+            {"AnArchiveWithoutHeader", zip, foreign},
+            {"Text", "Estimado cliente:\r\nle adjuntamos", foreign},
+            {"OneLineWithoutEnd", std::string(3 << 20, 'x'), foreign},
+            {"AnotherProgram", head("Contabilidad") + zip, foreign},
+            {"AnotherLetterCase", head("GESTION DE PRUEBA") + zip, foreign},
+            {"CutInTheLabel", "Programa : ", foreign},
+            {"CutInTheProgram", head().substr(0, 20), foreign},
+            {"CutBehindTheProgram", head().substr(0, 29), broken},
+            {"CutInTheDate", head().substr(0, 48), broken},
+            {"CutBehindTheDate", head().substr(0, 58), broken},
+            {"CutBehindTheTotal", head().substr(0, 82), broken},
+            {"FieldsExchanged",
+             "Programa : Gestion de prueba;Total de Vol\xFAmenes :1;Fecha Creaci\xF3n : 16/11/2026;x;y;\r\n", broken},
+            {"ATotalOf40000", head("Gestion de prueba", "16/11/2026", "40000") + zip, broken + L"Desbordamiento"},
+            {"ATotalOfUno", head("Gestion de prueba", "16/11/2026", "uno") + zip, broken + L"No coinciden los tipos"},
+            {"ADateThatIsNone", head("Gestion de prueba", "31/02/2026x") + zip, broken + L"No coinciden los tipos"}};
+  }
+};
+
+TEST_P(BadSets, AreToldLeaveTheFieldsEmptyAndKeepTheirBytes) {
+  const std::wstring set = putSet(GetParam().bytes);
+  fake_.messages.willAnswer({Answer::Ok, Answer::Ok});
+  run([&](HWND form) {
+    fake_.fileChooser.willAnswer({set});
+    click(form, FRestaurar_BCargar);
+    EXPECT_TRUE(told(1));
+    expectNoSet(form);
+    click(form, FRestaurar_BRestaurar);
+    EXPECT_TRUE(told(2));
+    click(form, FRestaurar_BCancelar);
+  });
+  ASSERT_THAT(fake_.messages.shown, SizeIs(2));
+  EXPECT_THAT(fake_.messages.shown[0].text, HasSubstr(GetParam().message));
+  EXPECT_EQ(kTitle, fake_.messages.shown[0].title);
+  EXPECT_EQ(kNoSet, fake_.messages.shown[1].text);
+  const bool saysWhere = fake_.messages.shown[0].text.find(set) != std::wstring::npos;
+  EXPECT_TRUE(saysWhere || GetParam().message == kForeign);
+  EXPECT_EQ(GetParam().bytes, contentOf(set));
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, BadSets, testing::ValuesIn(BadSets::all()),
+                         [](const auto& bad) { return bad.param.name; });
+
+TEST_F(RestoreDialog, ASetThatIsGoneIsTold) {
+  fake_.messages.willAnswer({Answer::Ok});
+  run([&](HWND form) {
+    fake_.fileChooser.willAnswer({folder_ / L"no-esta.qev"});
+    click(form, FRestaurar_BCargar);
+    EXPECT_TRUE(told(1));
+    expectNoSet(form);
+    click(form, FRestaurar_BCancelar);
+  });
+  EXPECT_THAT(texts(), ElementsAre(L"No se ha encontrado el archivo: " + (folder_ / L"no-esta.qev")));
+}
+
+TEST_F(RestoreDialog, ASetThatIsLockedIsTold) {
+  const std::wstring set = putSet(header() + archive());
+  const auto lock = validHandle<UniqueFile>(
+      CreateFileW(set.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+  ASSERT_TRUE(lock);
+  fake_.messages.willAnswer({Answer::Ok});
+  run([&](HWND form) {
+    fake_.fileChooser.willAnswer({set});
+    click(form, FRestaurar_BCargar);
+    EXPECT_TRUE(told(1));
+    click(form, FRestaurar_BCancelar);
+  });
+  EXPECT_THAT(texts(), ElementsAre(L"Permiso denegado: " + set));
+}
+
+// --- looks ---
+
+// Whether the text of a label or button is as wide as its control at the most, in a single line.
+bool fits(HWND form, int id, const std::wstring& text) {
+  const HWND control = GetDlgItem(form, id);
+  RECT client{}, needed{};
+  GetClientRect(control, &client);
+  const HDC dc = GetDC(control);
+  {
+    const SelectedObject font(dc, reinterpret_cast<HFONT>(SendMessageW(control, WM_GETFONT, 0, 0)));
+    DrawTextW(dc, text.c_str(), -1, &needed, DT_CALCRECT | DT_SINGLELINE);
+  }
+  ReleaseDC(control, dc);
+  const bool hasIcon = SendMessageW(control, BM_GETIMAGE, IMAGE_ICON, 0) != 0;
+  const bool isCheck = id == FRestaurar_TEstructura;
+  const LONG icon = hasIcon || isCheck ? GetSystemMetrics(SM_CXSMICON) + 12 : 0;
+  return needed.right + icon <= client.right && needed.bottom <= client.bottom;
+}
+
+class RestoreAtThisScale : public RestoreDialog {};
+
+TEST_F(RestoreAtThisScale, EveryTextOfTheRestoreDialogFits) {
+  run([](HWND form) {
+    for (const int id : {FRestaurar_Label1, FRestaurar_Label2, FRestaurar_Label3, FRestaurar_Label4, FRestaurar_Label5,
+                         FRestaurar_Label6, FRestaurar_TEstructura, FRestaurar_BRestaurar, FRestaurar_BCancelar}) {
+      EXPECT_TRUE(fits(form, id, textOf(form, id))) << "control " << id;
+    }
+    std::this_thread::sleep_for(300ms);
+    saveScreenshot(form, L"FRestaurar-" + std::to_wstring(GetDpiForSystem() * 100 / 96));
+    click(form, FRestaurar_BCancelar);
+  });
+}
+
+TEST_F(RestoreAtThisScale, NothingOfTheRestoreDialogLiesOutsideItOrOverAnotherThing) {
+  run([](HWND form) {
+    RECT client{};
+    GetClientRect(form, &client);
+    std::vector<std::pair<int, RECT>> seen;
+    for (HWND child = GetWindow(form, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
+      RECT area{};
+      GetWindowRect(child, &area);
+      MapWindowPoints(nullptr, form, reinterpret_cast<POINT*>(&area), 2);
+      const int id = GetDlgCtrlID(child);
+      EXPECT_TRUE(area.left >= 0 && area.top >= 0 && area.right <= client.right && area.bottom <= client.bottom) << id;
+      for (const auto& [other, otherArea] : seen) {
+        RECT common{};
+        EXPECT_FALSE(IntersectRect(&common, &area, &otherArea)) << "controls " << id << " and " << other;
+      }
+      seen.emplace_back(id, area);
+    }
+    click(form, FRestaurar_BCancelar);
+  });
+}
+
+TEST_F(RestoreDialog, GivesBackEveryWindowAndDrawingObject) {
+  const auto once = [this] { run([](HWND form) { click(form, FRestaurar_BCancelar); }); };
+  once();
+  const HANDLE process = GetCurrentProcess();
+  const DWORD drawing = GetGuiResources(process, GR_GDIOBJECTS);
+  const DWORD windows = GetGuiResources(process, GR_USEROBJECTS);
+  for (int i = 0; i < 5; ++i) once();
+  EXPECT_LE(GetGuiResources(process, GR_GDIOBJECTS), drawing);
+  EXPECT_LE(GetGuiResources(process, GR_USEROBJECTS), windows);
+}
+
+}  // namespace
+}  // namespace qev::test

@@ -1,11 +1,20 @@
 #!/usr/bin/env bash
 # Builds and runs everything that proves the product. The last line counts: "N passed, N failed".
 #
-#   ./test.sh [--filter PATTERN]     PATTERN: only tests whose name matches (GoogleTest's --gtest_filter)
+#   ./test.sh                      everything
+#   ./test.sh --filter PATTERN     only tests whose name matches (GoogleTest's --gtest_filter)
+#   ./test.sh --large              also backs up and restores 4.5 GiB and 70,000 files, as the benchmark does
 set -uo pipefail
 cd "$(dirname "$0")"
-filter='*'
-[ "${1:-}" = --filter ] && filter=${2:?}
+filter='*' large=no
+while [ $# -gt 0 ]; do
+  case $1 in
+    --filter) filter=${2:?}; shift ;;
+    --large) large=yes ;;
+    *) sed -n '2,/^set/s/^# \{0,1\}//p' "$0" >&2; exit 2 ;;
+  esac
+  shift
+done
 
 passed=0 failed=0 missed=0
 
@@ -47,12 +56,21 @@ tools/install.sh || { echo "0 passed, 1 failed"; exit 1; }
 
 # Building. Without the programs nothing can be tested.
 ./build.sh x64 x86 && cmake --build --preset x64 &&
-  cmake --preset native >build/native.configure.log && cmake --build --preset native || { echo "0 passed, 1 failed"; exit 1; }
+  cmake --preset native >build/native.configure.log && cmake --build --preset native &&
+  cmake --preset fuzz >build/fuzz.configure.log && cmake --build --preset fuzz || { echo "0 passed, 1 failed"; exit 1; }
 make_prefix || { echo "0 passed, 1 failed"; exit 1; }
 
 check "sources are formatted" tools/check-format.sh
 check "dist holds both architectures" ls dist/{x64,x86}/{QevBackup.dll,VANTO5.DLL,VANTO6.DLL}
 suite "logic, natively under the sanitizers" env LOCPATH="$BUILD/locale" build/native/qev_logic_tests
+if [ "$filter" = '*' ]; then
+  echo "== fuzz targets, a minute each"
+  tests/fuzz/run.sh 60 | grep -a ' inputs, '
+  for target in tests/fuzz/?*Fuzz.cpp; do
+    target=$(basename "$target" Fuzz.cpp)
+    check "fuzz target $target" tests/fuzz/run.sh --report "$target"
+  done
+fi
 export -f win
 tools/test-disks.sh || true
 suite "library under Wine" on_display tools/run-win.sh build/x64/qev_tests.exe
@@ -74,7 +92,9 @@ check "VBScript host, late bound" on_display tests/hosts/run-script.sh tests/hos
 check "JScript host, late bound" on_display tests/hosts/run-script.sh tests/hosts/late-bound.js
 check "VBScript host, dialogs filled in and answered" on_display tests/hosts/drive-forms.sh
 check "the demonstration" ./demo.sh
+check "sets are read by the Python reader in docs" on_display tests/hosts/read-sets.sh
 check "regsvr32 unregisters the library" win regsvr32 /s /u 'C:\QevBackup\QevBackup.dll'
+[ $large = no ] || check "4.5 GiB and 70,000 files, backed up and restored" bench/run.sh --quick --large
 
 echo "$passed passed, $failed failed, $missed skipped"
 [ "$failed" -eq 0 ]

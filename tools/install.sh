@@ -9,8 +9,12 @@ packages=(
   # building: cross compilers, type library compiler, native compiler for the sanitizer tests
   g++ g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools libwine-dev
   cmake ninja-build googletest clang-format
+  # fuzz targets: libFuzzer comes with clang, its libraries and those of the sanitizers apart
+  clang libclang-rt-14-dev
   # sources of the zip engine (apt-get source) and what unpacks them
   ca-certificates dpkg-dev xz-utils
+  # the set-up program
+  nsis
   # artwork: vector pictures to bitmaps
   librsvg2-bin imagemagick
   # running: Wine with a virtual display and a Spanish locale

@@ -1,0 +1,234 @@
+// The header of a backup set: any bytes as a set file.
+#include "backup/SetFormat.h"
+
+#include <cmath>
+
+#include "fuzz/Fuzz.h"
+#include "support/FakePlatform.h"
+#include "support/MemoryPeak.h"
+
+namespace qev::test {
+namespace {
+
+constexpr std::size_t kMostMemory = 24u << 20;  // bytes; the buffer, and a line of one MiB in its several forms
+constexpr std::size_t kMostTransfer = 1u << 20;
+constexpr std::size_t kLongRun = 3u << 20;
+
+const std::wstring kTitle = L"Gestion";
+const std::wstring kCopy = L"C:\\Trabajo\\temp\\copia.zip";
+const std::wstring kPayload = L"C:\\Trabajo\\temp\\payload.zip";
+const CurrentSet kUntouched{L"nadie", Date{7}, 77, 7, L"Z:"};
+
+bool operator==(const CurrentSet& a, const CurrentSet& b) {
+  return a.program == b.program && a.creationDate == b.creationDate && a.totalVolumes == b.totalVolumes &&
+         a.volumeNumber == b.volumeNumber && a.directory == b.directory;
+}
+
+// A set file in memory and what looks at it.
+struct Sandbox {
+  explicit Sandbox(std::string_view bytes) {
+    state.title = kTitle;
+    state.currentSet = kUntouched;
+    fake.files.put(kCopy, bytes);
+  }
+
+  const CurrentSet& set() const { return state.currentSet; }
+  bool untouched() const { return state.currentSet == kUntouched; }
+  std::string bytes() const { return fake.files.bytes(kCopy); }
+  bool tidy() const {
+    return fake.files.openReaders() == 0 && fake.files.openReplacements() == 0 &&
+           fake.files.largestTransfer() <= kMostTransfer;
+  }
+
+  FakePlatform fake;
+  LibraryState state;
+  SetFormat format{fake.platform(), state};
+};
+
+std::vector<std::wstring> fieldsOf(const std::wstring& line) {
+  std::vector<std::wstring> fields;
+  std::size_t begin = 0;
+  for (std::size_t end = 0; end != std::wstring::npos; begin = end + 1) {
+    end = line.find(L';', begin);
+    fields.push_back(line.substr(begin, end - begin));
+  }
+  return fields;
+}
+
+// The text of a field from a character on, counted from 1.
+std::wstring from(const std::wstring& field, std::size_t position) {
+  return field.size() < position ? std::wstring() : field.substr(position - 1);
+}
+
+std::wstring firstItem(std::string_view bytes) {
+  const auto first = bytes.find_first_not_of(" \t");
+  if (first == std::string_view::npos) return {};
+  bytes.remove_prefix(first);
+  const bool quoted = bytes[0] == '"';
+  if (quoted) bytes.remove_prefix(1);
+  return SpanishLocale().textFromAnsi(bytes.substr(0, bytes.find_first_of(quoted ? "\"" : ",\r\n")));
+}
+
+bool isParseError(std::int32_t number) {
+  return number == kSubscriptOutOfRange || number == kTypeMismatch || number == kOverflow;
+}
+
+// What a line that was taken says, read another way.
+void requireValuesOf(const std::wstring& line, const CurrentSet& set) {
+  const SpanishLocale locale;
+  const auto fields = fieldsOf(line);
+  require(fields.size() >= 5, "a header that is taken has five fields");
+  require(set.program == from(fields[0], 12), "the title begins at character 12");
+  require(set.creationDate == locale.dateFromText(from(fields[1], 17)), "the date begins at character 17");
+  require(set.totalVolumes == locale.toInt16(from(fields[2], 21)), "the total begins at character 21");
+  require(set.volumeNumber == locale.toInt16(from(fields[3], 20)), "the number begins at character 20");
+  require(set.directory == from(fields[4], 14), "the directory begins at character 14");
+  require(errorOf([&] { calendarDay(set.creationDate); }) == 0, "the date lies in the calendar");
+}
+
+// Written again and read again a header keeps its values; day and month change places, and the second time back.
+void requireRoundTrip(const CurrentSet& set) {
+  Sandbox again("");
+  again.state.title = set.program;
+  Date date = set.creationDate;
+  for (int turn = 0; turn < 2; ++turn) {
+    again.format.parseHeader(again.format.headerLine(date, set.totalVolumes, set.volumeNumber, set.directory));
+    date = again.set().creationDate;
+  }
+  require(again.set() == CurrentSet{set.program, Date{std::trunc(set.creationDate.days)}, set.totalVolumes,
+                                    set.volumeNumber, set.directory},
+          "a header that is written reads back");
+}
+
+void tryCheck(std::string_view bytes) {
+  Sandbox box(bytes);
+  const std::wstring item = firstItem(bytes);
+  SetCheck check;
+  const std::int32_t error = errorOf([&] { check = box.format.checkSet(kCopy); });
+  const bool ours = !item.empty() && from(fieldsOf(item)[0], 12) == kTitle;
+  require(error == 0 || (ours && isParseError(error)), "only a header with the host's title can fail to be read");
+  require(error != 0 || check.matches == ours, "a set is told by its title");
+  require(check.matches || box.untouched(), "what is no set, or a broken one, leaves the current set alone");
+  if (check.matches) requireValuesOf(item, box.set());
+  require(box.tidy() && box.bytes() == bytes, "a check only reads");
+}
+
+void tryLine(const std::wstring& line) {
+  Sandbox box("");
+  const std::int32_t error = errorOf([&] { box.format.parseHeader(line); });
+  require(error == 0 || isParseError(error), "a line is taken or refused with 9, 13 or 6");
+  require(error == 0 || box.untouched(), "a refused line leaves the current set alone");
+  if (error != 0) return;
+  requireValuesOf(line, box.set());
+  requireRoundTrip(box.set());
+}
+
+// The two ways to the payload: off the file itself, and into another file.
+void tryPayload(std::string_view bytes, std::string_view payload, std::int32_t expected) {
+  Sandbox strip(bytes);
+  const std::int32_t stripError = errorOf([&] { strip.format.stripHeader(kCopy, true); });
+  require(stripError == expected, "the header of a file is read as its line is");
+  require(strip.bytes() == (expected == 0 ? payload : bytes), "a header comes off, or the file stays as it was");
+  require(strip.tidy(), "nothing stays open");
+
+  Sandbox extract(bytes);
+  const std::int32_t extractError = errorOf([&] { extract.format.extractPayload(kCopy, kPayload); });
+  require(extractError == expected, "an extraction reads the header as a strip does");
+  require(extract.bytes() == bytes && extract.tidy(), "an extraction leaves the set alone");
+  require(extract.fake.files.bytes(kPayload) == (expected == 0 ? payload : "<none>"),
+          "it gives the payload or nothing");
+  require(extract.set() == strip.set() && (expected == 0 || extract.untouched()), "both find the same values");
+}
+
+void tryHeaderBefore(std::string_view bytes) {
+  Sandbox box(bytes);
+  box.format.writeHeader(kCopy, Date{46000}, 3, 2, L"C:");
+  require(box.bytes().ends_with(bytes), "a header goes before the content");
+  require(box.format.checkSet(kCopy).matches, "what gets a header is a set");
+  box.format.stripHeader(kCopy, true);
+  require(box.bytes() == bytes, "a header that was written comes off again");
+  require(box.set().totalVolumes == 3 && box.set().volumeNumber == 2 && box.set().directory == L"C:",
+          "it gives what was written");
+}
+
+void tryVolumes(std::string_view bytes, std::string_view payload, std::int32_t expected) {
+  Sandbox box(bytes);
+  const std::uint64_t pieceSize = payload.size() / 3 + 1;
+  const std::int32_t error = errorOf([&] { box.format.splitIntoVolumes(kCopy, pieceSize); });
+  require(error == expected, "a set is cut where its header is taken");
+  if (expected != 0) require(box.bytes() == bytes && box.untouched(), "what cannot be cut stays as it was");
+  if (expected == 0) {
+    require(box.set().totalVolumes == static_cast<int>((payload.size() + pieceSize - 1) / pieceSize),
+            "the total is the number of pieces");
+    box.format.stripHeader(kCopy, false);
+    require(box.bytes() == payload, "pieces joined give the payload");
+  }
+  require(box.tidy(), "nothing stays open");
+}
+
+// The same bytes with MiBs behind them that have no line end: memory must not grow with a file.
+void tryLongLine(std::string_view bytes) {
+  FileContent content(bytes);
+  content.appendRun('x', kLongRun);
+  Sandbox box("");
+  box.fake.files.putContent(kCopy, std::move(content));
+  const MemoryPeak peak;
+  errorOf([&] { box.format.checkSet(kCopy); });
+  errorOf([&] { box.format.extractPayload(kCopy, kPayload); });
+  require(peak.bytes() < kMostMemory && box.tidy(), "memory does not grow with a file");
+}
+
+std::string header(const std::string& title, const std::string& date, const std::string& total,
+                   const std::string& number, const std::string& directory) {
+  return "Programa : " + title + ";Fecha Creaci\xF3n : " + date + ";Total de Vol\xFAmenes :" + total +
+         ";N\xFAmero de Vol\xFAmen :" + number + ";Directorio : " + directory + ";";
+}
+
+}  // namespace
+
+std::vector<std::string> seeds() {
+  using namespace std::string_literals;
+  const std::string archive = "PK\x03\x04\r\n;,\"\0\xFF\x1A\n\rPK\r\nfin"s;
+  const std::string good = header("Gestion", "16/11/2026", "1", "1", "C:");
+  return {
+      good + "\r\n" + archive,
+      good + "\r\n",
+      good,
+      good + good + "\r\n" + archive,
+      " \t" + good + "\r\n" + archive,
+      "\"" + good + "\"\r\n" + archive,
+      header("Gestion", "5/11/2026 10:30", "3", "2", "\\\\servidor\\datos") + "\r\n" + archive,
+      header("Gestion", "11-05-26", "32767", "-1", "C:\\x\\..\\..") + "\r\n" + archive,
+      header("Gestion", "29/02/1896", "0", "1", "") + "\r\n" + archive,
+      header("Gestion", "10:30", "1.234,5", "1e3", "C:") + "\r\n" + archive,
+      header("Gestion", "ayer", "1", "1", "C:") + "\r\n" + archive,
+      header("Gestion", "16/11/2026", "uno", "1", "C:") + "\r\n" + archive,
+      header("Gestion", "16/11/2026", "40000", "1", "C:") + "\r\n" + archive,
+      header("Gestion, S.A.", "16/11/2026", "1", "1", "C:") + "\r\n" + archive,
+      header("Otra;cosa", "16/11/2026", "1", "1", "C:") + "\r\n" + archive,
+      "Programa : Gestion;Fecha Creaci\xF3n : 16/11/2026;Total",
+      "Programa : Gestion\r" + archive,
+      archive,
+      "\r\n",
+  };
+}
+
+void tryInput(std::string_view bytes) {
+  const auto lineEnd = bytes.find("\r\n");
+  const std::wstring line = SpanishLocale().textFromAnsi(bytes.substr(0, lineEnd));
+  const std::string_view payload = lineEnd == std::string_view::npos ? "" : bytes.substr(lineEnd + 2);
+  tryCheck(bytes);
+  tryLine(line);
+  tryLine(textOf(bytes));
+
+  // Every work on the file takes a buffer of one MiB; a share of the inputs is enough for it.
+  if (bytes.size() % 16 != 0) return;
+  Sandbox box("");
+  const std::int32_t error = errorOf([&] { box.format.parseHeader(line); });
+  tryPayload(bytes, payload, error);
+  tryHeaderBefore(bytes);
+  tryVolumes(bytes, payload, error);
+  if (bytes.size() % 256 == 0) tryLongLine(bytes);
+}
+
+}  // namespace qev::test

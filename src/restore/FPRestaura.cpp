@@ -62,6 +62,7 @@ void FPRestaura::Tiempo_Timer() {
       if (run.RestaurarCopia() == RestoreRun::Outcome::Restored) {
         showResult();
       } else {
+        choice_.bareDisks = run.bareDisks();
         startTimer(kNextTickMilliseconds);
       }
     } catch (const AutomationError& error) {

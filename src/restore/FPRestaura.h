@@ -47,7 +47,7 @@ class FPRestaura final : public ModalForm, private RestoreRunView {
   void showBusy(bool busy);
 
   LibraryState& state_;
-  const RestoreChoice choice_;
+  RestoreChoice choice_;
   std::function<void()> shown_;
   CUnzipFiles::EngineLoader loadEngine_;
   HWND BAceptar_ = nullptr;

@@ -106,13 +106,14 @@ RestoreRun::RestoreRun(Platform& platform, LibraryState& state, RestoreRunView& 
       view_(view),
       choice_(std::move(choice)),
       loadEngine_(std::move(loadEngine)),
-      sets_(platform, state) {}
+      sets_(platform, state),
+      bareDisks_(choice_.bareDisks) {}
 
 RestoreRun::Outcome RestoreRun::RestaurarCopia() {
   try {
     removeLeftOvers();
     readSet();
-    if (totalIsKnown_ && state_.currentSet.totalVolumes == 1) {
+    if (!bareDisks_ && state_.currentSet.totalVolumes == 1) {
       extract(choice_.Archivo);
       return Outcome::Restored;
     }
@@ -143,9 +144,9 @@ void RestoreRun::readSet() {
     state_.currentSet = *choice_.set;
     return;
   }
-  if (sets_.checkSet(choice_.Archivo).matches) return;
-  if (isBareSlice()) {
-    totalIsKnown_ = false;
+  if (!bareDisks_ && sets_.checkSet(choice_.Archivo).matches) return;
+  bareDisks_ = bareDisks_ || isBareSlice();
+  if (bareDisks_) {
     state_.currentSet = {state_.title, platform_.clock.now(), 0, 1, driveName(state_.dataFolder)};
   } else {
     throw refusal(foreignSetText(state_.title) + L": " + choice_.Archivo);
@@ -165,7 +166,7 @@ bool RestoreRun::isBareSlice() const {
 // False when the user gives up. Pieces of an earlier run must not stand in for disks that are skipped.
 bool RestoreRun::gatherDisks() {
   const CurrentSet set = state_.currentSet;
-  const int most = totalIsKnown_ ? set.totalVolumes : std::numeric_limits<std::int16_t>::max();
+  const int most = bareDisks_ ? std::numeric_limits<std::int16_t>::max() : set.totalVolumes;
   int gathered = 0;
   for (bool last = false; gathered < most && !last;) {
     const int number = ++gathered;
@@ -174,10 +175,10 @@ bool RestoreRun::gatherDisks() {
     const std::wstring request = L"Introduzca el disco " + std::to_wstring(number) + L" para continuar";
     if (ask(request, message::kOkCancel | message::kInformation) == Answer::Cancel) return false;
     if (!gatherDisk(number)) return false;
-    last = !totalIsKnown_ && endsArchive(number);
+    last = bareDisks_ && endsArchive(number);
   }
   state_.currentSet = set;  // the disks may have been of another one
-  if (!totalIsKnown_) state_.currentSet.totalVolumes = static_cast<std::int16_t>(gathered);
+  if (bareDisks_) state_.currentSet.totalVolumes = static_cast<std::int16_t>(gathered);
   return true;
 }
 

@@ -25,6 +25,7 @@ struct RestoreChoice {
   std::wstring Destino;           // the folder to extract to, as the dialog shows it
   bool originalLocation = true;   // extract to where the data came from, in place of Destino
   bool keepFolders = true;        // re-create the folders stored in the archive
+  bool bareDisks = false;         // an earlier run has found a set on disks without headers
 };
 
 // The window of a run, as the run sees it.
@@ -49,6 +50,10 @@ class RestoreRun {
   // else that keeps the set from being restored.
   Outcome RestaurarCopia();
 
+  // Whether the set is on disks without headers, for the next run after a cancelled one: the disk that is in the drive
+  // then need not be the first, by which they are known.
+  bool bareDisks() const { return bareDisks_; }
+
  private:
   void removeLeftOvers() const;
   void readSet();
@@ -69,7 +74,7 @@ class RestoreRun {
   const RestoreChoice choice_;
   CUnzipFiles::EngineLoader loadEngine_;
   SetFormat sets_;
-  bool totalIsKnown_ = true;  // false: the disks have no headers, and the archive's end tells the last of them
+  bool bareDisks_;  // without headers: the archive's end tells the last of them
 };
 
 // `error`, told so that a user knows what is wrong with which file: an error of the header's values names neither.

@@ -141,12 +141,12 @@ TEST_F(RestoreDialog, TheAlternativeLocationEmptiesTheDestinationAndEnablesBCarp
   run([](HWND form) {
     EXPECT_TRUE(readOnly(form, FRestaurar_TDestino)) << "the original location is the set's affair";
     enter(form, FRestaurar_TTipo, L"Ubicación Alternativa");
-    EXPECT_EQ(L"", textOf(form, FRestaurar_TDestino));
+    EXPECT_TRUE(waitFor([form] { return textOf(form, FRestaurar_TDestino).empty(); }, 2s));
     EXPECT_FALSE(readOnly(form, FRestaurar_TDestino));
     EXPECT_TRUE(IsWindowEnabled(GetDlgItem(form, FRestaurar_BCarpeta)));
     enter(form, FRestaurar_TDestino, L"D:\\Otra");
     enter(form, FRestaurar_TTipo, L"Ubicación Original");
-    EXPECT_EQ(kOriginal, textOf(form, FRestaurar_TDestino));
+    EXPECT_TRUE(waitFor([form] { return textOf(form, FRestaurar_TDestino) == kOriginal; }, 2s));
     EXPECT_FALSE(IsWindowEnabled(GetDlgItem(form, FRestaurar_BCarpeta)));
     click(form, FRestaurar_BCancelar);
   });

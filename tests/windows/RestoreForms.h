@@ -182,7 +182,7 @@ class RestoreForms : public testing::Test {
       SetThreadDpiAwarenessContext(DPI_AWARENESS_CONTEXT_SYSTEM_AWARE);
       EXPECT_TRUE(waitFor([] { return findForm(kCaption) != nullptr; }));
       const HWND form = findForm(kCaption);
-      waitFor([form] { return focusOf(form) != 0; });
+      waitFor([form] { return focusOf(form) != 0 && GetForegroundWindow() == form; });
       user(form);
       EXPECT_TRUE(waitFor([&] { return over.load(); }, std::chrono::seconds(10))) << "a window is still open";
       while (!over) {
@@ -208,7 +208,7 @@ class RestoreForms : public testing::Test {
   // Loads a set, and another folder in place of its own when one is given.
   void load(HWND form, const std::wstring& set) {
     fake_.fileChooser.willAnswer({set});
-    click(form, FRestaurar_BCargar);
+    press(form, 'C', kAlt);
     EXPECT_TRUE(waitFor([&] { return textOf(form, FRestaurar_TNombre) == set; })) << "the set is not taken";
   }
 
@@ -307,6 +307,7 @@ class RestoreForms : public testing::Test {
     type(form, text);
     press(form, VK_TAB);
     waitFor([&] { return focusOf(form) != id; }, std::chrono::seconds(2));
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));  // the field deals with its entry after that
   }
 
   static bool closed(HWND form) {

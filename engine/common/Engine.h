@@ -91,4 +91,9 @@ bool isTaken();
 // errno for a Windows error code.
 int errnoOf(DWORD error);
 
+// Moves a new file to its place, over the file that is there. A scanner or indexer may hold either for a moment: a few
+// tries over about a second, unless what is in the place is read-only or a folder. Answers false, with the last error
+// set, if it cannot be. MoveFileExW.
+bool moveIntoPlace(const wchar_t* file, const wchar_t* place);
+
 }  // namespace qev::engine

@@ -133,7 +133,7 @@ bool writeNew(const QevEntry& entry) {
 // Moves the new file to its place, over what is there.
 void replace() {
   const wchar_t* const place = places::current();
-  if (MoveFileExW(temporary, place, MOVEFILE_REPLACE_EXISTING)) return;
+  if (moveIntoPlace(temporary, place)) return;
   DWORD error = GetLastError();
   const DWORD attributes = GetFileAttributesW(place);
   const bool exists = attributes != INVALID_FILE_ATTRIBUTES;
@@ -141,7 +141,7 @@ void replace() {
     fail("a folder is in the place of the file", error);
   } else if (exists && (attributes & FILE_ATTRIBUTE_READONLY) != 0) {
     SetFileAttributesW(place, attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
-    if (MoveFileExW(temporary, place, MOVEFILE_REPLACE_EXISTING)) return;
+    if (moveIntoPlace(temporary, place)) return;
     error = GetLastError();
     SetFileAttributesW(place, attributes);
   }

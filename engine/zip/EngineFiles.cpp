@@ -628,7 +628,7 @@ int qevUnlink(const char* name) {
 int qevRename(const char* from, const char* to) {
   static wchar_t source[32768];
   wcsncpy(source, paths::native(from), 32767);
-  if (!MoveFileExW(source, paths::native(to), MOVEFILE_REPLACE_EXISTING)) {
+  if (!moveIntoPlace(source, paths::native(to))) {
     errno = errnoOf(GetLastError());
     return -1;
   }

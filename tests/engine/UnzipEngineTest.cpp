@@ -533,6 +533,18 @@ TEST_F(UnzipEngineTest, FileInUseIsCode50NamedAndTheOthersAreRestored) {
   EXPECT_EQ(folder.list(L"destino").size(), 3u) << "nothing is left beside it";
 }
 
+TEST_F(UnzipEngineTest, FileThatIsHeldForAMomentIsReplacedWhenItIsFree) {
+  folder.write(L"destino\\b.txt", "vigilado");
+  const HANDLE held = openExclusively(restored(L"b.txt"));
+  std::thread scanner([held] {
+    Sleep(300);
+    CloseHandle(held);
+  });
+  EXPECT_EQ(extract({storedEntry("b.txt", "b")}), UZ_OK) << engine.messages();
+  scanner.join();
+  EXPECT_EQ(contentOf(restored(L"b.txt")), "b");
+}
+
 TEST_F(UnzipEngineTest, FolderInThePlaceOfAFileAndFileInThePlaceOfAFolderAreNamed) {
   folder.make(L"destino\\a.txt");
   folder.write(L"destino\\Datos", "un fichero");
@@ -695,8 +707,7 @@ TEST_F(UnzipEngineTest, ServiceCallbackHearsOfEachFileAndCanEndTheRun) {
 // ----------------------------------------------------------------------------------------------------
 
 TEST_F(UnzipEngineTest, HundredsOfFailuresLeaveNothingBehindAndTheNextRunSucceeds) {
-  folder.write(L"destino\\ocupado.db", "ocupado");
-  const HANDLE held = openExclusively(restored(L"ocupado.db"));
+  folder.make(L"destino\\ocupado.db");
   ZipEntry broken = runEntry("roto.db", 'x', 3 << 20);
   broken.checksum ^= 1;
   ZipEntry garbage = deflatedEntry("basura.db", someText(100000));
@@ -723,8 +734,8 @@ TEST_F(UnzipEngineTest, HundredsOfFailuresLeaveNothingBehindAndTheNextRunSucceed
   EXPECT_EQ(handleCount(), handles);
   EXPECT_LT(processHeapInUse(), heap + 4096);
   EXPECT_LT(memoryInUse(), memory + (2u << 20));
-  CloseHandle(held);
   EXPECT_EQ(folder.list(L"destino"), std::vector<std::wstring>{L"ocupado.db"});
+  RemoveDirectoryW(restored(L"ocupado.db").c_str());
   EXPECT_EQ(extract({storedEntry("ocupado.db", "nuevo")}), UZ_OK) << engine.messages();
 }
 

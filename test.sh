@@ -3,14 +3,16 @@
 #
 #   ./test.sh                      everything
 #   ./test.sh --filter PATTERN     only tests whose name matches (GoogleTest's --gtest_filter)
+#   ./test.sh --x86                also runs the tests as 32-bit programs, in a folder that is made for them (tools/make-i386.sh)
 #   ./test.sh --large              also backs up and restores 4.5 GiB and 70,000 files, as the benchmark does
 set -uo pipefail
 cd "$(dirname "$0")"
-filter='*' large=no
+filter='*' large=no x86=no
 while [ $# -gt 0 ]; do
   case $1 in
     --filter) filter=${2:?}; shift ;;
     --large) large=yes ;;
+    --x86) x86=yes ;;
     *) sed -n '2,/^set/s/^# \{0,1\}//p' "$0" >&2; exit 2 ;;
   esac
   shift
@@ -18,11 +20,11 @@ done
 
 passed=0 failed=0 missed=0
 
-# check NAME COMMAND…: one test that is a command.
+# check NAME COMMAND…: one test that is a command. Of one that passes only the lines "note …" are shown.
 check() {
   local name=$1; shift
   if "$@" >build/check.log 2>&1; then
-    echo "ok      $name"; passed=$((passed + 1))
+    echo "ok      $name"; sed -n 's/^note /        /p' build/check.log; passed=$((passed + 1))
   else
     cat build/check.log; echo "FAILED  $name"; failed=$((failed + 1))
   fi
@@ -55,14 +57,18 @@ tools/install.sh || { echo "0 passed, 1 failed"; exit 1; }
 . tools/env.sh
 
 # Building. Without the programs nothing can be tested.
-./build.sh x64 x86 && cmake --build --preset x64 &&
+./build.sh --release && cmake --build --preset x64 &&
   cmake --preset native >build/native.configure.log && cmake --build --preset native &&
   cmake --preset fuzz >build/fuzz.configure.log && cmake --build --preset fuzz || { echo "0 passed, 1 failed"; exit 1; }
+[ $x86 = no ] || cmake --build --preset x86 || { echo "0 passed, 1 failed"; exit 1; }
 make_prefix || { echo "0 passed, 1 failed"; exit 1; }
 
 check "sources are formatted" tools/check-format.sh
+check "clang-tidy finds nothing in the native part" tools/check-tidy.sh
 check "dist holds both architectures" ls dist/{x64,x86}/{QevBackup.dll,VANTO5.DLL,VANTO6.DLL}
+tools/coverage.py build/native --reset
 suite "logic, natively under the sanitizers" env LOCPATH="$BUILD/locale" build/native/qev_logic_tests
+[ "$filter" != '*' ] || tools/coverage.py build/native
 if [ "$filter" = '*' ]; then
   echo "== fuzz targets, a minute each"
   tests/fuzz/run.sh 60 | grep -a ' inputs, '
@@ -93,7 +99,12 @@ check "JScript host, late bound" on_display tests/hosts/run-script.sh tests/host
 check "VBScript host, dialogs filled in and answered" on_display tests/hosts/drive-forms.sh
 check "the demonstration" ./demo.sh
 check "sets are read by the Python reader in docs" on_display tests/hosts/read-sets.sh
+check "the lines of the guide run as they stand" on_display tests/hosts/guide-lines.sh
+check "sample hosts in JScript and C++" on_display tests/hosts/sample-hosts.sh
 check "regsvr32 unregisters the library" win regsvr32 /s /u 'C:\QevBackup\QevBackup.dll'
+check "a host uses the library without registration" on_display tests/release/sidebyside.sh
+check "the set-up installs, and uninstalls without a trace" on_display tests/release/set-up.sh
+[ $x86 = no ] || . tests/x86.sh
 [ $large = no ] || check "4.5 GiB and 70,000 files, backed up and restored" bench/run.sh --quick --large
 
 echo "$passed passed, $failed failed, $missed skipped"

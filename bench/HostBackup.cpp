@@ -1,7 +1,8 @@
 // A host that backs up and tells what it cost: an early-bound C++ program with the library in its process.
 //
-//   HostBackup HOST      HOST: a folder with Datos\Emp01, Util.mde, Gestion.ini and an empty Backup in it
-//   HostBackup --empty   starts, touches neither COM nor the library, and tells its memory
+//   HostBackup HOST            HOST: a folder with Datos\Emp01, Util.mde, Gestion.ini and an empty Backup in it
+//   HostBackup HOST Verificar  the same in safe mode: the setting Verificar is 1
+//   HostBackup --empty         starts, touches neither COM nor the library, and tells its memory
 //
 // Writes its settings (with Cerrar = 1, so that the window closes by itself), makes the object by its ProgID and calls
 // CopiaAuto once. Prints one line:
@@ -68,8 +69,9 @@ std::wstring setting(const wchar_t* name) {
   return text;
 }
 
-bool writeSettings(const std::wstring& host) {
+bool writeSettings(const std::wstring& host, bool safe) {
   RegDeleteTreeW(HKEY_LOCAL_MACHINE, kKey);
+  if (safe && !setSetting(L"Verificar", L"1")) return false;
   return setSetting(L"DirDatos", host + L"\\Datos\\Emp01\\") && setSetting(L"DirMDE", host + L"\\") &&
          setSetting(L"Cerrar", L"1");
 }
@@ -94,13 +96,14 @@ HRESULT backUp(double& duration) {
 }  // namespace
 
 int wmain(int count, wchar_t** arguments) {
-  if (count != 2) return fputs("HostBackup HOST | --empty\n", stderr), 2;
+  const bool safe = count == 3 && std::wstring(L"Verificar") == arguments[2];
+  if (count != 2 && !safe) return fputs("HostBackup HOST [Verificar] | --empty\n", stderr), 2;
   const Memory before = memoryNow();
   double duration = 0;
   std::wstring estado = L"-";
   int status = 0;
   if (std::wstring(L"--empty") != arguments[1]) {
-    if (!writeSettings(arguments[1])) return fputs("HostBackup: the settings cannot be written\n", stderr), 3;
+    if (!writeSettings(arguments[1], safe)) return fputs("HostBackup: the settings cannot be written\n", stderr), 3;
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
     const HRESULT result = backUp(duration);
     if (FAILED(result)) return fprintf(stderr, "HostBackup: error 0x%08lx\n", static_cast<unsigned long>(result)), 4;

@@ -1,7 +1,9 @@
-# The logic and its tests under AddressSanitizer and UndefinedBehaviorSanitizer.
+# The logic and its tests under AddressSanitizer and UndefinedBehaviorSanitizer. Which lines of the logic have run is counted
+# (tools/coverage.py).
 add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -g)
 add_link_options(-fsanitize=address,undefined)
-target_compile_options(qev_logic PRIVATE -fsanitize=address,undefined -fno-sanitize-recover=all -g)
+target_compile_options(qev_logic PRIVATE -fsanitize=address,undefined -fno-sanitize-recover=all -g --coverage)
+target_link_options(qev_logic INTERFACE --coverage)
 
 add_executable(qev_logic_tests
   tests/platform/ClockTest.cpp
@@ -11,11 +13,14 @@ add_executable(qev_logic_tests
   tests/schedule/CalcularProximaCopiaTest.cpp
   tests/backup/ArchiveProgressTest.cpp
   tests/backup/CCopiasTest.cpp
+  tests/backup/RunRecordTest.cpp
   tests/backup/SetFormatTest.cpp
   tests/controls/ListTableTest.cpp
   tests/controls/MGeneralTest.cpp
   tests/restore/RestoreProgressTest.cpp
+  tests/zip/EngineRemarksTest.cpp
   tests/zip/ListingLinesTest.cpp
+  tests/zip/TestProgressTest.cpp
   tests/zip/ZipDirectoryTest.cpp
   tests/support/FakeFiles.cpp
   tests/support/FakePlatform.cpp

@@ -29,7 +29,7 @@ endif()
 
 add_executable(EngineTest
   tests/engine/EngineFixture.cpp tests/engine/EngineTest.cpp tests/engine/ProcessUse.cpp
-  tests/engine/UnzipEngineTest.cpp tests/engine/UnzipFixture.cpp tests/engine/UnzipSafetyTest.cpp
+  tests/engine/LayoutTest.cpp tests/engine/UnzipEngineTest.cpp tests/engine/UnzipFixture.cpp tests/engine/UnzipSafetyTest.cpp
   tests/support/ZipWriter.cpp)
 target_include_directories(EngineTest PRIVATE engine tests)
 target_link_libraries(EngineTest PRIVATE gmock_main psapi)
@@ -58,3 +58,7 @@ foreach(test_program qev_tests qev_host_tests EngineTest gtest gmock gmock_main)
     target_compile_options(${test_program} PRIVATE -O0)
   endif()
 endforeach()
+
+add_executable(hold-file tests/release/HoldFile.cpp)
+target_link_options(hold-file PRIVATE -municode)
+qev_strict(hold-file)

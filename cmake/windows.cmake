@@ -3,6 +3,8 @@ add_link_options(-static -static-libgcc -static-libstdc++)
 
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})  # engine, library and tests find one another there
 
+include(cmake/release.cmake)
+
 # The engine's sources call the ANSI functions by their short names: no UNICODE for them.
 add_subdirectory(engine)
 add_compile_definitions(UNICODE _UNICODE _WIN32_WINNT=0x0A00 NOMINMAX)
@@ -17,8 +19,10 @@ add_custom_command(
   COMMAND ${CMAKE_COMMAND} -E make_directory ${generated}
   COMMAND iconv -f UTF-8 -t CP1252 ${CMAKE_SOURCE_DIR}/src/automation/QevBackup.idl -o ${generated}/QevBackup.idl
   COMMAND ${QEV_WIDL} -t -I${wine_idl} -L${wine_typelibs} -o ${generated}/QevBackup.tlb ${generated}/QevBackup.idl
-  COMMAND ${QEV_WIDL} -h -I${wine_idl} -o ${generated}/IMCBackup.h ${generated}/QevBackup.idl
-  DEPENDS src/automation/QevBackup.idl VERBATIM)
+  COMMAND python3 ${CMAKE_SOURCE_DIR}/tools/settle_typelib.py ${generated}/QevBackup.tlb
+  COMMAND ${QEV_WIDL} -h -I${wine_idl} -o ${generated}/IMCBackup.h QevBackup.idl
+  DEPENDS src/automation/QevBackup.idl tools/settle_typelib.py
+  WORKING_DIRECTORY ${generated} VERBATIM)
 
 # Artwork: bitmaps and icon from the vector sources.
 file(GLOB artwork CONFIGURE_DEPENDS src/resources/art/*.svg)
@@ -38,6 +42,7 @@ add_library(qev_windows STATIC
   src/platform/LocaleWindows.cpp
   src/platform/Module.cpp
   src/platform/OpenDialog.cpp
+  src/platform/ProcessLock.cpp
   src/platform/RegistryWindows.cpp
   src/platform/SystemPlatform.cpp
   src/platform/TextPromptWindows.cpp
@@ -69,6 +74,7 @@ add_library(qev_windows STATIC
   src/backup/DiskCopy.cpp
   src/backup/FBackup.cpp
   src/backup/HacerCopia.cpp
+  src/backup/RunLog.cpp
   src/restore/FCopiar.cpp
   src/restore/FPRestaura.cpp
   src/restore/FRestaurar.cpp
@@ -83,7 +89,7 @@ add_dependencies(qev_windows qev_generated)
 set(resources src/resources/QevBackup.rc)
 set_source_files_properties(${resources} PROPERTIES
   INCLUDE_DIRECTORIES "${generated};${CMAKE_SOURCE_DIR}/src/resources"
-  OBJECT_DEPENDS "${generated}/QevBackup.ico;${generated}/QevBackup.tlb;${CMAKE_SOURCE_DIR}/src/resources/Backup.rc;${CMAKE_SOURCE_DIR}/src/resources/Backup.properties;${CMAKE_SOURCE_DIR}/src/resources/FBackup.rc;${CMAKE_SOURCE_DIR}/src/resources/FBackup.properties;${CMAKE_SOURCE_DIR}/src/resources/FCopiar.rc;${CMAKE_SOURCE_DIR}/src/resources/FCopiar.properties;${CMAKE_SOURCE_DIR}/src/resources/FPRestaura.rc;${CMAKE_SOURCE_DIR}/src/resources/FPRestaura.properties;${CMAKE_SOURCE_DIR}/src/resources/FRestaurar.rc;${CMAKE_SOURCE_DIR}/src/resources/FRestaurar.properties;${CMAKE_SOURCE_DIR}/src/resources/TextPrompt.rc;${CMAKE_SOURCE_DIR}/src/resources/resource.h;${CMAKE_SOURCE_DIR}/src/resources/VisualStyles.manifest")
+  OBJECT_DEPENDS "${generated}/QevVersion.h;${generated}/QevBackup.ico;${generated}/QevBackup.tlb;${CMAKE_SOURCE_DIR}/src/resources/Backup.rc;${CMAKE_SOURCE_DIR}/src/resources/Backup.properties;${CMAKE_SOURCE_DIR}/src/resources/FBackup.rc;${CMAKE_SOURCE_DIR}/src/resources/FBackup.properties;${CMAKE_SOURCE_DIR}/src/resources/FCopiar.rc;${CMAKE_SOURCE_DIR}/src/resources/FCopiar.properties;${CMAKE_SOURCE_DIR}/src/resources/FPRestaura.rc;${CMAKE_SOURCE_DIR}/src/resources/FPRestaura.properties;${CMAKE_SOURCE_DIR}/src/resources/FRestaurar.rc;${CMAKE_SOURCE_DIR}/src/resources/FRestaurar.properties;${CMAKE_SOURCE_DIR}/src/resources/TextPrompt.rc;${CMAKE_SOURCE_DIR}/src/resources/resource.h;${CMAKE_SOURCE_DIR}/src/resources/VisualStyles.manifest")
 
 add_library(QevBackup SHARED
   src/automation/AutomationEdge.cpp
@@ -99,10 +105,12 @@ set_target_properties(QevBackup PROPERTIES PREFIX "")
 target_link_libraries(QevBackup PRIVATE qev_windows)
 target_link_options(QevBackup PRIVATE -Wl,--dynamicbase,--nxcompat,--enable-stdcall-fixup)
 qev_strict(QevBackup)
+qev_reproducible(qev_logic qev_windows QevBackup VANTO5 VANTO6)
 
 # Uses windows from outside, for the demonstration.
 add_executable(form-driver tools/form-driver.cpp)
 target_link_options(form-driver PRIVATE -municode)
 qev_strict(form-driver)
 
+include(cmake/hosts.cmake)
 include(cmake/windows-tests.cmake)

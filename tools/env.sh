@@ -1,5 +1,6 @@
 # Sourced by the scripts: where things are, and how programs for Windows are run. Defines
 #   ROOT BUILD SCREENSHOTS   folders
+#   ARCHITECTURE             x64, or x86 in the place of tools/in-i386.sh: which programs run
 #   win PROGRAM ARGS…        runs a program for Windows in the project's own prefix, on the display in DISPLAY
 #   on_display COMMAND…      runs a command on a virtual display of its own, for 20 minutes at the most
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -7,6 +8,9 @@ BUILD=$ROOT/build
 SCREENSHOTS=$BUILD/screenshots
 PREFIX=$BUILD/prefix
 DRIVE_C=$PREFIX/drive_c
+ARCHITECTURE=${QEV_ARCHITECTURE:-x64}
+wine_architecture=win64
+[ "$ARCHITECTURE" = x64 ] || wine_architecture=win32
 mkdir -p "$BUILD" "$SCREENSHOTS"
 
 # A Spanish locale of the project's own: Wine takes the user's regional settings and the code page of file names from it.
@@ -16,7 +20,7 @@ make_locale() {
   localedef -i es_ES -f UTF-8 --no-archive "$BUILD/locale/es_ES.UTF-8" 2>/dev/null || [ -e "$BUILD/locale/es_ES.UTF-8/LC_CTYPE" ]
 }
 
-wine_env=(LOCPATH="$BUILD/locale" LC_ALL=es_ES.UTF-8 WINEPREFIX="$PREFIX" WINEDEBUG=-all WINEARCH=win64
+wine_env=(LOCPATH="$BUILD/locale" LC_ALL=es_ES.UTF-8 WINEPREFIX="$PREFIX" WINEDEBUG=-all WINEARCH=$wine_architecture
   WINEDLLOVERRIDES="mscoree,mshtml,winemenubuilder.exe=" QEV_SCREENSHOTS="Z:${SCREENSHOTS//\//\\}")
 
 [ ! -d "$BUILD/small-disk" ] || wine_env+=(QEV_SMALL_DISK="Z:${BUILD//\//\\}\\small-disk")

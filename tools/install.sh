@@ -2,13 +2,13 @@
 # Installs every Debian package that building, running and testing need. The one place where they are named.
 # Runs as root or with sudo, on Debian 12, as often as you like; does nothing where all are present.
 #
-#   tools/install.sh [bench]     bench: what the benchmark needs besides
+#   tools/install.sh [bench|x86]     bench: what the benchmark needs besides; x86: what tools/make-i386.sh needs
 set -euo pipefail
 
 packages=(
   # building: cross compilers, type library compiler, native compiler for the sanitizer tests
   g++ g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools libwine-dev
-  cmake ninja-build googletest clang-format
+  cmake ninja-build googletest clang-format clang-tidy
   # fuzz targets: libFuzzer comes with clang, its libraries and those of the sanitizers apart
   clang libclang-rt-14-dev
   # sources of the zip engine (apt-get source) and what unpacks them
@@ -27,6 +27,8 @@ if [ "${1:-}" = bench ]; then
   packages=(time)                                     # peak memory of a program
   command -v npm >/dev/null || packages+=(nodejs npm) # brings 7-Zip's program for Windows
 fi
+
+if [ "${1:-}" = x86 ]; then packages=(debootstrap); fi
 
 missing=()
 for package in "${packages[@]}"; do

@@ -21,8 +21,12 @@ const wchar_t* methodText(std::uint8_t kind) {
 
 }  // namespace
 
-FBackup::FBackup(Platform& platform, LibraryState& state, CZipFiles::EngineLoader loadEngine)
-    : ModalForm(L"FBACKUP", platform, state), state_(state), loadEngine_(std::move(loadEngine)) {}
+FBackup::FBackup(Platform& platform, LibraryState& state, CZipFiles::EngineLoader loadEngine,
+                 CUnzipFiles::EngineLoader loadTester)
+    : ModalForm(L"FBACKUP", platform, state),
+      state_(state),
+      loadEngine_(std::move(loadEngine)),
+      loadTester_(std::move(loadTester)) {}
 
 void FBackup::load() {
   Metodo_ = &textBox(FBackup_Metodo, L"Metodo");
@@ -58,7 +62,7 @@ void FBackup::Tiempo_Timer() {
   LibraryState atStart = state_;
   SettingsStore settings(platform().registry, atStart.settingsKey);
   try {
-    BackupRun(platform(), atStart, settings, *this, loadEngine_).HacerCopia(RutaDestino);
+    BackupRun(platform(), atStart, settings, *this, loadEngine_, loadTester_).HacerCopia(RutaDestino);
   } catch (const std::exception&) {  // out of memory even for the failure text: the window must not stay locked
     stopTimer();
     showFailure(L"");

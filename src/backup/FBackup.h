@@ -21,7 +21,8 @@ namespace qev {
 class FBackup final : public ModalForm, private BackupRunView {
  public:
   // REQUIRES: all references outlive the window.
-  FBackup(Platform& platform, LibraryState& state, CZipFiles::EngineLoader loadEngine = loadZipEngine);
+  FBackup(Platform& platform, LibraryState& state, CZipFiles::EngineLoader loadEngine = loadZipEngine,
+          CUnzipFiles::EngineLoader loadTester = loadUnzipEngine);
 
   std::wstring RutaDestino;  // target path of the run
 
@@ -55,6 +56,7 @@ class FBackup final : public ModalForm, private BackupRunView {
 
   LibraryState& state_;
   CZipFiles::EngineLoader loadEngine_;
+  CUnzipFiles::EngineLoader loadTester_;
   UTextBox* Metodo_ = nullptr;
   UTextBox* TOrigen_ = nullptr;
   UTextBox* TDestino_ = nullptr;

@@ -4,13 +4,19 @@
 
 #include "backup/ArchiveProgress.h"
 #include "backup/DiskCopy.h"
+#include "backup/RunLog.h"
 #include "schedule/CalcularProximaCopia.h"
+#include "zip/TestProgress.h"
 
 namespace qev {
 namespace {
 
 constexpr wchar_t kMoment[] = L"dd-mm-yyyy hh:nn";
 constexpr wchar_t kLine[] = L"\r\n";
+constexpr wchar_t kUnproven[] = L".nueva";
+constexpr int kWholeBar = 1000;
+constexpr int kArchivingSafely = 750;       // of the bar, in safe mode; the test has the rest
+constexpr std::size_t kLongestRemark = 80;  // characters: more does not fit beside the failure's other lines
 
 // The last line of the engine's messages that says something.
 std::wstring lastLine(const std::wstring& messages) {
@@ -22,24 +28,49 @@ std::wstring lastLine(const std::wstring& messages) {
   return messages.substr(text, end - text + 1);
 }
 
+RunRecord::Kind recordKind(std::uint8_t backupKind) {
+  switch (backupKind) {
+    case kManual: return RunRecord::Kind::Manual;
+    case kAutomatic: return RunRecord::Kind::Automatic;
+    case kScheduled: return RunRecord::Kind::Scheduled;
+    default: return RunRecord::Kind::Other;
+  }
+}
+
 }  // namespace
 
 BackupRun::BackupRun(Platform& platform, LibraryState& state, SettingsStore& settings, BackupRunView& view,
-                     CZipFiles::EngineLoader loadEngine)
+                     CZipFiles::EngineLoader loadEngine, CUnzipFiles::EngineLoader loadTester)
     : platform_(platform),
       state_(state),
       settings_(settings),
       view_(view),
       sets_(platform, state),
-      zip_(platform.locale, platform.eventLoop, std::move(loadEngine)) {}
+      zip_(platform.locale, platform.eventLoop, std::move(loadEngine)),
+      loadTester_(std::move(loadTester)) {}
 
 void BackupRun::HacerCopia(const std::wstring& RutaDestino) {
   displayPath_ = RutaDestino;
+  record_.kind = recordKind(state_.BackupKind);
+  record_.title = state_.title;
+  record_.set = displayPath_;
+  record_.data = state_.dataFolder;
+  record_.start = platform_.clock.now();
+  run();
+  record_.end = platform_.clock.now();
+  RunLog(platform_).add(record_);
+}
+
+void BackupRun::run() {
   view_.showBusy(true);
   try {
     const Outcome outcome = makeSet();
     if (outcome == Outcome::Made) finishSuccessfulRun();
-    if (outcome == Outcome::Cancelled) fail(0, L"");
+    if (outcome == Outcome::Refused) record_.result = RunRecord::Result::Refused;
+    if (outcome == Outcome::Cancelled) {
+      fail(0, L"");
+      record_.result = RunRecord::Result::Cancelled;
+    }
   } catch (const AutomationError& error) {
     fail(error.number(), error.description());
   } catch (const std::exception&) {
@@ -50,7 +81,9 @@ void BackupRun::HacerCopia(const std::wstring& RutaDestino) {
 BackupRun::Outcome BackupRun::makeSet() {
   const bool toFloppy = driveName(displayPath_) == kFloppyDrive;
   workingPath_ = toFloppy ? sets_.workingCopy() : displayPath_;
-  zip_.setZipFileName(workingPath_);
+  safe_ = settings_.safeMode();
+  buildPath_ = safe_ ? workingPath_ + kUnproven : workingPath_;
+  zip_.setZipFileName(buildPath_);
   if (!mayReplace()) {
     view_.stopTimer();
     view_.showBusy(false);
@@ -60,21 +93,22 @@ BackupRun::Outcome BackupRun::makeSet() {
   view_.showOrigin(L" Datos del programa");
   view_.showDestination(L" " + displayPath_);
   view_.showResult(L" Realizando copia de seguridad...");
-  archiveAndStamp();
+  buildSet();
   view_.showBusy(false);
   if (!copyToDisks()) return Outcome::Cancelled;
   succeed();
   return Outcome::Made;
 }
 
-// For a floppy this asks about the working copy left over from an earlier run.
+// For a floppy this asks about the working copy left over from an earlier run. In safe mode it stays until the new set
+// takes its place.
 bool BackupRun::mayReplace() {
   if (!platform_.files.fileExists(workingPath_)) return true;
   const wchar_t* question = state_.BackupKind == kManual
                                 ? L"El nombre del archivo seleccionado ya existe, ¿Desea reemplazarlo?"
                                 : L"Hoy ya se ha realizado una copia de seguridad, ¿Desea reemplazarla?";
   if (platform_.messages.show(question, state_.title, message::kYesNo | message::kQuestion) == Answer::No) return false;
-  platform_.files.deleteFile(workingPath_, true);
+  if (!safe_) platform_.files.deleteFile(workingPath_, true);
   return true;
 }
 
@@ -83,14 +117,19 @@ std::wstring BackupRun::programFolder() const {
   return parentFolderName(parentFolderName(state_.dataFolder));
 }
 
-// What fails before the header is on leaves nothing under the name of a set.
-void BackupRun::archiveAndStamp() {
+// What fails before the header is on, or in safe mode before the set is proven, leaves nothing under the name of a set.
+void BackupRun::buildSet() {
+  if (safe_ && platform_.files.fileExists(buildPath_)) platform_.files.deleteFile(buildPath_, true);
   try {
     archive();
     stamp();
+    noteContents();
+    if (!safe_) return;
+    prove();
+    platform_.files.moveFile(buildPath_, workingPath_);
   } catch (...) {
     try {
-      if (platform_.files.fileExists(workingPath_)) platform_.files.deleteFile(workingPath_, true);
+      if (platform_.files.fileExists(buildPath_)) platform_.files.deleteFile(buildPath_, true);
     } catch (const AutomationError&) {  // the error that led here is the one to show
     }
     throw;
@@ -98,6 +137,9 @@ void BackupRun::archiveAndStamp() {
 }
 
 void BackupRun::archive() {
+  if (safe_ && !platform_.files.folderExists(state_.dataFolder)) {
+    throw AutomationError(kPathNotFound, state_.dataFolder);
+  }
   const std::wstring utilities = programFolder() + L"\\Util.mde";
   const std::wstring hostSettings = programFolder() + L"\\" + state_.title + L".ini";
 
@@ -109,7 +151,8 @@ void BackupRun::archive() {
   }
   zip_.onMessage = [&](const std::wstring& text) {
     progress.message(text);
-    view_.showProgress(progress.permille());
+    record_.remarks.message(text);
+    view_.showProgress(progress.permille() * (safe_ ? kArchivingSafely : kWholeBar) / kWholeBar);
   };
 
   zip_.AddFile(state_.dataFolder + L"*.*");
@@ -117,18 +160,66 @@ void BackupRun::archive() {
   zip_.AddFile(hostSettings);
   zip_.setRecurseFolders(true);
   zip_.setUpdatingZip(false);
-  zip_.MakeZipFile();
+  record_.engineCode = zip_.MakeZipFile();
   zip_.onMessage = nullptr;
-  // The engine's code is not looked at: files that it had to skip leave a set that is good for all others. Without any
-  // archive there is nothing to make a set of.
-  if (!platform_.files.fileExists(workingPath_)) {
+  if (safe_) requireWhole(*record_.engineCode);
+  // Otherwise the engine's code is not looked at: files that it had to skip leave a set that is good for all others.
+  // Without any archive there is nothing to make a set of.
+  if (!platform_.files.fileExists(buildPath_)) {
     throw AutomationError(kFileNotFound, workingPath_ + L" (" + lastLine(zip_.GetLastMessage()) + L")")
         .from(L"RvZipFiles::MakeZipFile");
   }
 }
 
+// No code but 0 is one of an archive that holds everything.
+void BackupRun::requireWhole(std::int32_t code) const {
+  if (code == ZP_OK) return;
+  throw AutomationError(code, L"RvZipFiles::MakeZipFile",
+                        L"Copia incompleta: " + record_.remarks.inOneLine(kLongestRemark));
+}
+
 void BackupRun::stamp() {
   sets_.writeHeader(zip_.ZipFileName(), platform_.clock.now(), 1, 1, driveName(state_.dataFolder));
+}
+
+std::optional<std::vector<ZipDirectoryEntry>> BackupRun::contents() {
+  const auto reader = platform_.files.openForReading(buildPath_);
+  record_.setBytes = reader->size();
+  return readZipDirectory(*reader);
+}
+
+// For the record alone: what cannot be read is not told.
+void BackupRun::noteContents() {
+  try {
+    if (const auto entries = contents()) record_.count(*entries);
+  } catch (const std::exception&) {
+  }
+}
+
+// The set is tested where it is: it is these bytes that take the old one's place. Of the header line before the archive
+// the engine has a remark, which is none.
+void BackupRun::prove() {
+  record_.proven = false;
+  view_.showResult(L" Comprobando la copia de seguridad...");
+  TestProgress progress(contents().value_or(std::vector<ZipDirectoryEntry>()));
+  EngineRemarks remarks;
+  CUnzipFiles tester(platform_, loadTester_);
+  tester.onMessage = [&](const std::wstring& text) {
+    progress.message(text);
+    remarks.message(text);
+    const double part =
+        progress.total() == 0 ? 1 : static_cast<double>(progress.done()) / static_cast<double>(progress.total());
+    view_.showProgress(kArchivingSafely + static_cast<int>((kWholeBar - kArchivingSafely) * part));
+  };
+  tester.setZipFileName(buildPath_);
+  std::int32_t code = tester.Test();
+  const bool good = code == UZ_OK || code == UZ_WARN;
+  if (good && progress.empty()) code = UZ_NOZIP;  // an archive without entries is no backup, however sound
+  record_.proven = good && !progress.empty();
+  if (*record_.proven) return;
+  record_.engineCode = code;
+  for (const std::wstring& line : remarks.lines()) record_.remarks.message(line + kLine);
+  throw AutomationError(code, L"RvUnZipFiles::Test", L"Copia dañada: " + remarks.inOneLine(kLongestRemark));
 }
 
 bool BackupRun::copyToDisks() {
@@ -141,8 +232,10 @@ bool BackupRun::copyToDisks() {
 void BackupRun::succeed() {
   settings_.write(L"Estado", std::wstring(L"Ultima copia de seguridad realizada correctamente"));
   settings_.write(L"UltimaCopia", formatted(platform_.clock.now(), kMoment));
-  view_.showSuccess(std::wstring(L" La copia de seguridad se ha realizado correctamente.") + kLine +
-                    L" Origen: Datos del programa " + state_.title + kLine + L" Destino: " + displayPath_);
+  record_.result = RunRecord::Result::Success;
+  record_.shown = std::wstring(L" La copia de seguridad se ha realizado correctamente.") + kLine +
+                  L" Origen: Datos del programa " + state_.title + kLine + L" Destino: " + displayPath_;
+  view_.showSuccess(record_.shown);
   platform_.sound.beep();
   view_.stopTimer();
 }
@@ -157,6 +250,10 @@ void BackupRun::finishSuccessfulRun() {
 void BackupRun::fail(std::int32_t number, const std::wstring& description) {
   const std::wstring error = L"Error: " + std::to_wstring(number) + L"-" + description;
   const std::wstring text = failureText(error);
+  record_.result = RunRecord::Result::Failure;
+  record_.shown = text;
+  if (number != 0) record_.errorNumber = number;
+  record_.errorText = description;
   view_.showBusy(false);
   view_.showFailure(text);
   try {

@@ -1,14 +1,32 @@
 // One backup run: archives the host's data into a set, records the outcome in the settings and shows it.
+//
+// In safe mode (setting `Verificar`) it does that in other steps, so that a set counts only when it is known to be
+// good, and the set that it replaces is there until then:
+//
+//   - the new set is built beside the target, under its name and ".nueva"; the old one is not touched;
+//   - a data folder that is missing, and every code of the engine but 0 - files that it could not open or read -, end
+//   the
+//     run as a failure with that code and what the engine says;
+//   - the new set is tested, every entry against its CRC-32, by the unzip engine, the header line before it and all;
+//   - only then it takes the target's name, in one step, or is cut for disks.
+//
+// Whatever fails, the new set goes and the old one stays. A run that is killed may leave a ".nueva" behind, which the
+// next run to the same target removes.
 #pragma once
 
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "automation/LibraryState.h"
+#include "backup/RunRecord.h"
 #include "backup/SetFormat.h"
 #include "platform/AutomationError.h"
 #include "platform/Platform.h"
 #include "settings/SettingsStore.h"
+#include "zip/CUnzipFiles.h"
 #include "zip/CZipFiles.h"
+#include "zip/ZipDirectory.h"
 
 namespace qev {
 
@@ -33,21 +51,27 @@ class BackupRun {
  public:
   // REQUIRES: all references outlive the run.
   BackupRun(Platform& platform, LibraryState& state, SettingsStore& settings, BackupRunView& view,
-            CZipFiles::EngineLoader loadEngine = loadZipEngine);
+            CZipFiles::EngineLoader loadEngine = loadZipEngine, CUnzipFiles::EngineLoader loadTester = loadUnzipEngine);
 
   // Makes the backup set `RutaDestino`, a path of a folder or of a floppy in drive "A:". Nothing is thrown: whatever
   // fails becomes the failure display and the setting `Estado`. A target that exists is replaced only when the user
-  // agrees; otherwise the window closes and nothing is recorded.
+  // agrees; otherwise the window closes and nothing is recorded in the settings. However it ends, the run leaves a
+  // block in the log (backup/RunLog.h).
   void HacerCopia(const std::wstring& RutaDestino);
 
  private:
   enum class Outcome { Made, Refused, Cancelled };
 
+  void run();
   Outcome makeSet();
   bool mayReplace();
-  void archiveAndStamp();
+  void buildSet();
   void archive();
+  void requireWhole(std::int32_t code) const;
   void stamp();
+  std::optional<std::vector<ZipDirectoryEntry>> contents();
+  void noteContents();
+  void prove();
   bool copyToDisks();
   void succeed();
   void finishSuccessfulRun();
@@ -64,8 +88,12 @@ class BackupRun {
   BackupRunView& view_;
   SetFormat sets_;
   CZipFiles zip_;
+  CUnzipFiles::EngineLoader loadTester_;
+  bool safe_ = false;         // as the setting was when the run began
   std::wstring displayPath_;  // the target as the caller named it
-  std::wstring workingPath_;  // where the archive is built: the target itself, or the working copy for floppies
+  std::wstring workingPath_;  // where the set is made: the target itself, or the working copy for floppies
+  std::wstring buildPath_;    // where it is until it is finished: the same path, in safe mode one beside it
+  RunRecord record_;
 };
 
 }  // namespace qev

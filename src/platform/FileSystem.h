@@ -66,6 +66,11 @@ class FileSystem {
   // Copies a file over an existing one. A half-written copy is removed when the copy fails. CopyFileW.
   virtual void copyFile(const std::wstring& from, const std::wstring& to) = 0;
 
+  // Gives a file another name in its folder; a file that has it goes, read-only ones too. All that in one step, and on
+  // the disk when it returns; after a failure both are as they were. MoveFileExW with MOVEFILE_REPLACE_EXISTING |
+  // MOVEFILE_WRITE_THROUGH.
+  virtual void moveFile(const std::wstring& from, const std::wstring& to) = 0;
+
   // Opens for reading, shared with readers; throws 53 or 76 when there is none. CreateFileW.
   virtual std::unique_ptr<FileReader> openForReading(const std::wstring& path) = 0;
 

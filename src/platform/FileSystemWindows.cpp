@@ -61,6 +61,31 @@ void keepCreationTime(const std::wstring& from, HANDLE to) {
   }
 }
 
+// A scanner or indexer may hold a fresh file for a moment: a few tries over about a second.
+bool moveIntoPlace(const std::wstring& from, const std::wstring& to) {
+  constexpr int tries = 6;
+  constexpr DWORD pauseMilliseconds = 200;
+  for (int i = 1;; ++i) {
+    constexpr DWORD flags = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
+    if (MoveFileExW(from.c_str(), to.c_str(), flags)) return true;
+    const DWORD code = GetLastError();
+    const bool held = code == ERROR_ACCESS_DENIED || code == ERROR_SHARING_VIOLATION;
+    if (!held || i == tries) return SetLastError(code), false;
+    Sleep(pauseMilliseconds);
+  }
+}
+
+// The same over a read-only file, which stays so where the move fails. Throws then.
+void replaceInOneStep(const std::wstring& from, const std::wstring& to) {
+  const DWORD attributes = attributesOf(to);
+  const bool readOnly = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY);
+  if (readOnly) SetFileAttributesW(to.c_str(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
+  if (moveIntoPlace(from, to)) return;
+  const DWORD code = GetLastError();
+  if (readOnly) SetFileAttributesW(to.c_str(), attributes);
+  throwWin32(code, to);
+}
+
 class Replacement : public FileReplacement {
  public:
   explicit Replacement(std::wstring path) : path_(std::move(path)) {
@@ -92,14 +117,8 @@ class Replacement : public FileReplacement {
     keepCreationTime(path_, file_.get());
     if (!FlushFileBuffers(file_.get())) throwLastError(path_);
     file_.reset();
-    const DWORD attributes = attributesOf(path_);
-    const bool readOnly = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY);
-    if (readOnly) SetFileAttributesW(path_.c_str(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
-    committed_ = moveIntoPlace();
-    if (committed_) return;
-    const DWORD code = GetLastError();
-    if (readOnly) SetFileAttributesW(path_.c_str(), attributes);
-    throwWin32(code, path_);
+    replaceInOneStep(temporary_, path_);
+    committed_ = true;
   }
 
  private:
@@ -108,20 +127,6 @@ class Replacement : public FileReplacement {
     const std::size_t folderEnd = path_.find_last_of(L"\\/:") + 1;
     return path_.substr(0, folderEnd) + L"qev" + std::to_wstring(GetCurrentProcessId()) + L"-" +
            std::to_wstring(counter++) + L".tmp";
-  }
-
-  // A scanner or indexer may hold a fresh file for a moment: a few tries over about a second.
-  bool moveIntoPlace() const {
-    constexpr int tries = 6;
-    constexpr DWORD pauseMilliseconds = 200;
-    for (int i = 1;; ++i) {
-      constexpr DWORD flags = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
-      if (MoveFileExW(temporary_.c_str(), path_.c_str(), flags)) return true;
-      const DWORD code = GetLastError();
-      const bool held = code == ERROR_ACCESS_DENIED || code == ERROR_SHARING_VIOLATION;
-      if (!held || i == tries) return SetLastError(code), false;
-      Sleep(pauseMilliseconds);
-    }
   }
 
   std::wstring path_;
@@ -191,6 +196,10 @@ void FileSystemWindows::copyFile(const std::wstring& from, const std::wstring& t
   const DWORD code = GetLastError();
   if (stampOf(to) != before) DeleteFileW(to.c_str());
   throwWin32(code, fileExists(from) ? to : from);
+}
+
+void FileSystemWindows::moveFile(const std::wstring& from, const std::wstring& to) {
+  replaceInOneStep(from, to);
 }
 
 std::unique_ptr<FileReader> FileSystemWindows::openForReading(const std::wstring& path) {

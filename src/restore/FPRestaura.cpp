@@ -4,8 +4,10 @@
 
 #include <utility>
 
+#include "backup/RunLog.h"
 #include "controls/FlagScope.h"
 #include "resources/resource.h"
+#include "settings/SettingsStore.h"
 
 namespace qev {
 namespace {
@@ -35,6 +37,9 @@ void FPRestaura::load() {
   SendMessageW(BAceptar_, BM_SETIMAGE, IMAGE_ICON, reinterpret_cast<LPARAM>(buttonIcon_.get()));
   SendMessageW(Progreso_, PBM_SETRANGE32, 0, kProgressSteps);
 
+  wchar_t waiting[100] = L"";
+  GetWindowTextW(control(FPRestaura_ESalida), waiting, 100);
+  waitingLine_ = waiting;
   showBusy(true);
   setText(FPRestaura_TOrigen, choice_.Archivo);
   setText(FPRestaura_TDestino, choice_.Destino);
@@ -57,22 +62,43 @@ void FPRestaura::Tiempo_Timer() {
   {
     const FlagScope running(running_);
     LibraryState atStart = state_;
-    try {
-      RestoreRun run(platform(), atStart, *this, choice_, loadEngine_);
-      if (run.RestaurarCopia() == RestoreRun::Outcome::Restored) {
-        showResult();
-      } else {
-        choice_.bareDisks = run.bareDisks();
-        startTimer(kNextTickMilliseconds);
-      }
-    } catch (const AutomationError& error) {
-      showError(error.description());
-    } catch (const std::exception&) {
-      showError(describeError(kOutOfMemory));
-    }
+    std::optional<RestoreRun> run;
+    const Date start = platform().clock.now();
+    const RunRecord::Result result = restore(run, atStart);
     state_.currentSet = atStart.currentSet;
+    if (run) writeRecord(run->record(), start, result);
   }
   if (closeAsked_) closeForm();
+}
+
+RunRecord::Result FPRestaura::restore(std::optional<RestoreRun>& run, LibraryState& state) {
+  try {
+    choice_.safe = SettingsStore(platform().registry, state.settingsKey).safeMode();
+    RestoreRunView& view = *this;
+    run.emplace(platform(), state, view, choice_, loadEngine_);
+    if (run->RestaurarCopia() == RestoreRun::Outcome::Restored) {
+      showResult();
+      return RunRecord::Result::Success;
+    }
+    choice_.bareDisks = run->bareDisks();
+    startTimer(kNextTickMilliseconds);
+    return RunRecord::Result::Cancelled;
+  } catch (const AutomationError& error) {
+    showError(error.number(), error.description());
+  } catch (const std::exception&) {
+    showError(kOutOfMemory, describeError(kOutOfMemory));
+  }
+  return RunRecord::Result::Failure;
+}
+
+void FPRestaura::writeRecord(RunRecord record, Date start, RunRecord::Result result) const {
+  record.start = start;
+  record.end = platform().clock.now();
+  record.result = result;
+  record.shown = shownText_;
+  record.errorNumber = errorNumber_;
+  if (errorNumber_) record.errorText = shownText_;
+  RunLog(platform()).add(record);
 }
 
 void FPRestaura::command(int id) {
@@ -105,18 +131,25 @@ void FPRestaura::showProgress(std::optional<int> permille) {
   SendMessageW(Progreso_, PBM_SETPOS, static_cast<WPARAM>(*permille), 0);
 }
 
+void FPRestaura::showTesting(bool testing) {
+  setText(FPRestaura_ESalida, testing ? L"Comprobando la copia de seguridad..." : waitingLine_);
+  UpdateWindow(window());
+}
+
 void FPRestaura::showResult() {
   restored_ = true;
   showProgress(kProgressSteps);
-  endRun(L"BACKUPOK", L"Copia de Seguridad restaurada con éxito",
-         L"La copia de seguridad se ha restaurado correctamente.\r\n\r\nOrigen:" + choice_.Archivo + L"\r\nDestino: " +
-             choice_.Destino);
+  shownText_ = L"La copia de seguridad se ha restaurado correctamente.\r\n\r\nOrigen:" + choice_.Archivo +
+               L"\r\nDestino: " + choice_.Destino;
+  endRun(L"BACKUPOK", L"Copia de Seguridad restaurada con éxito", shownText_);
   platform().sound.beep();
 }
 
 // Whatever the run could not go on after: the message tells it, and there is no result. The user goes back to the
 // dialog and may try again.
-void FPRestaura::showError(const std::wstring& text) {
+void FPRestaura::showError(std::int32_t number, const std::wstring& text) {
+  errorNumber_ = number;
+  shownText_ = text;
   KillTimer(window(), FPRestaura_Tiempo);
   showBusy(false);
   atEdge([&] { platform().messages.show(text, state_.title, message::kOk | message::kExclamation); });

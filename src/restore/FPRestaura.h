@@ -2,6 +2,8 @@
 // itself soon after it is shown.
 #pragma once
 
+#include <functional>
+#include <optional>
 #include <string>
 
 #include "automation/LibraryState.h"
@@ -36,13 +38,16 @@ class FPRestaura final : public ModalForm, private RestoreRunView {
 
   // RestoreRunView
   void showProgress(std::optional<int> permille) override;
+  void showTesting(bool testing) override;
   bool closeAsked() const override { return closeAsked_; }
 
   void Tiempo_Timer();
+  RunRecord::Result restore(std::optional<RestoreRun>& run, LibraryState& state);
+  void writeRecord(RunRecord record, Date start, RunRecord::Result result) const;
   void BAceptar_Click();
   void startTimer(UINT milliseconds) const;
   void showResult();
-  void showError(const std::wstring& text);
+  void showError(std::int32_t number, const std::wstring& text);
   void endRun(const wchar_t* picture, const wchar_t* line, const std::wstring& text);
   void showBusy(bool busy);
 
@@ -56,6 +61,9 @@ class FPRestaura final : public ModalForm, private RestoreRunView {
   Picture ImgResultado_;
   UniqueFont outcomeFont_;
   UniqueIcon buttonIcon_;
+  std::wstring waitingLine_;  // what ESalida says while a run is under way
+  std::wstring shownText_;    // what the run ended with, for the log
+  std::optional<std::int32_t> errorNumber_;
   ULONGLONG progressShownAt_ = 0;  // system ticks, milliseconds
   bool busy_ = false;
   bool running_ = false;     // a tick that arrives during a run starts nothing

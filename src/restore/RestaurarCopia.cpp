@@ -10,7 +10,7 @@
 
 #include "backup/DiskCopy.h"
 #include "restore/RestoreProgress.h"
-#include "zip/ZipDirectory.h"
+#include "zip/TestProgress.h"
 
 namespace qev {
 namespace {
@@ -107,7 +107,12 @@ RestoreRun::RestoreRun(Platform& platform, LibraryState& state, RestoreRunView& 
       choice_(std::move(choice)),
       loadEngine_(std::move(loadEngine)),
       sets_(platform, state),
-      bareDisks_(choice_.bareDisks) {}
+      bareDisks_(choice_.bareDisks) {
+  record_.kind = RunRecord::Kind::Restore;
+  record_.title = state.title;
+  record_.set = choice_.Archivo;
+  record_.data = choice_.Destino;
+}
 
 RestoreRun::Outcome RestoreRun::RestaurarCopia() {
   try {
@@ -232,28 +237,74 @@ void RestoreRun::extract(const std::wstring& set) {
     const auto reader = platform_.files.openForReading(set);
     directory = readZipDirectory(*reader);
   }
-  RestoreProgress progress(directory.value_or(std::vector<ZipDirectoryEntry>()));
+  const bool isKnown = directory.has_value();
+  const auto entries = std::move(directory).value_or(std::vector<ZipDirectoryEntry>());
+  if (isKnown) record_.count(entries);
+  RestoreProgress progress(entries);
   const std::uint64_t toCopy = platform_.files.fileSize(set);
-  const double total = static_cast<double>(toCopy) + static_cast<double>(progress.total());
+  record_.setBytes = toCopy;
+  const double toTest = choice_.safe ? static_cast<double>(progress.total()) : 0;
+  const double total = static_cast<double>(toCopy) + toTest + static_cast<double>(progress.total());
+  double tested = 0;
   const auto show = [&](std::uint64_t copied) {
-    const double done = static_cast<double>(copied) + static_cast<double>(progress.done());
-    view_.showProgress(directory && total > 0 ? std::optional(static_cast<int>(1000.0 * done / total)) : std::nullopt);
+    const double done = static_cast<double>(copied) + tested + static_cast<double>(progress.done());
+    view_.showProgress(isKnown && total > 0 ? std::optional(static_cast<int>(1000.0 * done / total)) : std::nullopt);
   };
 
   const TemporaryFile payload(platform_.files, payloadPath());
   sets_.extractPayload(set, payload.path(), show);
   if (state_.currentSet.program != state_.title) throw refusal(foreignSetText(state_.title) + L": " + set);
 
+  const std::wstring folder = extractionFolder();
+  const auto inUse = platform_.files.openForReading(payload.path());  // no other run may take it for left over
+  if (choice_.safe) {
+    prove(payload.path(), set, entries, [&](std::uint64_t bytes) {
+      tested = static_cast<double>(bytes);
+      show(toCopy);
+    });
+    tested = toTest;
+  }
+
   CUnzipFiles zip(platform_, loadEngine_);
   zip.onMessage = [&](const std::wstring& text) {
     progress.message(text);
+    record_.remarks.message(text);
     show(toCopy);
   };
   zip.setZipFileName(payload.path());
-  zip.setExtractDir(extractionFolder());
+  zip.setExtractDir(folder);
   zip.setHonorDirectories(choice_.keepFolders);
-  const auto inUse = platform_.files.openForReading(payload.path());  // no other run may take it for left over
-  if (zip.Unzip() != 0) platform_.messages.show(shownMessages(zip.GetLastMessage()), L"", message::kOk);
+  const std::int32_t code = zip.Unzip();
+  record_.engineCode = std::max(code, record_.engineCode.value_or(0));
+  if (code != 0) platform_.messages.show(shownMessages(zip.GetLastMessage()), L"", message::kOk);
+}
+
+// Nothing has been written yet where the data is.
+void RestoreRun::prove(const std::wstring& payload, const std::wstring& set,
+                       const std::vector<ZipDirectoryEntry>& entries,
+                       const std::function<void(std::uint64_t)>& tested) {
+  constexpr std::size_t longestRemark = 1000;  // characters
+  record_.proven = false;
+  view_.showTesting(true);
+  TestProgress progress(entries);
+  EngineRemarks remarks;
+  CUnzipFiles tester(platform_, loadEngine_);
+  tester.onMessage = [&](const std::wstring& text) {
+    progress.message(text);
+    remarks.message(text);
+    record_.remarks.message(text);
+    tested(progress.done());
+  };
+  tester.setZipFileName(payload);
+  const std::int32_t code = tester.Test();
+  record_.engineCode = code;
+  if (code != UZ_OK && code != UZ_WARN) {
+    throw refusal(
+        L"La copia de seguridad está dañada. No se ha restaurado nada: los datos siguen como estaban.\r\n\r\n" + set +
+        L"\r\n\r\n" + std::to_wstring(code) + L"-" + remarks.inOneLine(longestRemark));
+  }
+  record_.proven = true;
+  view_.showTesting(false);
 }
 
 std::wstring RestoreRun::extractionFolder() const {

@@ -3,18 +3,24 @@
 //
 // The set is only read. Its archive is extracted from a copy without header in the work folder, which goes when the run
 // ends; one that a killed run left behind goes when the next begins.
+//
+// In safe mode (setting `Verificar`) the archive is tested first, every entry against its CRC-32: of a set that is not
+// good nothing is restored, and the data stays as it is.
 #pragma once
 
 #include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "automation/LibraryState.h"
+#include "backup/RunRecord.h"
 #include "backup/SetFormat.h"
 #include "platform/AutomationError.h"
 #include "platform/Platform.h"
 #include "zip/CUnzipFiles.h"
+#include "zip/ZipDirectory.h"
 
 namespace qev {
 
@@ -25,6 +31,7 @@ struct RestoreChoice {
   std::wstring Destino;           // the folder to extract to, as the dialog shows it
   bool originalLocation = true;   // extract to where the data came from, in place of Destino
   bool keepFolders = true;        // re-create the folders stored in the archive
+  bool safe = false;              // test the archive before anything is restored
   bool bareDisks = false;         // an earlier run has found a set on disks without headers
 };
 
@@ -34,6 +41,7 @@ class RestoreRunView {
   virtual ~RestoreRunView() = default;
 
   virtual void showProgress(std::optional<int> permille) = 0;  // 0 to 1000; nothing where it cannot be told
+  virtual void showTesting(bool testing) = 0;                  // the archive is being tested
   virtual bool closeAsked() const = 0;                         // the user wants it closed when the run is over
 };
 
@@ -50,6 +58,9 @@ class RestoreRun {
   // else that keeps the set from being restored.
   Outcome RestaurarCopia();
 
+  // What the log is to tell of the run, but for its moments, its result and what was shown.
+  const RunRecord& record() const { return record_; }
+
   // Whether the set is on disks without headers, for the next run after a cancelled one: the disk that is in the drive
   // then need not be the first, by which they are known.
   bool bareDisks() const { return bareDisks_; }
@@ -64,6 +75,8 @@ class RestoreRun {
   std::optional<AutomationError> copyError(const std::wstring& piece);
   bool endsArchive(int number) const;
   void extract(const std::wstring& set);
+  void prove(const std::wstring& payload, const std::wstring& set, const std::vector<ZipDirectoryEntry>& entries,
+             const std::function<void(std::uint64_t)>& tested);
   std::wstring extractionFolder() const;
   std::wstring payloadPath() const;
   Answer ask(const std::wstring& text, std::uint32_t style) const;
@@ -74,6 +87,7 @@ class RestoreRun {
   const RestoreChoice choice_;
   CUnzipFiles::EngineLoader loadEngine_;
   SetFormat sets_;
+  RunRecord record_;
   bool bareDisks_;  // without headers: the archive's end tells the last of them
 };
 

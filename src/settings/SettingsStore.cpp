@@ -1,5 +1,7 @@
 #include "settings/SettingsStore.h"
 
+#include "platform/AutomationError.h"
+
 namespace qev {
 
 Value SettingsStore::read(const std::wstring& name) const {
@@ -12,6 +14,14 @@ Value SettingsStore::readPlain(const std::wstring& name, const Value& fallback) 
 
 Value SettingsStore::readStrict(const std::wstring& name, const Value& fallback) const {
   return NonBlankValue(read(name), fallback);
+}
+
+bool SettingsStore::safeMode() const {
+  try {
+    return numericValue(readPlain(L"Verificar", std::int16_t{0})) != 0;
+  } catch (const AutomationError&) {
+    return false;
+  }
 }
 
 void SettingsStore::write(const std::wstring& name, const Value& value) {

@@ -10,6 +10,7 @@
 //   Destino       text     folder of scheduled backups                    strict default "C:\"
 //   Estado        text     outcome of the last run                        read as stored
 //   EDir, Cerrar  integers 0 or 1                                         plain default 0
+//   Verificar     integer  1 (or any number but 0): safe mode             plain default 0; never written here
 //   NCopias       integer  files that retention keeps                     plain default
 //   DirDatos, DirMDE, Dirbackup  texts, the host's own; never written here
 #pragma once
@@ -35,6 +36,10 @@ class SettingsStore {
 
   // Strict rule: `fallback` also when the stored value is numerically 0, or text that trims to nothing.
   Value readStrict(const std::wstring& name, const Value& fallback) const;
+
+  // Whether the host asks for safe mode (`Verificar`): sets are tested before they count, and replace older ones only
+  // then. False also when the settings cannot be read.
+  bool safeMode() const;
 
   // Stores a value at once. Throws what Registry::write throws.
   void write(const std::wstring& name, const Value& value);

@@ -159,6 +159,14 @@ std::int32_t CUnzipFiles::Unzip(const std::wstring& sZipFileName, const std::wst
   }
 }
 
+std::int32_t CUnzipFiles::Test() {
+  try {
+    return run(Mode::Test).code;
+  } catch (const AutomationError& error) {
+    throw error.from(L"RvUnZipFiles::Test");
+  }
+}
+
 void CUnzipFiles::ListZipFile() {
   const Outcome outcome = run(Mode::List);
   for (const std::wstring& line : entryLines(outcome.listing)) {
@@ -198,6 +206,7 @@ DCL CUnzipFiles::optionsFor(Mode mode) const {
   DCL options{};
   options.fQuiet = messageLevel_;
   options.ncflag = writeToStdOut_;
+  options.ntflag = mode == Mode::Test ? 1 : 0;
   options.nvflag = mode == Mode::List ? 1 : 0;
   options.ndflag = honorDirectories_;
   options.noflag = mode == Mode::Extract ? 1 : 0;

@@ -62,6 +62,12 @@ class CUnzipFiles {
   // this class is under way. The engine is unloaded when the run is over.
   std::int32_t Unzip(const std::wstring& sZipFileName = {}, const std::wstring& sExtractDir = {});
 
+  // An addition of this library: tests the archive named by ZipFileName. Every entry is unpacked and compared with its
+  // length and its CRC-32; nothing is written. Returns the engine's code (UzCode): UZ_OK when the whole archive is
+  // good, UZ_WARN when it is and there was something to remark, bytes before it for instance. Throws what Unzip throws,
+  // from "RvUnZipFiles::Test".
+  std::int32_t Test();
+
   // Lists the archive named by ZipFileName: calls ListFile for each entry, in archive order, after the engine's run.
   // Engine failures are not raised: there are fewer entries, or none. Throws what Unzip throws, from
   // "CodeModule::VBUnzip"; 13 when the size column of a listing line is not a number; what ListFile throws.
@@ -81,7 +87,7 @@ class CUnzipFiles {
   std::function<void(const std::wstring& message)> onMessage;
 
  private:
-  enum class Mode { Extract, List };
+  enum class Mode { Extract, List, Test };
   struct Outcome {
     std::int32_t code = 0;
     std::wstring listing;

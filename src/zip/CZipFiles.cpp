@@ -6,13 +6,10 @@
 
 #include "platform/AutomationError.h"
 #include "zip/EngineMessages.h"
+#include "zip/EngineRemarks.h"
 
 namespace qev {
 namespace {
-
-// The first item of every list, handed to the engine with the others: the list is never empty, and the engine always
-// reports one name that matches nothing.
-constexpr wchar_t kPlaceholder[] = L"querty";
 
 constexpr std::size_t kNameSlots = 100;
 constexpr std::size_t kMessageBuffer = 4097;  // characters of the print callback's buffer, the ending zero included

@@ -585,7 +585,7 @@ TEST_F(HacerCopiaTest, AFailureBeforeAnyArchiveLeavesNothingUnderTheNameOfASet) 
 TEST_F(HacerCopiaTest, WhateverFileOperationFailsTheRunEndsOnceInSuccessOrFailure) {
   run();
   const std::size_t operations = fake.files.calls();
-  ASSERT_GT(operations, 3u);
+  std::size_t failures = 0;
   for (std::size_t failing = 1; failing <= operations; ++failing) {
     if (fake.files.fileExists(kTarget)) fake.files.deleteFile(kTarget, true);
     view.events.clear();
@@ -593,11 +593,17 @@ TEST_F(HacerCopiaTest, WhateverFileOperationFailsTheRunEndsOnceInSuccessOrFailur
     fake.files.failAt(failing, kDeviceInputOutput);
     run();
     fake.files.failAt(0);
-    EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"57-" + describeError(57))) << "operation " << failing;
+    if (view.textOf(L"failure") == L"<none>") {
+      EXPECT_EQ(fake.files.bytes(kTarget), std::string(kHeader) + "PK archivo") << "only the record of the run failed";
+    } else {
+      EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"57-" + describeError(57))) << "operation " << failing;
+      ++failures;
+    }
     EXPECT_EQ(fake.sound.beeps, 1);
     EXPECT_EQ(view.events.back(), L"timer stopped");
     EXPECT_EQ(fake.files.openReaders() + fake.files.openReplacements(), 0u);
   }
+  EXPECT_GT(failures, 3u);
 }
 
 TEST_F(HacerCopiaTest, WithoutMemoryTheRunEndsInFailure) {

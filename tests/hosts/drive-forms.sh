@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")/../.."
 . tools/env.sh
 
-drive() { win build/x64/form-driver.exe "$@" || { echo "the user could not: $*" >&2; exit 1; }; }
+drive() { win "build/$ARCHITECTURE/form-driver.exe" "$@" || { echo "the user could not: $*" >&2; exit 1; }; }
 destino=301 nombre=303 aceptar=1 cancelar=2 # as in src/resources/resource.h
 
 checks=$BUILD/forms.txt

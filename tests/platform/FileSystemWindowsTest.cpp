@@ -254,6 +254,34 @@ TEST_F(FileSystemWindowsTest, ACopyToAFullDiskIs61AndNoHalfCopyStays) {
   }
 }
 
+// --- Moving ---
+
+TEST_F(FileSystemWindowsTest, AFileTakesTheNameOfAnotherReadOnlyOnesToo) {
+  folder.write(L"nueva", "nuevo");
+  files.moveFile(folder / L"nueva", folder / L"a.qev");
+  EXPECT_EQ(folder.bytes(L"a.qev"), "nuevo");
+  folder.write(L"nueva", "más nuevo");
+  SetFileAttributesW((folder / L"a.qev").c_str(), FILE_ATTRIBUTE_READONLY);
+  files.moveFile(folder / L"nueva", folder / L"a.qev");
+  EXPECT_EQ(folder.bytes(L"a.qev"), "más nuevo");
+  EXPECT_THAT(folder.list(), ElementsAre(L"a.qev"));
+}
+
+TEST_F(FileSystemWindowsTest, AMoveThatFailsLeavesBothFilesAsTheyWere) {
+  folder.write(L"nueva", "nuevo");
+  folder.write(L"a.qev", "viejo");
+  SetFileAttributesW((folder / L"a.qev").c_str(), FILE_ATTRIBUTE_READONLY);
+  {
+    const auto reader = files.openForReading(folder / L"a.qev");
+    EXPECT_EQ(numberOf([&] { files.moveFile(folder / L"nueva", folder / L"a.qev"); }), 70);
+  }
+  EXPECT_TRUE(GetFileAttributesW((folder / L"a.qev").c_str()) & FILE_ATTRIBUTE_READONLY);
+  EXPECT_EQ(folder.bytes(L"a.qev"), "viejo");
+  EXPECT_EQ(folder.bytes(L"nueva"), "nuevo");
+  EXPECT_EQ(numberOf([&] { files.moveFile(folder / L"no está", folder / L"b.qev"); }), 53);
+  EXPECT_EQ(numberOf([&] { files.moveFile(folder / L"nueva", folder / L"no está\\b.qev"); }), 76);
+}
+
 // --- Existence, folders ---
 
 TEST_F(FileSystemWindowsTest, FilesAndFoldersAreToldApart) {

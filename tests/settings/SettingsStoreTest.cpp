@@ -111,5 +111,19 @@ TEST_F(SettingsStoreTest, ErrorsOfTheRegistryReachTheCaller) {
   EXPECT_THROW(settings.write(L"Estado", 1), AutomationError);
 }
 
+TEST_F(SettingsStoreTest, SafeModeIsAskedForByANumberThatIsNotZeroAndByNothingElse) {
+  EXPECT_FALSE(settings.safeMode()) << "absent";
+  for (const Value& off : {Value{}, Value{Null{}}, Value{0}, text(L"0"), text(L""), text(L"abc")}) {
+    registry.put(key, L"Verificar", off);
+    EXPECT_FALSE(settings.safeMode());
+  }
+  for (const Value& on : {Value{1}, Value{std::int16_t{1}}, Value{-1}, text(L"1")}) {
+    registry.put(key, L"Verificar", on);
+    EXPECT_TRUE(settings.safeMode());
+  }
+  registry.readError = kPermissionDenied;
+  EXPECT_FALSE(settings.safeMode()) << "settings that cannot be read ask for nothing";
+}
+
 }  // namespace
 }  // namespace qev::test

@@ -250,6 +250,20 @@ void FakeFiles::copyFile(const std::wstring& from, const std::wstring& to) {
   putContent(to, FileContent(source.content));
 }
 
+void FakeFiles::moveFile(const std::wstring& from, const std::wstring& to) {
+  step();
+  const Entry& source = entry(from);
+  requireParentFolder(to);
+  if (const Entry* old = find(to); source.readers > 0 || (old && old->readers > 0)) {
+    throw AutomationError(kPermissionDenied);
+  }
+  if (const auto denied = writeErrors_.find(keyOf(to)); denied != writeErrors_.end()) {
+    throw AutomationError(denied->second);
+  }
+  putContent(to, FileContent(source.content));
+  files_.erase(keyOf(from));
+}
+
 std::unique_ptr<FileReader> FakeFiles::openForReading(const std::wstring& path) {
   step();
   requireParentFolder(path);

@@ -98,6 +98,7 @@ class FakeFiles : public FileSystem {
   void createFolder(const std::wstring& path) override;
   void deleteFile(const std::wstring& path, bool force) override;
   void copyFile(const std::wstring& from, const std::wstring& to) override;
+  void moveFile(const std::wstring& from, const std::wstring& to) override;
   std::unique_ptr<FileReader> openForReading(const std::wstring& path) override;
   std::unique_ptr<FileReplacement> replaceFile(const std::wstring& path) override;
   void walkFiles(const std::wstring& folder,

@@ -73,6 +73,21 @@ ZipEngine load() {
 }
 }  // namespace slow
 
+// An engine that cannot read any of many files.
+int WINAPI archiveBlindly(int count, char* path, char** names) {
+  for (int i = 0; i < 50; ++i) {
+    slow::say("\tzip warning: could not open for reading: Prog/Datos/Emp01/" + std::to_string(i) + ".db\r\n");
+  }
+  slow::archive(count, path, names);
+  return ZP_OPEN;
+}
+
+ZipEngine loadBlind() {
+  ZipEngine engine = slow::load();
+  engine.ZpArchive = &archiveBlindly;
+  return engine;
+}
+
 bool waitFor(const std::function<bool()>& condition, std::chrono::milliseconds limit = 20s) {
   const auto deadline = std::chrono::steady_clock::now() + limit;
   while (!condition()) {
@@ -199,6 +214,36 @@ TEST_F(BackupWindow, ShowsAFailureAndStaysOpen) {
       },
       []() -> ZipEngine { throw AutomationError(kFileNotFound, L"VANTO5.DLL"); });
   EXPECT_TRUE(state_.finished);
+}
+
+// The longest of all failures: of safe mode, with the engine's text, the next moment and a long destination.
+TEST_F(BackupWindow, AFailureOfSafeModeFitsTheWindow) {
+  settings_.write(L"Verificar", std::int16_t{1});
+  settings_.write(L"Copia", std::int16_t{2});
+  settings_.write(L"Programar", std::wstring(L"Diariamente"));
+  show(
+      [](HWND form) {
+        ASSERT_TRUE(finished(form));
+        const HWND result = GetDlgItem(form, FBackup_TResultado);
+        const std::wstring text = windowText(result);
+        EXPECT_NE(std::wstring::npos,
+                  text.find(L"Error: 18-Copia incompleta: zip warning: could not open for reading"));
+        EXPECT_NE(std::wstring::npos, text.find(L"La próxima copia de seguridad"));
+        RECT room{}, needed{};
+        GetClientRect(result, &room);
+        needed.right = room.right;
+        const HDC dc = GetDC(result);
+        const HGDIOBJ old = SelectObject(dc, reinterpret_cast<HFONT>(SendMessageW(result, WM_GETFONT, 0, 0)));
+        DrawTextW(dc, text.c_str(), -1, &needed, DT_CALCRECT | DT_WORDBREAK | DT_EDITCONTROL | DT_NOPREFIX);
+        SelectObject(dc, old);
+        ReleaseDC(result, dc);
+        EXPECT_LE(needed.bottom, room.bottom);
+        std::this_thread::sleep_for(300ms);
+        saveScreenshot(form, L"FBackup-modo-seguro");
+        clickOn(form, GetDlgItem(form, FBackup_BAceptar));
+      },
+      loadBlind);
+  EXPECT_FALSE(fs::exists(target()));
 }
 
 TEST_F(BackupWindow, NamesTheKindOfBackup) {

@@ -70,6 +70,7 @@ class DiskDrive : public FileSystem {
     requireDisk(to);
     files_.copyFile(at(from), at(to));
   }
+  void moveFile(const std::wstring& from, const std::wstring& to) override { files_.moveFile(from, to); }
   std::unique_ptr<FileReader> openForReading(const std::wstring& path) override {
     requireDisk(path);
     return files_.openForReading(at(path));
@@ -188,7 +189,7 @@ class RestoreForms : public testing::Test {
       while (!over) {
         EnumThreadWindows(
             thread,
-            [](HWND window, LPARAM) -> BOOL {
+            [](HWND window, LPARAM) CALLBACK -> BOOL {
               PostMessageW(window, WM_COMMAND, IDCANCEL, 0);
               return TRUE;
             },

@@ -175,6 +175,19 @@ TEST_F(CUnzipFilesTest, ANewObjectExtractsOverExistingFilesWithTheFoldersStored)
   EXPECT_THAT(flagsOf(engine.options), ElementsAre(0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 0, 0, 1, 0));
 }
 
+TEST_F(CUnzipFilesTest, ATestSetsTheFlagOfTestsAndNothingThatWrites) {
+  engine.whileUnzipping = [] { return 2; };
+  EXPECT_EQ(unzip.Test(), 2);
+  EXPECT_THAT(flagsOf(engine.options), ElementsAre(0, 0, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0));
+}
+
+TEST_F(CUnzipFilesTest, AnErrorOfATestNamesItsMember) {
+  CUnzipFiles without(platform, []() -> UnzipEngine { throw AutomationError(kFileNotFound, L"VANTO6.DLL"); });
+  const AutomationError error = errorOf([&] { without.Test(); });
+  EXPECT_EQ(error.number(), 53);
+  EXPECT_EQ(error.source(), L"RvUnZipFiles::Test");
+}
+
 TEST_F(CUnzipFilesTest, ANewObjectListsWithoutTheOverwriteFlag) {
   unzip.ListZipFile();
   EXPECT_THAT(flagsOf(engine.options), ElementsAre(0, 0, 0, 0, 0, 0, 1, 0, 0, 1, 0, 0, 0, 1, 0));
@@ -644,6 +657,42 @@ class UnzipWithTheEngineTest : public UnzipTest {
   TemporaryFolder folder;
   CUnzipFiles unzip{platform};
 };
+
+TEST_F(UnzipWithTheEngineTest, ATestOfAGoodArchiveAnswersZeroAndWritesNothing) {
+  archive({storedEntry("a.txt", "hola"), folderEntry("Datos/"), deflatedEntry("Datos/b.txt", std::string(70000, 'b')),
+           runEntry("Datos/grande.db", 'g', 5 << 20)});
+  std::wstring messages;
+  unzip.onMessage = [&](const std::wstring& text) { messages += text; };
+  EXPECT_EQ(unzip.Test(), UZ_OK);
+  EXPECT_FALSE(fs::exists(folder / L"Destino"));
+  EXPECT_THAT(folder.list(), ElementsAre(L"copia.zip"));
+  EXPECT_THAT(messages, HasSubstr(L"    testing: Datos/grande.db ....."));
+}
+
+TEST_F(UnzipWithTheEngineTest, ATestFindsAByteThatIsWrongInAnyEntry) {
+  const std::string good = zipOf({storedEntry("a.txt", "hola"), deflatedEntry("b.txt", std::string(70000, 'b')),
+                                  storedEntry("c.txt", "el contenido")});
+  for (const std::string& content : {std::string("hola"), std::string("el contenido")}) {
+    std::string bad = good;
+    bad[bad.find(content)] ^= 1;
+    folder.write(L"copia.zip", bad);
+    EXPECT_EQ(unzip.Test(), UZ_ERR) << content;
+  }
+  folder.write(L"copia.zip", good.substr(0, good.size() / 2));
+  EXPECT_GT(unzip.Test(), UZ_WARN);
+}
+
+TEST_F(UnzipWithTheEngineTest, ATestOfASetBehindItsHeaderLineFindsTheSame) {
+  const std::string header = "Programa : Gestion;Directorio : C:;\r\n";
+  const std::string good =
+      header + zipOf({storedEntry("a.txt", "hola"), deflatedEntry("b.txt", std::string(70000, 'b'))});
+  folder.write(L"copia.zip", good);
+  EXPECT_EQ(unzip.Test(), UZ_WARN) << "the bytes before the archive are remarked";
+  std::string bad = good;
+  bad[bad.find("hola")] ^= 1;
+  folder.write(L"copia.zip", bad);
+  EXPECT_EQ(unzip.Test(), UZ_ERR);
+}
 
 TEST_F(UnzipWithTheEngineTest, ListsEveryEntry) {
   archive({storedEntry("a.txt", "hola"), folderEntry("Datos/"), deflatedEntry("Datos/b.txt", std::string(70000, 'b'))});

@@ -1,0 +1,72 @@
+#include "backup/RunLog.h"
+
+#include <cstdint>
+#include <span>
+
+#include "platform/AutomationError.h"
+#include "platform/ProcessLock.h"
+
+namespace qev {
+namespace {
+
+constexpr wchar_t kLogName[] = L"registro.log";
+constexpr std::uint32_t kLongestWait = 2000;  // milliseconds
+
+// The log's path as the name of a lock: the hash FNV-1a of it, of 64 bits.
+std::wstring lockName(const std::wstring& path) {
+  std::uint64_t hash = 0xcbf29ce484222325;
+  for (const wchar_t c : path) hash = (hash ^ static_cast<std::uint64_t>(c)) * 0x100000001b3;
+  return L"QevBackup-registro-" + std::to_wstring(hash);
+}
+
+}  // namespace
+
+std::wstring RunLog::path() const {
+  return platform_.workFolder.path() + L"\\" + kLogName;
+}
+
+void RunLog::add(const RunRecord& record) noexcept {
+  try {
+    write(record);
+  } catch (...) {  // the run has ended as it has; a record less is all that is lost
+  }
+}
+
+void RunLog::write(const RunRecord& record) {
+  const std::string block = logBlock(record, platform_.locale);
+  const std::wstring log = path();
+  const ProcessLock lock(lockName(platform_.locale.upper(log)), kLongestWait);
+  if (!lock.held()) return;
+  const std::string bytes = logWith(oldBytes(log), block);
+  const auto replacement = platform_.files.replaceFile(log);
+  replacement->write(std::as_bytes(std::span(bytes)));
+  replacement->commit();
+  removeLeftOvers(parentFolderName(log));
+}
+
+// No more than the log may have: a file that somebody else has made larger costs no more.
+std::string RunLog::oldBytes(const std::wstring& log) const {
+  if (!platform_.files.fileExists(log)) return {};
+  const auto reader = platform_.files.openForReading(log);
+  const std::uint64_t size = reader->size();
+  if (size > kMostLogBytes) reader->seek(size - kMostLogBytes);
+  std::string bytes(kMostLogBytes, '\0');
+  std::size_t filled = 0;
+  while (filled < bytes.size()) {
+    const std::size_t got = reader->read(std::as_writable_bytes(std::span(bytes)).subspan(filled));
+    if (got == 0) break;
+    filled += got;
+  }
+  bytes.resize(filled);
+  return bytes;
+}
+
+// Nobody else writes to this folder, so what has not taken its place is of a process that was killed.
+void RunLog::removeLeftOvers(const std::wstring& folder) const {
+  for (const ListedFile& file : platform_.files.filesIn(folder)) {
+    const std::wstring name = fileNamePart(file.path);
+    if (name.starts_with(L"qev") && name.ends_with(L".tmp")) platform_.files.deleteFile(file.path, true);
+  }
+}
+
+}  // namespace qev

@@ -1,0 +1,162 @@
+#include "backup/RunRecord.h"
+
+#include <algorithm>
+
+namespace qev {
+namespace {
+
+constexpr std::string_view kMark = "\xEF\xBB\xBF";
+constexpr std::string_view kBlockBeginning = "=== ";
+constexpr wchar_t kLine[] = L"\r\n";
+constexpr wchar_t kMoment[] = L"dd-mm-yyyy hh:nn:ss";
+constexpr std::size_t kLongestValue = 1000;  // characters of a value of one line
+constexpr std::size_t kLongestShown = 4000;  // characters of the text that was shown
+
+const wchar_t* kindText(RunRecord::Kind kind) {
+  switch (kind) {
+    case RunRecord::Kind::Automatic: return L"Copia automática";
+    case RunRecord::Kind::Scheduled: return L"Copia programada";
+    case RunRecord::Kind::Manual: return L"Copia manual";
+    case RunRecord::Kind::Restore: return L"Restauración";
+    default: return L"Copia";
+  }
+}
+
+const wchar_t* resultText(RunRecord::Result result) {
+  switch (result) {
+    case RunRecord::Result::Success: return L"correcto";
+    case RunRecord::Result::Cancelled: return L"cancelado por el usuario";
+    case RunRecord::Result::Refused: return L"no realizado: no se reemplaza la copia que ya existe";
+    default: return L"con errores";
+  }
+}
+
+// A text as one line of the log.
+std::wstring inOneLine(std::wstring_view text, std::size_t longest = kLongestValue) {
+  std::wstring line(text.substr(0, longest));
+  for (wchar_t& c : line) {
+    if (c < L' ' || c == 0x7f || c == 0x2028 || c == 0x2029) c = L' ';
+  }
+  return line;
+}
+
+class Block {
+ public:
+  void begin(const std::wstring& text) { text_ = L"=== " + inOneLine(text) + kLine; }
+  void add(const wchar_t* name, const std::wstring& value) {
+    if (!value.empty()) text_ += std::wstring(L"  ") + name + L": " + inOneLine(value) + kLine;
+  }
+  template <typename Number>
+  void add(const wchar_t* name, const std::optional<Number>& value) {
+    if (value) add(name, std::to_wstring(*value));
+  }
+  void open(const wchar_t* name) { text_ += std::wstring(L"  ") + name + L":" + kLine; }
+  void line(std::wstring_view text) { text_ += L"    | " + inOneLine(text) + kLine; }
+  std::wstring end() { return text_ + kLine; }
+
+ private:
+  std::wstring text_;
+};
+
+void addShown(Block& block, const std::wstring& shown) {
+  if (shown.empty()) return;
+  block.open(L"Texto mostrado");
+  const auto text = std::wstring_view(shown).substr(0, kLongestShown);
+  for (std::size_t begin = 0; begin < text.size();) {
+    const std::size_t end = std::min(text.find_first_of(L"\r\n", begin), text.size());
+    if (end > begin) block.line(text.substr(begin, end - begin));
+    begin = end + 1;
+  }
+}
+
+void addRemarks(Block& block, const EngineRemarks& remarks) {
+  if (remarks.count() == 0) return;
+  block.open(L"Mensajes del motor");
+  for (const std::wstring& line : remarks.lines()) block.line(line);
+  const std::size_t more = remarks.count() - remarks.lines().size();
+  if (more > 0) block.line(L"(y " + std::to_wstring(more) + L" mensajes más)");
+}
+
+void addCodePoint(std::string& bytes, std::uint32_t point) {
+  const auto byte = [&](std::uint32_t value) { bytes += static_cast<char>(static_cast<unsigned char>(value)); };
+  if (point < 0x80) return byte(point);
+  if (point < 0x800) return byte(0xC0 | point >> 6), byte(0x80 | (point & 0x3F));
+  if (point < 0x10000) {
+    return byte(0xE0 | point >> 12), byte(0x80 | (point >> 6 & 0x3F)), byte(0x80 | (point & 0x3F));
+  }
+  byte(0xF0 | point >> 18), byte(0x80 | (point >> 12 & 0x3F)), byte(0x80 | (point >> 6 & 0x3F));
+  byte(0x80 | (point & 0x3F));
+}
+
+// Half a surrogate pair, as a damaged text or one that was cut may have, becomes U+FFFD.
+std::string utf8(std::wstring_view text) {
+  constexpr std::uint32_t replacement = 0xFFFD;
+  std::string bytes;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    auto point = static_cast<std::uint32_t>(text[i]);
+    const std::uint32_t next = i + 1 < text.size() ? static_cast<std::uint32_t>(text[i + 1]) : 0;
+    if (point >= 0xD800 && point < 0xDC00 && next >= 0xDC00 && next < 0xE000) {
+      point = 0x10000 + ((point - 0xD800) << 10) + (next - 0xDC00);
+      ++i;
+    } else if ((point >= 0xD800 && point < 0xE000) || point > 0x10FFFF) {
+      point = replacement;
+    }
+    addCodePoint(bytes, point);
+  }
+  return bytes;
+}
+
+// Where the first block at or after `from` begins; npos without one.
+std::size_t blockFrom(std::string_view log, std::size_t from) {
+  for (auto at = log.find(kBlockBeginning, from); at != std::string_view::npos;
+       at = log.find(kBlockBeginning, at + 1)) {
+    if (at == 0 || log[at - 1] == '\n') return at;
+  }
+  return std::string_view::npos;
+}
+
+}  // namespace
+
+void RunRecord::count(const std::vector<ZipDirectoryEntry>& entries) {
+  files = bytes = 0;
+  for (const ZipDirectoryEntry& entry : entries) {
+    *files += entry.name.ends_with('/') ? 0 : 1;
+    *bytes += entry.size;
+  }
+}
+
+std::string logBlock(const RunRecord& record, const Locale& locale) {
+  Block block;
+  const std::wstring start = locale.format(record.start, kMoment);
+  block.begin(start + L" " + kindText(record.kind) + L": " + record.title);
+  block.add(L"Resultado", std::wstring(resultText(record.result)));
+  if (record.hasTrouble()) {
+    block.add(L"Avisos del motor", L"código " + std::to_wstring(record.engineCode.value_or(0)) + L", " +
+                                       std::to_wstring(record.remarks.count()) + L" mensajes");
+  }
+  block.add(L"Copia", record.set);
+  block.add(L"Datos", record.data);
+  block.add(L"Inicio", start);
+  block.add(L"Fin", locale.format(record.end, kMoment));
+  block.add(L"Archivos", record.files);
+  block.add(L"Bytes", record.bytes);
+  block.add(L"Tamaño de la copia", record.setBytes);
+  block.add(L"Código del motor", record.engineCode);
+  if (record.proven) block.add(L"Comprobada", std::wstring(*record.proven ? L"sí" : L"no"));
+  if (record.errorNumber) block.add(L"Error", std::to_wstring(*record.errorNumber) + L"-" + record.errorText);
+  addShown(block, record.shown);
+  addRemarks(block, record.remarks);
+  return utf8(block.end());
+}
+
+std::string logWith(std::string_view old, std::string_view block, std::size_t most) {
+  if (old.starts_with(kMark)) old.remove_prefix(kMark.size());
+  const std::size_t taken = kMark.size() + block.size();
+  const std::size_t room = most > taken ? most - taken : 0;
+  const std::size_t begin = blockFrom(old, old.size() > room ? old.size() - room : 0);
+  std::string log(kMark);
+  if (begin != std::string_view::npos) log += old.substr(begin);
+  return log.append(block);
+}
+
+}  // namespace qev

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Shows that a release depends on the commit alone: builds it twice, in two folders of different names, under different
-# time zones and file permissions, and compares the packages byte by byte. Takes some ten minutes, so it is no part of the tests.
+# time zones and file permissions, and compares the packages byte by byte. It compiles everything four times (two
+# architectures, twice), so it is run by hand, before a release, and is no part of the tests.
 #
 #   tools/check-reproducible.sh [COMMIT]     HEAD where none is named
 set -euo pipefail

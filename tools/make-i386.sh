@@ -91,9 +91,9 @@ bring_project() {
   for item in tools tests hosts build/x86 build/release dist; do
     "${as_root[@]}" rm -rf "${project:?}/$item"
     "${as_root[@]}" mkdir -p "$project/$item"
-    [ $item = build/x86 ] || [ ! -d $item ] || "${as_root[@]}" cp -r $item/. "$project/$item"
+    [ $item = build/x86 ] || [ ! -d $item ] || "${as_root[@]}" cp -r --preserve=timestamps $item/. "$project/$item"
   done
-  "${as_root[@]}" cp -r build/x86/{*.exe,*.[dD][lL][lL],archives,sidebyside} "$project/build/x86"
+  "${as_root[@]}" cp -r --preserve=timestamps build/x86/{*.exe,*.[dD][lL][lL],archives,sidebyside} "$project/build/x86"
   "${as_root[@]}" cp CMakeLists.txt "$project"
 }
 

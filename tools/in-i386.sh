@@ -16,10 +16,10 @@ if [ "${1:-}" = --inside ]; then
   [ "${1:-}" != --disks ] || { disks=yes; shift; }
   . tools/env.sh
   make_prefix
-  if [ $disks = yes ]; then
-    tools/test-disks.sh
-    . tools/env.sh
-  fi
+  # Disks of an earlier call went with its mounts: their folders must not pass for disks.
+  tools/test-disks.sh --undo
+  [ $disks = no ] || tools/test-disks.sh
+  . tools/env.sh
   export -f win
   status=0
   "$@" || status=$?

@@ -28,7 +28,8 @@ snapshot() { # NAME
     win reg export "$part" "$work/part.reg" /y >/dev/null
     iconv -f UTF-16 -t UTF-8 "$work/part.reg" | tr -d '\r'
   done | awk -v RS= -v ORS='\n\n' '!/^\[HKEY_CURRENT_USER\\Software\\Wine/' >"$work/$1.registry"
-  find "$DRIVE_C" ! \( -path '*/Temp/~nsu*' -empty \) | sort >"$work/$1.folders"
+  # The work folder, with the record of the runs, is its user's, as the sets are.
+  find "$DRIVE_C" ! \( -path '*/Temp/~nsu*' -empty \) ! -path '*/AppData/Local/QevBackup*' | sort >"$work/$1.folders"
 }
 
 fresh_prefix set-up

@@ -23,7 +23,7 @@ make_locale() {
 wine_env=(LOCPATH="$BUILD/locale" LC_ALL=es_ES.UTF-8 WINEPREFIX="$PREFIX" WINEDEBUG=-all WINEARCH=$wine_architecture
   WINEDLLOVERRIDES="mscoree,mshtml,winemenubuilder.exe=" QEV_SCREENSHOTS="Z:${SCREENSHOTS//\//\\}")
 
-[ ! -d "$BUILD/small-disk" ] || wine_env+=(QEV_SMALL_DISK="Z:${BUILD//\//\\}\\small-disk")
+! mountpoint -q "$BUILD/small-disk" || wine_env+=(QEV_SMALL_DISK="Z:${BUILD//\//\\}\\small-disk")
 [ ! -d "$BUILD/linked-folder" ] || wine_env+=(QEV_LINKED_FOLDER="Z:${BUILD//\//\\}\\linked-folder")
 
 win() { env "${wine_env[@]}" wine "$@" 2> >(grep -v 'wine32 is missing\|multiarch needs\|dpkg --add-architecture\|apt-get install wine32\|FS volume label and serial' >&2); }

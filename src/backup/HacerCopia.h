@@ -4,8 +4,7 @@
 // good, and the set that it replaces is there until then:
 //
 //   - the new set is built beside the target, under its name and ".nueva"; the old one is not touched;
-//   - a data folder that is missing, and every code of the engine but 0 - files that it could not open or read -, end
-//   the
+//   - a data folder that is missing, and every code of the engine but 0 (files that it could not open or read), end the
 //     run as a failure with that code and what the engine says;
 //   - the new set is tested, every entry against its CRC-32, by the unzip engine, the header line before it and all;
 //   - only then it takes the target's name, in one step, or is cut for disks.

@@ -42,16 +42,14 @@ std::uint64_t copyBytes(FileReader& from, FileReplacement& to, std::uint64_t cou
   return copied;
 }
 
+// `copied`, where there is one, is told the bytes so far, once for each buffer.
 void copyRest(FileReader& from, FileReplacement& to, std::span<std::byte> buffer, EventLoop& eventLoop,
               const std::function<void(std::uint64_t)>& copied = nullptr) {
-  if (copied) {
-    for (std::uint64_t sum = 0, got = 1; got > 0; sum += got) {
-      got = copyBytes(from, to, buffer.size(), buffer, eventLoop);
-      copied(sum + got);
-    }
-    return;
+  std::uint64_t sum = 0;
+  while (const std::uint64_t got = copyBytes(from, to, buffer.size(), buffer, eventLoop)) {
+    sum += got;
+    if (copied) copied(sum);
   }
-  copyBytes(from, to, std::numeric_limits<std::uint64_t>::max(), buffer, eventLoop);
 }
 
 // Takes the characters of a text file's first item one by one.

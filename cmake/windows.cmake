@@ -48,6 +48,7 @@ add_library(qev_windows STATIC
   src/platform/TextPromptWindows.cpp
   src/platform/Variant.cpp
   src/platform/Win32Error.cpp
+  src/zip/ArchiveCheck.cpp
   src/zip/CZipFiles.cpp
   src/zip/CUnzipFiles.cpp
   src/zip/EngineLibrary.cpp

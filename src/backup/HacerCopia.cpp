@@ -6,7 +6,7 @@
 #include "backup/DiskCopy.h"
 #include "backup/RunLog.h"
 #include "schedule/CalcularProximaCopia.h"
-#include "zip/TestProgress.h"
+#include "zip/ArchiveCheck.h"
 
 namespace qev {
 namespace {
@@ -197,29 +197,23 @@ void BackupRun::noteContents() {
 }
 
 // The set is tested where it is: it is these bytes that take the old one's place. Of the header line before the archive
-// the engine has a remark, which is none.
+// the engine has a remark, which is none. An archive without entries is no backup, however sound.
 void BackupRun::prove() {
   record_.proven = false;
   view_.showResult(L" Comprobando la copia de seguridad...");
-  TestProgress progress(contents().value_or(std::vector<ZipDirectoryEntry>()));
-  EngineRemarks remarks;
-  CUnzipFiles tester(platform_, loadTester_);
-  tester.onMessage = [&](const std::wstring& text) {
-    progress.message(text);
-    remarks.message(text);
-    const double part =
-        progress.total() == 0 ? 1 : static_cast<double>(progress.done()) / static_cast<double>(progress.total());
+  const auto entries = contents().value_or(std::vector<ZipDirectoryEntry>());
+  ArchiveCheck check(platform_, loadTester_, buildPath_, entries);
+  check.onProgress = [&](std::uint64_t done) {
+    const double part = check.total() == 0 ? 1 : static_cast<double>(done) / static_cast<double>(check.total());
     view_.showProgress(kArchivingSafely + static_cast<int>((kWholeBar - kArchivingSafely) * part));
   };
-  tester.setZipFileName(buildPath_);
-  std::int32_t code = tester.Test();
-  const bool good = code == UZ_OK || code == UZ_WARN;
-  if (good && progress.empty()) code = UZ_NOZIP;  // an archive without entries is no backup, however sound
-  record_.proven = good && !progress.empty();
+  std::int32_t code = check.run();
+  if (ArchiveCheck::isSound(code) && entries.empty()) code = UZ_NOZIP;
+  record_.proven = ArchiveCheck::isSound(code);
   if (*record_.proven) return;
   record_.engineCode = code;
-  for (const std::wstring& line : remarks.lines()) record_.remarks.message(line + kLine);
-  throw AutomationError(code, L"RvUnZipFiles::Test", L"Copia dañada: " + remarks.inOneLine(kLongestRemark));
+  for (const std::wstring& line : check.remarks().lines()) record_.remarks.message(line + kLine);
+  throw AutomationError(code, L"RvUnZipFiles::Test", L"Copia dañada: " + check.remarks().inOneLine(kLongestRemark));
 }
 
 bool BackupRun::copyToDisks() {

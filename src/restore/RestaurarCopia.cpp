@@ -3,14 +3,13 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <array>
 #include <limits>
 #include <string_view>
 #include <utility>
 
 #include "backup/DiskCopy.h"
 #include "restore/RestoreProgress.h"
-#include "zip/TestProgress.h"
+#include "zip/ArchiveCheck.h"
 
 namespace qev {
 namespace {
@@ -41,25 +40,17 @@ bool isPlace(const std::wstring& directory) {
          directory.find_first_of(L"*?\"<>|") == std::wstring::npos;
 }
 
-// The engine's text as a message box can show it. What was restored without a remark goes first when there is too much.
-std::wstring shownMessages(const std::wstring& messages) {
+// The engine's text as a message box can show it: what it remarks alone where the whole is too much.
+std::wstring shownMessages(const std::wstring& messages, const EngineRemarks& remarks) {
   constexpr std::size_t mostLines = 30;
   constexpr std::size_t mostCharacters = 4000;
   if (std::count(messages.begin(), messages.end(), L'\n') <= static_cast<std::ptrdiff_t>(2 * mostLines) &&
       messages.size() <= mostCharacters) {
     return messages;
   }
-  constexpr std::array<std::wstring_view, 4> routine = {L"  inflating: ", L" extracting: ", L"   creating: ",
-                                                        L"Archive: "};
   std::wstring shown;
   std::size_t lines = 0;
-  for (std::size_t begin = 0; begin < messages.size();) {
-    const std::size_t end = std::min(messages.find_first_of(L"\r\n", begin), messages.size());
-    const auto line = std::wstring_view(messages).substr(begin, end - begin);
-    begin = end + 1;
-    const bool says = line.find_first_not_of(L" .") != std::wstring_view::npos &&
-                      std::none_of(routine.begin(), routine.end(), [&](auto text) { return line.starts_with(text); });
-    if (!says) continue;
+  for (const std::wstring& line : remarks.lines()) {
     if (++lines > mostLines || shown.size() + line.size() > mostCharacters) return shown + L"...";
     shown.append(line) += L"\r\n";
   }
@@ -265,9 +256,11 @@ void RestoreRun::extract(const std::wstring& set) {
     tested = toTest;
   }
 
+  EngineRemarks remarks;
   CUnzipFiles zip(platform_, loadEngine_);
   zip.onMessage = [&](const std::wstring& text) {
     progress.message(text);
+    remarks.message(text);
     record_.remarks.message(text);
     show(toCopy);
   };
@@ -276,7 +269,7 @@ void RestoreRun::extract(const std::wstring& set) {
   zip.setHonorDirectories(choice_.keepFolders);
   const std::int32_t code = zip.Unzip();
   record_.engineCode = std::max(code, record_.engineCode.value_or(0));
-  if (code != 0) platform_.messages.show(shownMessages(zip.GetLastMessage()), L"", message::kOk);
+  if (code != 0) platform_.messages.show(shownMessages(zip.GetLastMessage(), remarks), L"", message::kOk);
 }
 
 // Nothing has been written yet where the data is.
@@ -286,22 +279,15 @@ void RestoreRun::prove(const std::wstring& payload, const std::wstring& set,
   constexpr std::size_t longestRemark = 1000;  // characters
   record_.proven = false;
   view_.showTesting(true);
-  TestProgress progress(entries);
-  EngineRemarks remarks;
-  CUnzipFiles tester(platform_, loadEngine_);
-  tester.onMessage = [&](const std::wstring& text) {
-    progress.message(text);
-    remarks.message(text);
-    record_.remarks.message(text);
-    tested(progress.done());
-  };
-  tester.setZipFileName(payload);
-  const std::int32_t code = tester.Test();
+  ArchiveCheck check(platform_, loadEngine_, payload, entries);
+  check.onProgress = tested;
+  const std::int32_t code = check.run();
   record_.engineCode = code;
-  if (code != UZ_OK && code != UZ_WARN) {
+  for (const std::wstring& line : check.remarks().lines()) record_.remarks.message(line + L"\r\n");
+  if (!ArchiveCheck::isSound(code)) {
     throw refusal(
         L"La copia de seguridad está dañada. No se ha restaurado nada: los datos siguen como estaban.\r\n\r\n" + set +
-        L"\r\n\r\n" + std::to_wstring(code) + L"-" + remarks.inOneLine(longestRemark));
+        L"\r\n\r\n" + std::to_wstring(code) + L"-" + check.remarks().inOneLine(longestRemark));
   }
   record_.proven = true;
   view_.showTesting(false);

@@ -21,8 +21,6 @@ class TestProgress {
   // Takes the next piece of engine text, cut anywhere.
   void message(std::wstring_view text);
 
-  bool empty() const { return before_.size() == 1; }
-
   // Bytes of all entries; of those tested so far: never more, and never less than before.
   std::uint64_t total() const { return before_.back(); }
   std::uint64_t done() const { return done_; }

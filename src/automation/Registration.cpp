@@ -19,8 +19,10 @@ constexpr wchar_t kVersion[] = L"1.0";
 
 #ifdef _WIN64
 constexpr SYSKIND kSystem = SYS_WIN64;
+constexpr REGSAM kOtherView = KEY_WOW64_32KEY;
 #else
 constexpr SYSKIND kSystem = SYS_WIN32;
+constexpr REGSAM kOtherView = KEY_WOW64_64KEY;
 #endif
 
 std::wstring textOf(const GUID& id) {
@@ -89,11 +91,22 @@ LSTATUS removeTree(const UniqueKey& classes, const std::wstring& path) {
   return status == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : status;
 }
 
+// Whether the library of the other architecture is registered. A 32-bit system has one view only, whatever is asked
+// for: REQUIRES that this class is gone.
+bool otherClassStands() {
+  HKEY key = nullptr;
+  const LSTATUS status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, (L"Software\\Classes\\" + classKey()).c_str(), 0,
+                                       KEY_QUERY_VALUE | kOtherView, &key);
+  const UniqueKey other(key);
+  return status == ERROR_SUCCESS;
+}
+
+// Both architectures have a class of their own and share the ProgID: the last to go takes it along.
 LSTATUS removeClass() {
   UniqueKey classes;
   LSTATUS status = openClasses(DELETE | KEY_ENUMERATE_SUB_KEYS | KEY_QUERY_VALUE | KEY_SET_VALUE, classes);
-  if (status == ERROR_SUCCESS) status = removeTree(classes, kProgId);
   if (status == ERROR_SUCCESS) status = removeTree(classes, classKey());
+  if (status == ERROR_SUCCESS && !otherClassStands()) status = removeTree(classes, kProgId);
   return status;
 }
 

@@ -460,6 +460,47 @@ TEST(Registration, LeavesNothingBehind) {
   EXPECT_EQ(S_OK, loaded.call("DllUnregisterServer")) << "a second time does no harm";
 }
 
+// The class of the library's other architecture, as its registration leaves it.
+class OtherArchitecture {
+ public:
+  OtherArchitecture() {
+    HKEY key = nullptr;
+    RegCreateKeyExW(HKEY_LOCAL_MACHINE, kPath, 0, nullptr, 0, KEY_SET_VALUE | kView, nullptr, &key, nullptr);
+    UniqueKey(key).reset();
+  }
+  OtherArchitecture(const OtherArchitecture&) = delete;
+  OtherArchitecture& operator=(const OtherArchitecture&) = delete;
+  ~OtherArchitecture() { remove(); }
+
+  void remove() { RegDeleteKeyExW(HKEY_LOCAL_MACHINE, kPath, kView, 0); }
+
+  // A 32-bit system has one view: there is no other architecture.
+  static bool isPossible() {
+    BOOL beside64 = FALSE;
+    return sizeof(void*) == 8 || (IsWow64Process(GetCurrentProcess(), &beside64) && beside64);
+  }
+
+ private:
+  static constexpr wchar_t kPath[] = L"Software\\Classes\\CLSID\\{0AC7F841-5908-4EC9-A1C7-BB195E07CBE5}";
+  static constexpr REGSAM kView = sizeof(void*) == 8 ? KEY_WOW64_32KEY : KEY_WOW64_64KEY;
+};
+
+TEST(Registration, TheLastArchitectureToGoTakesTheSharedProgIdAlong) {
+  if (!OtherArchitecture::isPossible()) GTEST_SKIP() << "this system has one architecture";
+  const auto progIdStands = [] {
+    CLSID id;
+    return SUCCEEDED(CLSIDFromProgID(L"QevBackup.MCBackup", &id));
+  };
+  const LoadedLibrary loaded;
+  ASSERT_EQ(S_OK, loaded.call("DllRegisterServer"));
+  OtherArchitecture other;
+  EXPECT_EQ(S_OK, loaded.call("DllUnregisterServer"));
+  EXPECT_TRUE(progIdStands());
+  other.remove();
+  EXPECT_EQ(S_OK, loaded.call("DllUnregisterServer"));
+  EXPECT_FALSE(progIdStands());
+}
+
 TEST(Registration, SaysApartmentAndTheFullPath) {
   const LoadedLibrary loaded;
   ASSERT_EQ(S_OK, loaded.call("DllRegisterServer"));

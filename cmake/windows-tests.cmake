@@ -29,7 +29,7 @@ endif()
 
 add_executable(EngineTest
   tests/engine/EngineFixture.cpp tests/engine/EngineTest.cpp tests/engine/ProcessUse.cpp
-  tests/engine/LayoutTest.cpp tests/engine/UnzipEngineTest.cpp tests/engine/UnzipFixture.cpp tests/engine/UnzipSafetyTest.cpp
+  tests/engine/LayoutTest.cpp tests/engine/UnzipEngineTest.cpp tests/engine/UnzipFixture.cpp tests/engine/UnzipPasswordTest.cpp tests/engine/UnzipSafetyTest.cpp
   tests/support/ZipWriter.cpp)
 target_include_directories(EngineTest PRIVATE engine tests)
 target_link_libraries(EngineTest PRIVATE gmock_main psapi)

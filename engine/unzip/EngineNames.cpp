@@ -84,11 +84,10 @@ char* qevCleanUtf8(const char* name) {
   return names::utf8From(name, names::isUtf8(name, strlen(name)) ? CP_UTF8 : CP_ACP);
 }
 
-// `to` has room for three times the bytes of `password`.
-void qevPasswordToUtf8(char* to, const char* password) {
-  char* const converted = names::utf8FromAnsi(password);
-  const size_t room = 3 * strlen(password);
-  strncpy(to, converted != nullptr ? converted : password, room);
+void qevAnsiToUtf8(char* to, const char* text) {
+  char* const converted = names::utf8FromAnsi(text);
+  const size_t room = 3 * strlen(text);
+  strncpy(to, converted != nullptr ? converted : text, room);
   to[room] = '\0';
   qevFree(converted);
 }

@@ -2,8 +2,7 @@
  * they are, with their headers. */
 #include "EngineSources.h"
 
-#define UNZIP_INTERNAL
-#include "unzip.h"
+#include "EnginePasswords.h"
 #include "windll/windll.h"
 
 void* pG;
@@ -53,6 +52,7 @@ static int run(void* argument) {
   const struct QevRequest* const request = argument;
   globalsCtor();
   inData = 0;
+  qevBeginPasswords();
   memset(&callbacks, 0, sizeof callbacks);
   callbacks.replace = replace;
   callbacks.SendApplicationMessage = listEntry;
@@ -89,6 +89,7 @@ int qevRunSources(const struct QevRequest* request, struct QevTotals* totals) {
 
 int UZ_EXP UzpMessagePrnt(zvoid* globals, uch* text, ulg size, int flags) {
   (void)globals;
+  if (qevIsTrial() && G.incnt >= 0) return 0; /* below 0: the archive cannot be read, which ends the run */
   if (inData) {
     qevPrintRaw((const char*)text, size);
   } else if (!MSG_NO_WDLL(flags)) {
@@ -116,24 +117,6 @@ int UZ_EXP UzpInput(zvoid* globals, uch* text, int* size, int flags) {
 size_t qevRoomAt(const char* to) {
   const char* const first = (const char*)slide;
   return to >= first && to < first + WSIZE ? (size_t)(first + WSIZE - to) : 0;
-}
-
-/* ---- Passwords ---- */
-
-int UZ_EXP UzpPassword(zvoid* globals, int* retries, char* to, int size, ZCONST char* archive, ZCONST char* name) {
-  (void)globals, (void)archive;
-  *retries = 0;
-  G.nopwd = TRUE; /* the one question of this run */
-  return qevAskPassword(to, size, name) ? IZ_PW_ENTERED : IZ_PW_CANCELALL;
-}
-
-/* Of the sources, under another name. */
-int qevSourceDecrypt(ZCONST char* password);
-
-int decrypt(ZCONST char* password) {
-  const int code = qevSourceDecrypt(password);
-  if (code == PK_WARN) qevRaise(IZ_BADPWD);
-  return code;
 }
 
 /* ---- The archive ---- */
@@ -278,6 +261,11 @@ int qevSourceFlush(uch* data, ulg size, int unshrink);
 int flush(uch* data, ulg size, int unshrink) {
   const struct QevEntry entry = entryNow();
   int code;
+  if (qevIsTrial()) {
+    if (qevCountTrial(size)) return qevSourceFlush(data, size, unshrink);
+    G.disk_full = 1; /* as below */
+    return PK_DISK;
+  }
   switch (qevCountOutput(&entry, G.pInfo->offset, size, uO.qflag == 0 && !uO.cflag)) {
     case qevYieldGood: break;
     case qevYieldTooMuch:

@@ -1,5 +1,5 @@
 /* What the unzip sources and the C++ parts of the engine know of each other. The sources' own headers are seen by
- * EngineSources.c alone, which stands between them. */
+ * EngineSources.c and EnginePasswords.c alone, which stand between them. */
 #ifndef QEV_ENGINE_SOURCES_H
 #define QEV_ENGINE_SOURCES_H
 
@@ -114,6 +114,9 @@ int qevAskPassword(char* to, int size, const char* name);
 void qevListEntry(unsigned long long size, unsigned long long packedSize, unsigned factor, unsigned month, unsigned day,
                   unsigned year, unsigned hour, unsigned minute, char check, const char* name, const char* method,
                   unsigned long checksum, char encrypted);
+
+/* A text of the ANSI code page in UTF-8; `to` has room for three times its bytes and an ending zero. */
+void qevAnsiToUtf8(char* to, const char* text);
 
 /* A copy (the run's) of a name in UTF-8, if it is not UTF-8 already; else null. */
 char* qevForeignToUtf8(const char* name, int isOem);

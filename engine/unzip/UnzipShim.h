@@ -54,7 +54,13 @@ struct tm* qevLocalTime(const time_t* time);
 
 /* Names of entries. They are UTF-8 inside the sources. */
 void qevNameToUtf8(char* name, int host, int hostVersion, int hasUnixAttributes, int isLocal);
+
+/* Forms of a password, see EnginePasswords.h; `to` has room for three times its bytes and an ending zero. */
+void qevPasswordToOem(char* to, const char* password);
 void qevPasswordToUtf8(char* to, const char* password);
+
+/* Restores, tests or prints the current entry, which `extract`, of the sources, does; answers its code. */
+int qevExtractMember(int (*extract)(void));
 
 #ifdef __cplusplus
 }
@@ -114,6 +120,8 @@ void qevPasswordToUtf8(char* to, const char* password);
 #define longjmp(point, code) qevExit(3) /* after a read error: PK_BADERR */
 
 /* The password is tried as it is (ANSI), in the OEM code page, and in UTF-8. */
+#undef AnsiToOem
+#define AnsiToOem(password, to) qevPasswordToOem(to, password)
 #define STR_TO_CP3(to, password) (qevPasswordToUtf8(to, password), to)
 
 #endif /* QEV_ENGINE_SOURCE */

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "platform/AutomationError.h"
+#include "support/ErrorOf.h"
 #include "support/FakePlatform.h"
 
 #ifdef _WIN32
@@ -41,17 +42,6 @@ std::vector<std::wstring> pathsOf(const std::vector<ListedFile>& files) {
   std::vector<std::wstring> paths;
   for (const auto& file : files) paths.push_back(file.path);
   return paths;
-}
-
-// The number of the error that `action` throws, 0 when it throws none.
-template <typename Action>
-std::int32_t numberOf(Action action) {
-  try {
-    action();
-    return 0;
-  } catch (const AutomationError& error) {
-    return error.number();
-  }
 }
 
 TEST(NewestFirst, IsExactlyWhatTheExchangeSortGives) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/AutomationError.h"
+#include "support/ErrorOf.h"
 #include "support/FakePlatform.h"
 
 namespace qev::test {
@@ -163,10 +164,7 @@ TEST_F(DiskCopyTest, AWorkingCopyThatCannotBeDeletedIsLeftAndWasNotForced) {
   UndeletableFiles files;
   files.putFolder(L"A:\\");
   FakeWorkFolder workFolder(files);
-  Platform platform{fake.registry,   files,           fake.clock,         fake.drives,
-                    fake.messages,   fake.locale,     workFolder,         fake.sound,
-                    fake.keyboard,   fake.eventLoop,  fake.folderChooser, fake.accessibility,
-                    fake.textPrompt, fake.fileChooser};
+  Platform platform = with(fake.platform(), files, workFolder);
   files.put(kWorkingCopy, "PK");
   SetFormat(platform, state).writeHeader(kWorkingCopy, fake.clock.now(), 1, 1, L"C:");
   fake.messages.onShow = nullptr;
@@ -356,12 +354,7 @@ TEST_F(DiskCopyTest, ASetThatCannotBeCutIsAnErrorBeforeAnyDiskIsAskedForAndTheSe
   putSet(archiveOf(1'500'000));
   const std::string set = fake.files.bytes(kWorkingCopy);
   fake.files.denyWriting(std::wstring(kWorkingCopy) + L"2", kDiskFull);
-  try {
-    run();
-    ADD_FAILURE() << "nothing was thrown";
-  } catch (const AutomationError& error) {
-    EXPECT_EQ(error.number(), 61);
-  }
+  EXPECT_EQ(numberOf([this] { run(); }), 61);
   EXPECT_EQ(fake.files.bytes(kWorkingCopy), set);
   EXPECT_THAT(fake.messages.shown, IsEmpty());
 }

@@ -7,6 +7,7 @@
 #include <map>
 
 #include "platform/AutomationError.h"
+#include "support/ErrorOf.h"
 #include "support/FakePlatform.h"
 #include "support/MemoryPeak.h"
 
@@ -51,16 +52,6 @@ bool operator==(const CurrentSet& a, const CurrentSet& b) {
 
 class SetFormatTest : public testing::Test, protected Sandbox {
  protected:
-  // The number of the error that `action` ends in, 0 for none.
-  static std::int32_t errorOf(const std::function<void()>& action) {
-    try {
-      action();
-    } catch (const AutomationError& error) {
-      return error.number();
-    }
-    return 0;
-  }
-
   void put(std::string_view bytes) { fake.files.put(kPath, bytes); }
   std::string bytes() const { return fake.files.bytes(kPath); }
   void writeHeader(const std::wstring& path = kPath) {
@@ -112,7 +103,7 @@ TEST_F(SetFormatTest, WritingAHeaderOntoAFileThatDoesNotExistCreatesTheHeaderAnd
 }
 
 TEST_F(SetFormatTest, WritingAHeaderIntoAFolderThatDoesNotExistRaises76) {
-  EXPECT_EQ(errorOf([&] { writeHeader(); }), 76);
+  EXPECT_EQ(numberOf([&] { writeHeader(); }), 76);
   EXPECT_FALSE(fake.files.fileExists(kPath));
 }
 
@@ -144,15 +135,15 @@ TEST_F(SetFormatTest, TitleAndDirectoryGoInAsTheyAre) {
 TEST_F(SetFormatTest, AFileThatCannotBeReadIsNotReplacedByABareHeader) {
   put(kArchive);
   fake.files.makeUnreadable(kPath);
-  EXPECT_EQ(errorOf([&] { writeHeader(); }), 70);
-  EXPECT_EQ(errorOf([&] { format.stripHeader(kPath, false); }), 70);
+  EXPECT_EQ(numberOf([&] { writeHeader(); }), 70);
+  EXPECT_EQ(numberOf([&] { format.stripHeader(kPath, false); }), 70);
   EXPECT_EQ(bytes(), kArchive);
 }
 
 TEST_F(SetFormatTest, AFullDiskLeavesTheArchiveAsItWas) {
   put(kArchive);
   fake.files.capacity = 2 * kArchive.size() + golden().size() - 1;
-  EXPECT_EQ(errorOf([&] { writeHeader(); }), 61);
+  EXPECT_EQ(numberOf([&] { writeHeader(); }), 61);
   EXPECT_EQ(bytes(), kArchive);
 }
 
@@ -218,7 +209,7 @@ TEST_F(SetFormatTest, StrippingAFileThatDoesNotExistCreatesAnEmptyOne) {
 
 TEST_F(SetFormatTest, StrippingAFileThatDoesNotExistWithParsingRaises9AndCreatesNone) {
   fake.files.putFolder(L"C:\\Copias");
-  EXPECT_EQ(errorOf([&] { format.stripHeader(kPath, true); }), 9);
+  EXPECT_EQ(numberOf([&] { format.stripHeader(kPath, true); }), 9);
   EXPECT_FALSE(fake.files.fileExists(kPath));
 }
 
@@ -262,7 +253,7 @@ TEST_F(SetFormatTest, ATitleWithASemicolonShiftsTheFieldsThatFollow) {
   state.title = L"Ventas;Compras";
   put(kArchive);
   writeHeader();
-  EXPECT_EQ(errorOf([&] { format.stripHeader(kPath, true); }), 13);
+  EXPECT_EQ(numberOf([&] { format.stripHeader(kPath, true); }), 13);
 }
 
 struct BrokenHeader {
@@ -277,11 +268,11 @@ TEST_P(BrokenHeaders, RaisesAndLeavesTheFileAndTheCurrentSet) {
   state.currentSet = sentinel;
   const std::string content = GetParam().line + "\r\n" + kArchive;
   put(content);
-  EXPECT_EQ(errorOf([&] { format.stripHeader(kPath, true); }), GetParam().error);
+  EXPECT_EQ(numberOf([&] { format.stripHeader(kPath, true); }), GetParam().error);
   EXPECT_TRUE(bytes() == content);
-  EXPECT_EQ(errorOf([&] { format.splitIntoVolumes(kPath, 4); }), GetParam().error);
+  EXPECT_EQ(numberOf([&] { format.splitIntoVolumes(kPath, 4); }), GetParam().error);
   EXPECT_TRUE(bytes() == content);
-  EXPECT_EQ(errorOf([&] { format.parseHeader(ansi(GetParam().line)); }), GetParam().error);
+  EXPECT_EQ(numberOf([&] { format.parseHeader(ansi(GetParam().line)); }), GetParam().error);
   EXPECT_TRUE(state.currentSet == sentinel);
   EXPECT_EQ(fake.files.paths().size(), 1u);
   EXPECT_EQ(fake.files.openReaders(), 0u);
@@ -320,7 +311,7 @@ TEST_F(SetFormatTest, NumbersWithLeadingZerosAreReadWhateverTheirLength) {
 TEST_F(SetFormatTest, FieldsBehindTheFirstMiBOfALineAreMissing) {
   const std::string content = "Programa : " + std::string(2'000'000, 'x') + golden() + kArchive;
   put(content);
-  EXPECT_EQ(errorOf([&] { format.stripHeader(kPath, true); }), 9);
+  EXPECT_EQ(numberOf([&] { format.stripHeader(kPath, true); }), 9);
   EXPECT_TRUE(bytes() == content);
 }
 
@@ -398,18 +389,18 @@ TEST_F(SetFormatTest, NoTitleMatchesNoEmptyFile) {
 
 TEST_F(SetFormatTest, AMissingFileRaises53AndAnUnreadableOneItsError) {
   fake.files.putFolder(L"C:\\Copias");
-  EXPECT_EQ(errorOf([&] { format.checkSet(kPath); }), 53);
+  EXPECT_EQ(numberOf([&] { format.checkSet(kPath); }), 53);
   put(golden());
   fake.files.makeUnreadable(kPath, kDiskNotReady);
-  EXPECT_EQ(errorOf([&] { format.checkSet(kPath); }), 71);
+  EXPECT_EQ(numberOf([&] { format.checkSet(kPath); }), 71);
 }
 
 TEST_F(SetFormatTest, AMatchWithABrokenHeaderRaisesAndLeavesTheCurrentSet) {
   state.currentSet = sentinel;
   put("Programa : Gestion;Fecha Creaci\xF3n : nunca;;;;\r\n");
-  EXPECT_EQ(errorOf([&] { format.checkSet(kPath); }), 13);
+  EXPECT_EQ(numberOf([&] { format.checkSet(kPath); }), 13);
   put("Programa : Gestion\r\n");
-  EXPECT_EQ(errorOf([&] { format.checkSet(kPath); }), 9);
+  EXPECT_EQ(numberOf([&] { format.checkSet(kPath); }), 9);
   EXPECT_TRUE(state.currentSet == sentinel);
 }
 
@@ -505,22 +496,22 @@ TEST_F(SetFormatTest, EveryRewriteExchangesDayAndMonthOfASmallDateAgain) {
 
 TEST_F(SetFormatTest, APieceSizeOfZeroIsADivisionErrorAndNothingIsLost) {
   put(golden() + kArchive);
-  EXPECT_EQ(errorOf([&] { format.splitIntoVolumes(kPath, 0); }), 11);
+  EXPECT_EQ(numberOf([&] { format.splitIntoVolumes(kPath, 0); }), 11);
   EXPECT_EQ(bytes(), golden() + kArchive);
   put(golden());
-  EXPECT_EQ(errorOf([&] { format.splitIntoVolumes(kPath, 0); }), 11);
+  EXPECT_EQ(numberOf([&] { format.splitIntoVolumes(kPath, 0); }), 11);
 }
 
 TEST_F(SetFormatTest, MoreThan32767VolumesOverflowBeforeAPieceIsWritten) {
   put(golden() + std::string(32768, 'v'));
-  EXPECT_EQ(errorOf([&] { format.splitIntoVolumes(kPath, 1); }), 6);
+  EXPECT_EQ(numberOf([&] { format.splitIntoVolumes(kPath, 1); }), 6);
   EXPECT_TRUE(bytes() == golden() + std::string(32768, 'v'));
   EXPECT_EQ(fake.files.paths().size(), 1u);
 }
 
 TEST_F(SetFormatTest, A65536thVolumeDoesNotPassForNone) {
   put(golden() + std::string(65536, 'v'));
-  EXPECT_EQ(errorOf([&] { format.splitIntoVolumes(kPath, 1); }), 6);
+  EXPECT_EQ(numberOf([&] { format.splitIntoVolumes(kPath, 1); }), 6);
 }
 
 TEST_F(SetFormatTest, JoiningStripsThePiecesAndMakesASetOfOneVolume) {
@@ -576,11 +567,11 @@ TEST_F(SetFormatTest, ThePayloadOfASetWithoutAnyIsEmpty) {
 
 TEST_F(SetFormatTest, APayloadOfWhatIsNoSetIsNotWritten) {
   fake.files.putFolder(L"C:\\Copias");
-  EXPECT_EQ(errorOf([&] { format.extractPayload(kPath, kCopy); }), 53);
+  EXPECT_EQ(numberOf([&] { format.extractPayload(kPath, kCopy); }), 53);
   put(kArchive);
-  EXPECT_EQ(errorOf([&] { format.extractPayload(kPath, kCopy); }), 9);
+  EXPECT_EQ(numberOf([&] { format.extractPayload(kPath, kCopy); }), 9);
   put("");
-  EXPECT_EQ(errorOf([&] { format.extractPayload(kPath, kCopy); }), 9);
+  EXPECT_EQ(numberOf([&] { format.extractPayload(kPath, kCopy); }), 9);
   EXPECT_FALSE(fake.files.fileExists(kCopy));
 }
 
@@ -588,7 +579,7 @@ TEST_F(SetFormatTest, APayloadThatADiskHasNoRoomForLeavesNothingBehind) {
   put(golden() + std::string(5000, 'x'));
   fake.files.putFolder(L"C:\\Trabajo\\temp");
   fake.files.capacity = 1000;
-  EXPECT_EQ(errorOf([&] { format.extractPayload(kPath, kCopy); }), 61);
+  EXPECT_EQ(numberOf([&] { format.extractPayload(kPath, kCopy); }), 61);
   EXPECT_FALSE(fake.files.fileExists(kCopy));
   EXPECT_EQ(bytes(), golden() + std::string(5000, 'x'));
 }
@@ -750,8 +741,8 @@ TEST_F(LargeSets, AGiBWithoutLineEndIsStrippedToAnEmptyFile) {
 
 TEST_F(LargeSets, AGiBWithoutLineEndCannotBeParsedAndStays) {
   fake.files.putRun(kPath, 'x', kGiB);
-  bounded([&] { EXPECT_EQ(errorOf([&] { format.stripHeader(kPath, true); }), 9); });
-  bounded([&] { EXPECT_EQ(errorOf([&] { format.splitIntoVolumes(kPath, SetFormat::kVolumeBytes); }), 9); });
+  bounded([&] { EXPECT_EQ(numberOf([&] { format.stripHeader(kPath, true); }), 9); });
+  bounded([&] { EXPECT_EQ(numberOf([&] { format.splitIntoVolumes(kPath, SetFormat::kVolumeBytes); }), 9); });
   EXPECT_EQ(fake.files.fileSize(kPath), kGiB);
 }
 

@@ -4,11 +4,13 @@
 #include <gtest/gtest.h>
 
 #include "platform/AutomationError.h"
+#include "support/ErrorOf.h"
 #include "support/SpanishLocale.h"
 
 namespace qev {
 namespace {
 
+using test::numberOf;
 using test::SpanishLocale;
 
 class ListTableTest : public ::testing::Test {
@@ -26,16 +28,6 @@ class ListTableTest : public ::testing::Test {
       for (std::int32_t column = 0; column < columns; ++column) all.push_back(table.text(column, row));
     }
     return all;
-  }
-
-  template <typename Call>
-  static std::int32_t errorOf(const Call& call) {
-    try {
-      call();
-    } catch (const AutomationError& error) {
-      return error.number();
-    }
-    return 0;
   }
 };
 
@@ -61,8 +53,8 @@ TEST_F(ListTableTest, EmptyPiecesAreCells) {
 }
 
 TEST_F(ListTableTest, NoColumnsAreADivisionByZero) {
-  EXPECT_EQ(errorOf([&] { values(L"A;B", 0); }), kDivisionByZero);
-  EXPECT_EQ(errorOf([&] { values(L"A;B", -1); }), kDivisionByZero);
+  EXPECT_EQ(numberOf([&] { values(L"A;B", 0); }), kDivisionByZero);
+  EXPECT_EQ(numberOf([&] { values(L"A;B", -1); }), kDivisionByZero);
 }
 
 TEST_F(ListTableTest, MoreColumnsThanValuesAreNoRow) {
@@ -99,14 +91,14 @@ TEST_F(ListTableTest, ARowIsAddedBeforeAnotherOrAtTheEnd) {
   table.AddRow(3, {L"final"});
   table.AddRow(2, {L"medio"});
   EXPECT_EQ(texts(table), (Texts{L"principio", L"A", L"medio", L"B", L"final"}));
-  EXPECT_EQ(errorOf([&] { table.AddRow(6, {L"x"}); }), kSubscriptOutOfRange);
-  EXPECT_EQ(errorOf([&] { table.AddRow(-1, {L"x"}); }), kSubscriptOutOfRange);
+  EXPECT_EQ(numberOf([&] { table.AddRow(6, {L"x"}); }), kSubscriptOutOfRange);
+  EXPECT_EQ(numberOf([&] { table.AddRow(-1, {L"x"}); }), kSubscriptOutOfRange);
   EXPECT_EQ(table.rowCount(), 5);
 }
 
 TEST_F(ListTableTest, AFullTableTakesNoMoreRows) {
   ListTable table = rows(std::vector<ListTable::Row>(32'767));
-  EXPECT_EQ(errorOf([&] { table.AddRow(0, {L"x"}); }), kOverflow);
+  EXPECT_EQ(numberOf([&] { table.AddRow(0, {L"x"}); }), kOverflow);
 }
 
 TEST_F(ListTableTest, ARowIsReplacedCellByCell) {
@@ -115,8 +107,8 @@ TEST_F(ListTableTest, ARowIsReplacedCellByCell) {
   EXPECT_EQ(texts(table, 2), (Texts{L"1", L"uno", L"3", L"tres"}));
   table.setCell(1, 0, L"UNO");
   EXPECT_EQ(table.text(1, 0), L"UNO");
-  EXPECT_EQ(errorOf([&] { table.UpdateRow(2, {}); }), kSubscriptOutOfRange);
-  EXPECT_EQ(errorOf([&] { table.setCell(0, 2, L"x"); }), kSubscriptOutOfRange);
+  EXPECT_EQ(numberOf([&] { table.UpdateRow(2, {}); }), kSubscriptOutOfRange);
+  EXPECT_EQ(numberOf([&] { table.setCell(0, 2, L"x"); }), kSubscriptOutOfRange);
 }
 
 TEST_F(ListTableTest, TypedTextFindsTheFirstRowThatBeginsWithItInAnyLetterCase) {

@@ -13,6 +13,8 @@
 
 #include "platform/AutomationError.h"
 #include "platform/Handle.h"
+#include "support/ErrorOf.h"
+#include "support/SmallDisk.h"
 #include "support/TemporaryFolder.h"
 
 namespace qev::test {
@@ -23,17 +25,6 @@ using testing::IsEmpty;
 
 std::span<const std::byte> asBytes(std::string_view text) {
   return std::as_bytes(std::span(text.data(), text.size()));
-}
-
-// The number of the error that `action` throws, 0 when it throws none.
-template <typename Action>
-std::int32_t numberOf(Action action) {
-  try {
-    action();
-    return 0;
-  } catch (const AutomationError& error) {
-    return error.number();
-  }
 }
 
 class FileSystemWindowsTest : public testing::Test {
@@ -217,11 +208,10 @@ TEST_F(FileSystemWindowsTest, ARelativePathCountsFromTheCurrentFolder) {
   EXPECT_EQ(folder.bytes(L"a.qev"), "aquí");
 }
 
-// A disk of a few hundred kilobytes, which the test's surroundings provide: its folder is in QEV_SMALL_DISK.
 TEST_F(FileSystemWindowsTest, AFullDiskIs61AndTheOldFileStaysAlone) {
-  const wchar_t* disk = _wgetenv(L"QEV_SMALL_DISK");
-  if (!disk) GTEST_SKIP() << "QEV_SMALL_DISK names no small disk";
-  const std::wstring path = std::wstring(disk) + L"\\a.qev";
+  const auto disk = smallDisk();
+  if (!disk) GTEST_SKIP() << kNoSmallDisk;
+  const std::wstring path = *disk + L"\\a.qev";
   const auto old = files.replaceFile(path);
   old->write(asBytes("viejo"));
   old->commit();
@@ -234,16 +224,16 @@ TEST_F(FileSystemWindowsTest, AFullDiskIs61AndTheOldFileStaysAlone) {
             61);
   EXPECT_EQ(files.fileSize(path), 5u);
   std::vector<std::wstring> left;
-  files.walkFiles(std::wstring(disk) + L"\\", [&](const std::wstring& found, std::uint64_t) { left.push_back(found); });
+  files.walkFiles(*disk + L"\\", [&](const std::wstring& found, std::uint64_t) { left.push_back(found); });
   EXPECT_THAT(left, ElementsAre(path));
   files.deleteFile(path, true);
 }
 
 TEST_F(FileSystemWindowsTest, ACopyToAFullDiskIs61AndNoHalfCopyStays) {
-  const wchar_t* disk = _wgetenv(L"QEV_SMALL_DISK");
-  if (!disk) GTEST_SKIP() << "QEV_SMALL_DISK names no small disk";
+  const auto disk = smallDisk();
+  if (!disk) GTEST_SKIP() << kNoSmallDisk;
   folder.write(L"grande", std::string(8 << 20, 'x'));
-  const std::wstring path = std::wstring(disk) + L"\\grande";
+  const std::wstring path = *disk + L"\\grande";
   for (const bool replacing : {false, true}) {
     if (replacing) {
       folder.write(L"pequeño", "viejo");
@@ -309,12 +299,8 @@ TEST_F(FileSystemWindowsTest, AFolderIsCreatedOnceAndItsParentMustExist) {
 }
 
 TEST_F(FileSystemWindowsTest, AnErrorNamesThePath) {
-  try {
-    files.openForReading(folder / L"no.txt");
-    ADD_FAILURE() << "nothing was thrown";
-  } catch (const AutomationError& error) {
-    EXPECT_EQ(error.description(), describeError(53) + L": " + (folder / L"no.txt"));
-  }
+  const auto error = errorOf([&] { files.openForReading(folder / L"no.txt"); });
+  EXPECT_EQ(error.description(), describeError(53) + L": " + (folder / L"no.txt"));
 }
 
 // --- Deleting ---

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/AutomationError.h"
+#include "support/ErrorOf.h"
 #include "support/FakePlatform.h"
 
 namespace qev::test {
@@ -17,16 +18,6 @@ namespace {
 
 std::wstring text(const wchar_t* value) {
   return value;
-}
-
-template <typename Action>
-std::int32_t numberOf(Action action) {
-  try {
-    action();
-    return 0;
-  } catch (const AutomationError& error) {
-    return error.number();
-  }
 }
 
 class LocaleWindowsTest : public testing::Test {

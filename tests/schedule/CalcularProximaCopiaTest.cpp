@@ -8,6 +8,7 @@
 #include <random>
 
 #include "platform/AutomationError.h"
+#include "support/ErrorOf.h"
 #include "support/FakePlatform.h"
 
 namespace qev::test {
@@ -72,15 +73,10 @@ class CalcularProximaCopiaTest : public testing::Test {
   // The number of the error that the computation ends in; `ProximaCopia` must keep its value.
   std::int32_t errorOf(const Stored& stored) {
     store(stored);
-    try {
-      CalcularProximaCopia(settings, fake.clock, fake.locale);
-    } catch (const AutomationError& error) {
-      EXPECT_EQ(proximaCopia(), text(L"antes"));
-      EXPECT_TRUE(fake.registry.writes.empty());
-      return error.number();
-    }
-    ADD_FAILURE() << "no error";
-    return 0;
+    const auto error = test::errorOf([this] { CalcularProximaCopia(settings, fake.clock, fake.locale); });
+    EXPECT_EQ(proximaCopia(), text(L"antes"));
+    EXPECT_TRUE(fake.registry.writes.empty());
+    return error.number();
   }
 
   FakePlatform fake;

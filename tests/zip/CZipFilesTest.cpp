@@ -18,8 +18,10 @@
 #include "platform/FileSystem.h"
 #include "platform/LocaleWindows.h"
 #include "platform/Module.h"
+#include "support/ErrorOf.h"
 #include "support/FakePlatform.h"
 #include "support/RecordingEngine.h"
+#include "support/SmallDisk.h"
 #include "support/TemporaryFolder.h"
 #include "zip/EngineMessages.h"
 
@@ -41,18 +43,6 @@ std::string utf8(const std::wstring& text) {
                                        static_cast<int>(bytes.size()), nullptr, nullptr);
   bytes.resize(static_cast<std::size_t>(size));
   return bytes;
-}
-
-// The error that `action` throws; fails the test when it throws none.
-template <typename Action>
-AutomationError errorOf(Action action) {
-  try {
-    action();
-  } catch (const AutomationError& error) {
-    return error;
-  }
-  ADD_FAILURE() << "nothing was thrown";
-  return AutomationError(0, L"", L"");
 }
 
 // --- The list and the properties ---
@@ -881,15 +871,14 @@ TEST_F(ZipRoundTripTest, AMissingTargetFolderIsACodeAndAMessageAndTheEngineServe
   EXPECT_EQ(zip.MakeZipFile(), ZP_OK);
 }
 
-// A disk of a few hundred kilobytes, which the test's surroundings provide: its folder is in QEV_SMALL_DISK.
 TEST_F(ZipRoundTripTest, AFullDiskIsACodeAndAMessageAndLeavesNothingBehind) {
-  const wchar_t* disk = _wgetenv(L"QEV_SMALL_DISK");
-  if (!disk) GTEST_SKIP() << "QEV_SMALL_DISK names no small disk";
+  const auto disk = smallDisk();
+  if (!disk) GTEST_SKIP() << kNoSmallDisk;
   std::string noise(4 << 20, '\0');
   std::uint32_t state = 1;
   for (char& c : noise) c = static_cast<char>((state = state * 1664525u + 1013904223u) >> 24);
   folder.write(L"Datos\\grande.db", noise);
-  const std::wstring archive = std::wstring(disk) + L"\\copia.zip";
+  const std::wstring archive = *disk + L"\\copia.zip";
   zip.AddFile(everything());
   zip.setZipFileName(archive);
   const int code = zip.MakeZipFile();

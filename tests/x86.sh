@@ -4,17 +4,17 @@ prepare_x86() { tools/install.sh x86 && tools/make-i386.sh; }
 
 if prepare_x86 >build/x86.prepare.log 2>&1; then
   in_x86=(tools/in-i386.sh)
-  suite "library, 32-bit" "${in_x86[@]}" --disks on_display tools/run-win.sh build/x86/qev_tests.exe
+  windows=yes suite "library, 32-bit" "${in_x86[@]}" --disks on_display tools/run-win.sh build/x86/qev_tests.exe
   if [ "$filter" = '*' ]; then
     for percent in 125 150 200; do
-      filter='*AtThisScale.*' suite "dialogs at $percent percent, 32-bit" \
+      filter='*AtThisScale.*' windows=yes suite "dialogs at $percent percent, 32-bit" \
         "${in_x86[@]}" tools/at-scale.sh "$percent" tools/run-win.sh build/x86/qev_tests.exe
     done
   fi
   suite "engine, 32-bit" "${in_x86[@]}" --disks on_display tools/run-win.sh build/x86/EngineTest.exe
   check "archives read back by 7-Zip and Python, 32-bit" \
     "${in_x86[@]}" on_display env WINE=/project/tools/run-win.sh tests/engine/check_archives.sh build/x86
-  suite "automation object, early bound, 32-bit" "${in_x86[@]}" --disks on_display tools/run-win.sh build/x86/qev_host_tests.exe
+  windows=yes suite "automation object, early bound, 32-bit" "${in_x86[@]}" --disks on_display tools/run-win.sh build/x86/qev_host_tests.exe
   check "regsvr32 registers the library, 32-bit" "${in_x86[@]}" win regsvr32 /s 'Z:\project\dist\x86\QevBackup.dll'
   check "VBScript host, late bound, 32-bit" "${in_x86[@]}" on_display tests/hosts/run-script.sh tests/hosts/late-bound.vbs
   check "JScript host, late bound, 32-bit" "${in_x86[@]}" on_display tests/hosts/run-script.sh tests/hosts/late-bound.js

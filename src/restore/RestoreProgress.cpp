@@ -8,6 +8,8 @@ namespace qev {
 namespace {
 
 constexpr std::array<std::wstring_view, 2> kBeginnings = {L"  inflating: ", L" extracting: "};
+constexpr std::size_t kBeginningLength = kBeginnings[0].size();
+static_assert(kBeginnings[1].size() == kBeginningLength);
 constexpr std::uint64_t kBytesPerDot = 1 << 20;
 constexpr std::size_t kLongestLine = 70'000;  // characters; names have 16-bit lengths
 constexpr std::size_t kLookAhead = 1000;      // entries that may have been passed over without a line
@@ -23,14 +25,6 @@ std::wstring commonPart(const std::string& name) {
   for (const char c : name) {
     const auto byte = static_cast<unsigned char>(c);
     if (readsTheSame(byte)) common += static_cast<wchar_t>(byte);
-  }
-  return common;
-}
-
-std::wstring commonPart(std::wstring_view name) {
-  std::wstring common;
-  for (const wchar_t c : name) {
-    if (readsTheSame(static_cast<unsigned>(c))) common += c;
   }
   return common;
 }
@@ -61,20 +55,29 @@ void RestoreProgress::character(wchar_t c) {
     advance(sum(entry.before, std::min(++dots_ * kBytesPerDot, entry.size)));
     return;
   }
-  if (line_.size() < kLongestLine) line_ += c;
+  add(c);
   // Behind the name of an entry that is large enough stands a blank, and dots follow.
-  if (c == L' ' && begin(kBytesPerDot + 1)) inDots_ = true;
+  if (c == L' ' && !isSearched_ && begin(kBytesPerDot + 1)) inDots_ = true;
+}
+
+void RestoreProgress::add(wchar_t c) {
+  if (length_ == kLongestLine) return;
+  ++length_;
+  if (length_ <= kBeginningLength) {
+    beginning_ += c;
+  } else if (readsTheSame(static_cast<unsigned>(c))) {
+    name_ += c;
+    isSearched_ = false;
+  }
 }
 
 // Whether the line names an entry of so many bytes or more, which is next_ then.
 bool RestoreProgress::begin(std::uint64_t smallest) {
-  const auto beginning = std::find_if(kBeginnings.begin(), kBeginnings.end(),
-                                      [this](std::wstring_view text) { return line_.starts_with(text); });
-  if (beginning == kBeginnings.end() || line_.size() == beginning->size()) return false;
-  const std::wstring name = commonPart(std::wstring_view(line_).substr(beginning->size()));
+  if (length_ <= kBeginningLength || std::ranges::find(kBeginnings, beginning_) == kBeginnings.end()) return false;
+  isSearched_ = true;
   const std::size_t end = std::min(entries_.size(), next_ + kLookAhead);
   for (std::size_t i = next_; i < end; ++i) {
-    if (entries_[i].name != name || entries_[i].size < smallest) continue;
+    if (entries_[i].name != name_ || entries_[i].size < smallest) continue;
     next_ = i;
     advance(entries_[i].before);
     return true;
@@ -87,7 +90,10 @@ void RestoreProgress::endLine() {
     advance(sum(entries_[next_].before, entries_[next_].size));
     ++next_;
   }
-  line_.clear();
+  length_ = 0;
+  beginning_.clear();
+  name_.clear();
+  isSearched_ = false;
   inDots_ = false;
   dots_ = 0;
 }

@@ -34,6 +34,7 @@ class RestoreProgress {
   };
 
   void character(wchar_t c);
+  void add(wchar_t c);
   bool begin(std::uint64_t smallest);
   void endLine();
   void advance(std::uint64_t done);
@@ -43,8 +44,13 @@ class RestoreProgress {
   std::uint64_t total_ = 0;
   std::uint64_t done_ = 0;
 
-  std::wstring line_;    // the line so far, up to the length that any line of interest has
-  bool inDots_ = false;  // the line names entry next_, and dots follow
+  // The line so far, up to the length that any line of interest has. What may be a name is looked for when it has
+  // grown, not with each blank, of which a name may have many.
+  std::size_t length_ = 0;   // characters
+  std::wstring beginning_;   // the first of them, which tell whether a name follows
+  std::wstring name_;        // what of the others reads the same in every code page
+  bool isSearched_ = false;  // no large entry has that name
+  bool inDots_ = false;      // the line names entry next_, and dots follow
   std::uint64_t dots_ = 0;
 };
 

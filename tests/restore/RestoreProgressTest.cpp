@@ -55,6 +55,38 @@ TEST(RestoreProgress, LinesOfOtherThingsCountForNothing) {
   EXPECT_EQ(0u, none.total());
 }
 
+TEST(RestoreProgress, KnowsALargeFileWhoseNameIsOfManyBlanksByTheDotsAndByTheEndOfItsLine) {
+  const std::string blanks(65'000, ' ');
+  const std::wstring shown(65'000, L' ');
+  RestoreProgress progress({{"a" + blanks + "b", 3 * kMiB}, {blanks, 2 * kMiB}, {"c" + blanks, kMiB}});
+  progress.message(L"  inflating: a" + shown);
+  EXPECT_EQ(0u, progress.done());
+  progress.message(L"b .");
+  EXPECT_EQ(kMiB, progress.done());
+  progress.message(L"\r\n extracting: " + shown);
+  EXPECT_EQ(3 * kMiB, progress.done());
+  progress.message(L".");
+  EXPECT_EQ(4 * kMiB, progress.done());
+  progress.message(L"\r\n extracting: c" + shown + L"\r\n");
+  EXPECT_EQ(6 * kMiB, progress.done());
+}
+
+TEST(RestoreProgress, ABlankInANameIsNoEndOfIt) {
+  RestoreProgress progress({{"a", 100}, {"a b c.db", 2 * kMiB}});
+  progress.message(L"  inflating: a\r\n  inflating: a b c.db");
+  EXPECT_EQ(100u, progress.done());
+  progress.message(L" .");
+  EXPECT_EQ(100 + kMiB, progress.done());
+}
+
+TEST(RestoreProgress, PassesOverLinesLongerThanAnyName) {
+  RestoreProgress progress = three();
+  progress.message(L"  inflating: Datos/a.txt" + std::wstring(200'000, L'x') + L" \r\n");
+  EXPECT_EQ(0u, progress.done());
+  progress.message(L"  inflating: Datos/a.txt" + std::wstring(200'000, L' ') + L"\r\n");
+  EXPECT_EQ(100u, progress.done());
+}
+
 TEST(RestoreProgress, NeverGoesBack) {
   RestoreProgress progress = three();
   progress.message(L"  inflating: Datos/big.db ..\r\n  inflating: Datos/a.txt\r\n");

@@ -19,6 +19,7 @@
 #include "platform/Handle.h"
 #include "support/FakePlatform.h"
 #include "support/RecordingEngine.h"
+#include "support/SmallDisk.h"
 #include "support/TemporaryFolder.h"
 
 namespace qev::test {
@@ -65,9 +66,7 @@ class RunLogTest : public testing::Test {
   TemporaryFolder folder_;
   FakePlatform fake_;
   Platform& system_ = systemPlatform();
-  Platform platform_{fake_.registry,      system_.files,       fake_.clock,      fake_.drives,     fake_.messages,
-                     system_.locale,      fake_.workFolder,    fake_.sound,      fake_.keyboard,   fake_.eventLoop,
-                     fake_.folderChooser, fake_.accessibility, fake_.textPrompt, fake_.fileChooser};
+  Platform platform_ = with(fake_.platform(), system_.files, system_.locale);
 };
 
 TEST_F(RunLogTest, BlocksFollowOneAnother) {
@@ -126,13 +125,12 @@ TEST_F(RunLogTest, AReadOnlyLogIsWrittenAllTheSame) {
   EXPECT_THAT(titlesIn(log()), ElementsAre("Gestion", "Otra"));
 }
 
-// A disk of a few hundred kilobytes, which the test's surroundings provide: its folder is in QEV_SMALL_DISK.
 TEST_F(RunLogTest, OnAFullDiskTheLogStaysWholeAndNothingElseIsLeft) {
-  const wchar_t* disk = _wgetenv(L"QEV_SMALL_DISK");
-  if (!disk) GTEST_SKIP() << "QEV_SMALL_DISK names no small disk";
-  const std::wstring log = std::wstring(disk) + L"\\registro.log";
-  const std::wstring filler = std::wstring(disk) + L"\\relleno";
-  useFolder(disk);
+  const auto disk = smallDisk();
+  if (!disk) GTEST_SKIP() << kNoSmallDisk;
+  const std::wstring log = *disk + L"\\registro.log";
+  const std::wstring filler = *disk + L"\\relleno";
+  useFolder(*disk);
   add(L"Gestion");
   const std::uint64_t size = system_.files.fileSize(log);
   EXPECT_GT(size, 0u);
@@ -140,7 +138,7 @@ TEST_F(RunLogTest, OnAFullDiskTheLogStaysWholeAndNothingElseIsLeft) {
   add(L"Otra");
   EXPECT_EQ(size, system_.files.fileSize(log));
   std::vector<std::wstring> left;
-  system_.files.walkFiles(std::wstring(disk) + L"\\",
+  system_.files.walkFiles(*disk + L"\\",
                           [&](const std::wstring& path, std::uint64_t) { left.push_back(fileNamePart(path)); });
   EXPECT_THAT(left, testing::UnorderedElementsAre(L"registro.log", L"relleno"));
   DeleteFileW(filler.c_str());

@@ -12,6 +12,7 @@
 #include "support/FakePlatform.h"
 #include "support/RecordingEngine.h"
 #include "support/RecordingUnzipEngine.h"
+#include "support/SmallDisk.h"
 #include "support/TemporaryFolder.h"
 #include "support/ZipWriter.h"
 
@@ -437,9 +438,7 @@ class SafeModeOnDisk : public testing::Test {
   TemporaryFolder folder_;
   FakePlatform fake_;
   Platform& system_ = systemPlatform();
-  Platform platform_{fake_.registry,      system_.files,       fake_.clock,      fake_.drives,     fake_.messages,
-                     system_.locale,      fake_.workFolder,    fake_.sound,      fake_.keyboard,   fake_.eventLoop,
-                     fake_.folderChooser, fake_.accessibility, fake_.textPrompt, fake_.fileChooser};
+  Platform platform_ = with(fake_.platform(), system_.files, system_.locale);
   LibraryState state_;
   SettingsStore settings_{fake_.registry, state_.settingsKey};
   RecordingView view_;
@@ -474,11 +473,10 @@ TEST_F(SafeModeOnDisk, ADataFileThatAnotherProgramHasOpenIsAFailureThatNamesIt) 
   expectOldAlone();
 }
 
-// A disk of a few hundred kilobytes, which the test's surroundings provide: its folder is in QEV_SMALL_DISK.
 TEST_F(SafeModeOnDisk, AFullDiskIsAFailureAndTheOldSetStaysAlone) {
-  const wchar_t* disk = _wgetenv(L"QEV_SMALL_DISK");
-  if (!disk) GTEST_SKIP() << "QEV_SMALL_DISK names no small disk";
-  const std::wstring onDisk = std::wstring(disk) + L"\\copia.qev";
+  const auto disk = smallDisk();
+  if (!disk) GTEST_SKIP() << kNoSmallDisk;
+  const std::wstring onDisk = *disk + L"\\copia.qev";
   for (const int copies : {1, 5}) {  // the set does not fit beside its archive; the archive does not fit
     for (int i = 1; i < copies; ++i) folder_.write(L"Prog\\Datos\\Emp01\\" + std::to_wstring(i) + L".db", noise());
     std::ofstream(onDisk.c_str(), std::ios::binary) << std::string(150'000, 'v');
@@ -489,7 +487,7 @@ TEST_F(SafeModeOnDisk, AFullDiskIsAFailureAndTheOldSetStaysAlone) {
                                      HasSubstr(L"-Copia incompleta: zip I/O error: No space left on device")));
     EXPECT_EQ(150'000u, system_.files.fileSize(onDisk));
     std::vector<std::wstring> left;
-    system_.files.walkFiles(std::wstring(disk) + L"\\",
+    system_.files.walkFiles(*disk + L"\\",
                             [&](const std::wstring& path, std::uint64_t) { left.push_back(fileNamePart(path)); });
     EXPECT_THAT(left, ElementsAre(L"copia.qev"));
   }

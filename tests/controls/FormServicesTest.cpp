@@ -219,11 +219,7 @@ TEST_F(FormServicesTest, ADisabledFieldTypesNoTabIntoAnotherApplication) {
     int keys = 0;
     void sendKey(std::uint8_t, bool) override { ++keys; }
   } keyboard;
-  Platform counted{platform_.registry,   platform_.files,         platform_.clock,
-                   platform_.drives,     platform_.messages,      platform_.locale,
-                   platform_.workFolder, platform_.sound,         keyboard,
-                   platform_.eventLoop,  platform_.folderChooser, platform_.accessibility,
-                   platform_.textPrompt, platform_.fileChooser};
+  Platform counted = test::with(platform_, keyboard);
   form_->field(2).setPlatform(counted);
   form_->field(2).setEnabled(false);
   const HWND another = CreateWindowExW(0, L"STATIC", L"Otra", WS_POPUP | WS_VISIBLE, 500, 20, 100, 60, nullptr, nullptr,

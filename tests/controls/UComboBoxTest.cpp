@@ -52,20 +52,8 @@ class UComboBoxTest : public ::testing::Test {
   }
 
   test::FakePlatform fakes_;
-  Platform platform_{fakes_.registry,
-                     fakes_.files,
-                     fakes_.clock,
-                     fakes_.drives,
-                     fakes_.messages,
-                     systemPlatform().locale,
-                     fakes_.workFolder,
-                     fakes_.sound,
-                     systemPlatform().keyboard,
-                     systemPlatform().eventLoop,
-                     fakes_.folderChooser,
-                     fakes_.accessibility,
-                     fakes_.textPrompt,
-                     fakes_.fileChooser};
+  Platform platform_ =
+      test::with(fakes_.platform(), systemPlatform().locale, systemPlatform().keyboard, systemPlatform().eventLoop);
   Strings events_;
   std::unique_ptr<TestForm> form_ = std::make_unique<TestForm>(layout());
 

@@ -46,10 +46,7 @@ class UTextBoxTest : public ::testing::Test {
  protected:
   test::FakePlatform fakes_;
   CountedKeyboard keyboard_;
-  Platform platform_{
-      fakes_.registry,         fakes_.files,         fakes_.clock,      fakes_.drives,     fakes_.messages,
-      systemPlatform().locale, fakes_.workFolder,    fakes_.sound,      keyboard_,         systemPlatform().eventLoop,
-      fakes_.folderChooser,    fakes_.accessibility, fakes_.textPrompt, fakes_.fileChooser};
+  Platform platform_ = test::with(fakes_.platform(), systemPlatform().locale, keyboard_, systemPlatform().eventLoop);
   std::vector<std::string> events_;
   std::unique_ptr<TestForm> form_ = makeForm(3);
 
@@ -478,10 +475,7 @@ TEST_F(UTextBoxTest, AFormDestroyedWhileItsMessageIsShownDoesNoHarm) {
 }
 
 TEST_F(UTextBoxTest, TheRealMessageBoxShowsTheEntryAsItsTitle) {
-  Platform real = platform_;
-  Platform withBox{real.registry,      real.files,         real.clock,      real.drives,     systemPlatform().messages,
-                   real.locale,        real.workFolder,    real.sound,      real.keyboard,   real.eventLoop,
-                   real.folderChooser, real.accessibility, real.textPrompt, real.fileChooser};
+  Platform withBox = test::with(platform_, systemPlatform().messages);
   field(1).setPlatform(withBox);
   field(2).setPlatform(withBox);
   field(1).setDatatype(DataType::Date);

@@ -154,11 +154,4 @@ std::optional<std::wstring> FakeTextPrompt::ask(const std::wstring& prompt, cons
   return std::nullopt;
 }
 
-// --- FakePlatform ---
-
-Platform FakePlatform::platformWith(Locale& otherLocale) {
-  return {registry, files,    clock,     drives,        messages,      otherLocale, workFolder,
-          sound,    keyboard, eventLoop, folderChooser, accessibility, textPrompt,  fileChooser};
-}
-
 }  // namespace qev::test

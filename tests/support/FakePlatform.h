@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <tuple>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -221,6 +222,36 @@ class FakeAccessibility : public Accessibility {
   void clearName(WindowHandle window) override { cleared += static_cast<int>(names.erase(window)); }
 };
 
+namespace replaced {
+
+template <typename Service>
+Service& by(Service& present) {
+  return present;
+}
+
+template <typename Service, typename Other, typename... Others>
+Service& by(Service& present, Other& other, Others&... others) {
+  if constexpr (std::is_base_of_v<Service, Other>) {
+    return other;
+  } else {
+    return by(present, others...);
+  }
+}
+
+}  // namespace replaced
+
+// The same platform with other services, each in place of the one that serves for the same.
+template <typename... Services>
+Platform with(const Platform& platform, Services&... others) {
+  return {replaced::by(platform.registry, others...),      replaced::by(platform.files, others...),
+          replaced::by(platform.clock, others...),         replaced::by(platform.drives, others...),
+          replaced::by(platform.messages, others...),      replaced::by(platform.locale, others...),
+          replaced::by(platform.workFolder, others...),    replaced::by(platform.sound, others...),
+          replaced::by(platform.keyboard, others...),      replaced::by(platform.eventLoop, others...),
+          replaced::by(platform.folderChooser, others...), replaced::by(platform.accessibility, others...),
+          replaced::by(platform.textPrompt, others...),    replaced::by(platform.fileChooser, others...)};
+}
+
 // All of them together; the services are there for the test to set up and to look at.
 class FakePlatform {
  public:
@@ -241,9 +272,6 @@ class FakePlatform {
 
   // The seam that the code under test takes.
   Platform& platform() { return platform_; }
-
-  // The seam with some other service in place of one of these, for instance the system's locale.
-  Platform platformWith(Locale& otherLocale);
 
  private:
   Platform platform_{registry, files,    clock,     drives,        messages,      locale,     workFolder,

@@ -121,20 +121,7 @@ class BackupDialog : public testing::Test {
 
   FakePlatform fake_;
   LocaleWindows locale_;
-  Platform platform_{fake_.registry,
-                     fake_.files,
-                     fake_.clock,
-                     fake_.drives,
-                     fake_.messages,
-                     locale_,
-                     fake_.workFolder,
-                     fake_.sound,
-                     systemPlatform().keyboard,
-                     systemPlatform().eventLoop,
-                     fake_.folderChooser,
-                     fake_.accessibility,
-                     fake_.textPrompt,
-                     fake_.fileChooser};
+  Platform platform_ = with(fake_.platform(), locale_, systemPlatform().keyboard, systemPlatform().eventLoop);
   LibraryState state_;
   bool realKeys_ = true;  // false: the test sends messages to the controls, and need not wait for the keyboard
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <map>
 
+#include "support/TextFit.h"
 #include "windows/BackupDialog.h"
 
 namespace qev::test {
@@ -65,18 +66,6 @@ class DialogAtThisScale : public BackupDialog {
     return area;
   }
 
-  // The room that a text takes within `width` pixels, in the font of its window.
-  static SIZE roomFor(HWND window, const std::wstring& text, int width, UINT flags) {
-    RECT area{0, 0, width, 0};
-    const HDC device = GetDC(window);
-    {
-      const SelectedObject font(device, reinterpret_cast<HFONT>(SendMessageW(window, WM_GETFONT, 0, 0)));
-      DrawTextW(device, text.c_str(), -1, &area, DT_CALCRECT | flags);
-    }
-    ReleaseDC(window, device);
-    return {area.right, area.bottom};
-  }
-
   void expectTextFits(HWND window) const {
     wchar_t text[2048] = L"";
     GetWindowTextW(window, text, 2048);
@@ -87,7 +76,7 @@ class DialogAtThisScale : public BackupDialog {
       if ((style & SS_TYPEMASK) > SS_RIGHT) return;
       UINT flags = DT_WORDBREAK | DT_EXPANDTABS | ((style & SS_EDITCONTROL) ? DT_EDITCONTROL : 0);
       if ((style & SS_TYPEMASK) == SS_RIGHT) flags |= DT_RIGHT;
-      const SIZE room = roomFor(window, text, client.right, flags);
+      const SIZE room = roomForText(window, text, client.right, flags);
       EXPECT_LE(room.cx, client.right) << testing::PrintToString(std::wstring(text));
       EXPECT_LE(room.cy, client.bottom) << testing::PrintToString(std::wstring(text));
     } else if (className(window) == L"Button" && (style & BS_TYPEMASK) != BS_GROUPBOX && !(style & BS_ICON)) {

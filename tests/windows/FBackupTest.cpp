@@ -1,4 +1,4 @@
-// The backup window: a real window on a real display, driven from a second thread while the first is inside
+// The backup window: a real window on a real display, with a user on a second thread while the first is inside
 // showModal().
 #include "backup/FBackup.h"
 
@@ -15,8 +15,9 @@
 
 #include "platform/LocaleWindows.h"
 #include "resources/resource.h"
-#include "support/RealInput.h"
+#include "support/Hands.h"
 #include "support/Screenshot.h"
+#include "support/TextFit.h"
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
@@ -88,33 +89,7 @@ ZipEngine loadBlind() {
   return engine;
 }
 
-bool waitFor(const std::function<bool()>& condition, std::chrono::milliseconds limit = 20s) {
-  const auto deadline = std::chrono::steady_clock::now() + limit;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    std::this_thread::sleep_for(20ms);
-  }
-  return true;
-}
-
-std::wstring windowText(HWND window) {
-  wchar_t text[2048];
-  const auto length = SendMessageW(window, WM_GETTEXT, 2048, reinterpret_cast<LPARAM>(text));
-  return std::wstring(text, static_cast<std::size_t>(length));
-}
-
-// The text of a control of the window; of an entry control, that of its edit box.
-std::wstring textOf(HWND form, int id) {
-  const HWND control = GetDlgItem(form, id);
-  const HWND edit = GetWindow(control, GW_CHILD);
-  return windowText(edit ? edit : control);
-}
-
-HWND findForm() {
-  return FindWindowW(L"#32770", kTitle);
-}
-
-class BackupWindow : public testing::Test {
+class BackupWindow : public testing::Test, public Hands {
  protected:
   void SetUp() override {
     wchar_t temp[MAX_PATH];
@@ -148,16 +123,12 @@ class BackupWindow : public testing::Test {
     slow::files = count;
   }
 
-  // Shows the window while `user` does what a user would; fails when the window is still open long after.
+  // Shows the window while `user` does what a user would.
   void show(const std::function<void(HWND form)>& user, CZipFiles::EngineLoader engine = slow::load) {
-    std::thread hands([&] {
-      ASSERT_TRUE(waitFor([] { return findForm() && IsWindowVisible(findForm()); }));
-      user(findForm());
-    });
     FBackup window(systemPlatform(), state_, std::move(engine));
     window.RutaDestino = target();
-    window.showModal();
-    hands.join();
+    const auto showModal = [&] { window.showModal(); };
+    use(kTitle, FBackup_TResultado, showModal, user);
   }
 
   std::wstring target() const { return (root_ / L"copia.qev").wstring(); }
@@ -210,7 +181,7 @@ TEST_F(BackupWindow, ShowsAFailureAndStaysOpen) {
         std::this_thread::sleep_for(300ms);
         saveScreenshot(form, L"FBackup-errores");
         EXPECT_TRUE(IsWindowVisible(form)) << "a failure never closes the window";
-        clickOn(form, GetDlgItem(form, FBackup_BAceptar));
+        click(form, FBackup_BAceptar);
       },
       []() -> ZipEngine { throw AutomationError(kFileNotFound, L"VANTO5.DLL"); });
   EXPECT_TRUE(state_.finished);
@@ -229,18 +200,10 @@ TEST_F(BackupWindow, AFailureOfSafeModeFitsTheWindow) {
         EXPECT_NE(std::wstring::npos,
                   text.find(L"Error: 18-Copia incompleta: zip warning: could not open for reading"));
         EXPECT_NE(std::wstring::npos, text.find(L"La próxima copia de seguridad"));
-        RECT room{}, needed{};
-        GetClientRect(result, &room);
-        needed.right = room.right;
-        const HDC dc = GetDC(result);
-        const HGDIOBJ old = SelectObject(dc, reinterpret_cast<HFONT>(SendMessageW(result, WM_GETFONT, 0, 0)));
-        DrawTextW(dc, text.c_str(), -1, &needed, DT_CALCRECT | DT_WORDBREAK | DT_EDITCONTROL | DT_NOPREFIX);
-        SelectObject(dc, old);
-        ReleaseDC(result, dc);
-        EXPECT_LE(needed.bottom, room.bottom);
+        EXPECT_TRUE(fitsWrapped(result));
         std::this_thread::sleep_for(300ms);
         saveScreenshot(form, L"FBackup-modo-seguro");
-        clickOn(form, GetDlgItem(form, FBackup_BAceptar));
+        click(form, FBackup_BAceptar);
       },
       loadBlind);
   EXPECT_FALSE(fs::exists(target()));
@@ -255,7 +218,7 @@ TEST_F(BackupWindow, NamesTheKindOfBackup) {
     show([&, expected = text](HWND form) {
       ASSERT_TRUE(finished(form));
       EXPECT_EQ(expected, textOf(form, FBackup_Metodo));
-      clickOn(form, GetDlgItem(form, FBackup_BAceptar));
+      click(form, FBackup_BAceptar);
     });
   }
 }
@@ -274,7 +237,7 @@ TEST_F(BackupWindow, StaysOpenAfterAManualBackup) {
     ASSERT_TRUE(finished(form));
     std::this_thread::sleep_for(300ms);
     EXPECT_TRUE(IsWindow(form));
-    clickOn(form, GetDlgItem(form, FBackup_BAceptar));
+    click(form, FBackup_BAceptar);
   });
 }
 
@@ -283,13 +246,13 @@ TEST_F(BackupWindow, ItsButtonCannotBePressedBeforeTheRunEnds) {
   bool open = false;
   show([&](HWND form) {
     ASSERT_TRUE(waitFor([] { return slow::runs > 0; }));
-    clickOn(form, GetDlgItem(form, FBackup_BAceptar));
-    press(form, VK_RETURN);
+    clickOn(form, GetDlgItem(form, FBackup_BAceptar));  // as it comes: the button cannot be used
+    test::press(form, VK_RETURN);
     std::this_thread::sleep_for(200ms);
     open = IsWindow(form) && !IsWindowEnabled(GetDlgItem(form, FBackup_BAceptar)) && slow::depth == 1;
     ASSERT_TRUE(finished(form));
     EXPECT_TRUE(IsWindow(form)) << "the early click must not count later";
-    clickOn(form, GetDlgItem(form, FBackup_BAceptar));
+    click(form, FBackup_BAceptar);
   });
   EXPECT_TRUE(open);
 }
@@ -300,7 +263,7 @@ TEST_F(BackupWindow, TextsKeepTheirLeadingBlanks) {
     EXPECT_EQ(L" Datos del programa", textOf(form, FBackup_TOrigen));
     EXPECT_EQ(L"  Copia de Seguridad realizada con éxito", textOf(form, FBackup_ESalida));
     EXPECT_EQ(L"    Aceptar", windowText(GetDlgItem(form, FBackup_BAceptar)));
-    clickOn(form, GetDlgItem(form, FBackup_BAceptar));
+    click(form, FBackup_BAceptar);
   });
 }
 
@@ -314,7 +277,7 @@ TEST_F(BackupWindow, TheOtherWindowsOfTheHostCannotBeUsedMeanwhile) {
     EXPECT_FALSE(IsWindowEnabled(other));
     EXPECT_FALSE(IsWindowEnabled(host));
     ASSERT_TRUE(finished(form));
-    clickOn(form, GetDlgItem(form, FBackup_BAceptar));
+    click(form, FBackup_BAceptar);
   });
   EXPECT_TRUE(IsWindowEnabled(other));
   EXPECT_TRUE(IsWindowEnabled(host));
@@ -331,7 +294,7 @@ TEST_F(BackupWindow, WorksOnTheValuesOfItsStart) {
   };
   show([](HWND form) {
     ASSERT_TRUE(finished(form));
-    clickOn(form, GetDlgItem(form, FBackup_BAceptar));
+    click(form, FBackup_BAceptar);
   });
   state_.settingsKey = kKey;
   EXPECT_EQ(Value(std::wstring(L"Ultima copia de seguridad realizada correctamente")), settings_.read(L"Estado"));
@@ -345,7 +308,7 @@ TEST_F(BackupWindow, ATickDuringTheRunStartsNothing) {
   makeFiles(8);
   show([](HWND form) {
     ASSERT_TRUE(finished(form));
-    clickOn(form, GetDlgItem(form, FBackup_BAceptar));
+    click(form, FBackup_BAceptar);
   });
   EXPECT_EQ(1, slow::runs);
   EXPECT_EQ(1, slow::deepest);
@@ -385,7 +348,7 @@ TEST_F(BackupWindow, CannotBeShownTwiceAtOnce) {
   };
   show([](HWND form) {
     ASSERT_TRUE(finished(form));
-    clickOn(form, GetDlgItem(form, FBackup_BAceptar));
+    click(form, FBackup_BAceptar);
   });
   EXPECT_EQ(400, number);
 }
@@ -403,7 +366,7 @@ TEST_F(BackupWindow, ANoToTheReplaceQuestionClosesItAndRecordsNothing) {
     const HWND question = findQuestion(form);
     EXPECT_EQ(kTitle, windowText(question));
     saveScreenshot(form, L"FBackup-reemplazar");
-    clickOn(question, GetDlgItem(question, IDNO));
+    click(question, IDNO);
   });
   EXPECT_TRUE(state_.finished);
   EXPECT_EQ(0, slow::runs);
@@ -417,9 +380,9 @@ TEST_F(BackupWindow, AYesToTheReplaceQuestionMakesTheSetAnew) {
   std::ofstream(fs::path(target())) << "la copia de esta mañana";
   show([](HWND form) {
     ASSERT_TRUE(waitFor([form] { return findQuestion(form) != nullptr; }));
-    clickOn(form, GetDlgItem(findQuestion(form), IDYES));
+    click(findQuestion(form), IDYES);
     ASSERT_TRUE(finished(form));
-    clickOn(form, GetDlgItem(form, FBackup_BAceptar));
+    click(form, FBackup_BAceptar);
   });
   EXPECT_EQ(1, slow::runs);
   std::ifstream set(fs::path(target()), std::ios::binary);
@@ -433,7 +396,7 @@ TEST_F(BackupWindow, GivesBackEveryWindowAndDrawingObject) {
     fs::remove(target());
     show([](HWND form) {
       ASSERT_TRUE(finished(form));
-      clickOn(form, GetDlgItem(form, FBackup_BAceptar));
+      click(form, FBackup_BAceptar);
     });
   };
   once();

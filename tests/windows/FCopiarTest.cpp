@@ -1,10 +1,9 @@
-// The dialog for a backup by hand and the backup window that follows it: real windows on a real display, driven from a
-// second thread while the first is inside run().
+// The dialog for a backup by hand and the backup window that follows it: real windows on a real display, with a user on
+// a second thread while the first is inside run().
 #include "restore/FCopiar.h"
 
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -13,9 +12,11 @@
 #include <thread>
 
 #include "resources/resource.h"
+#include "support/CountedMessages.h"
 #include "support/FakePlatform.h"
-#include "support/RealInput.h"
+#include "support/Hands.h"
 #include "support/Screenshot.h"
+#include "support/TextFit.h"
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
@@ -34,54 +35,13 @@ constexpr wchar_t kChooseFolder[] = L"Selecione una carpeta donde almacenar la c
 constexpr wchar_t kEnterName[] = L"Introduzca un nombre para la copia de seguridad";
 constexpr wchar_t kChooserTitle[] = L"Elija una carpeta donde guardar la copia de seguridad";
 
-bool waitFor(const std::function<bool()>& condition, std::chrono::milliseconds limit = 20s) {
-  const auto deadline = std::chrono::steady_clock::now() + limit;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    std::this_thread::sleep_for(20ms);
-  }
-  return true;
-}
-
-HWND findWindow(const wchar_t* caption) {
-  const HWND window = FindWindowW(L"#32770", caption);
-  return window && IsWindowVisible(window) ? window : nullptr;
-}
-
-std::wstring windowText(HWND window) {
-  wchar_t text[2048];
-  const auto length = SendMessageW(window, WM_GETTEXT, 2048, reinterpret_cast<LPARAM>(text));
-  return std::wstring(text, static_cast<std::size_t>(length));
-}
-
-// The text of a control; of an entry control, that of its edit box.
-std::wstring textOf(HWND form, int id) {
-  const HWND control = GetDlgItem(form, id);
-  const HWND edit = GetWindow(control, GW_CHILD);
-  return windowText(edit ? edit : control);
-}
-
-// The number of the control that has the focus, itself or in its edit box.
-int focusOf(HWND form) {
-  GUITHREADINFO info{};
-  info.cbSize = sizeof info;
-  GetGUIThreadInfo(GetWindowThreadProcessId(form, nullptr), &info);
-  if (!info.hwndFocus) return 0;
-  return GetDlgCtrlID(GetParent(info.hwndFocus) == form ? info.hwndFocus : GetParent(info.hwndFocus));
-}
-
 std::string contentOf(const fs::path& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-BOOL CALLBACK closeDialog(HWND window, LPARAM) {
-  PostMessageW(window, WM_COMMAND, IDCANCEL, 0);
-  return TRUE;
-}
-
 // The system's services, but settings, messages and folder chooser of the test's own.
-class ManualBackup : public testing::Test {
+class ManualBackup : public testing::Test, public Hands {
  protected:
   void SetUp() override {
     SetThreadDpiAwarenessContext(DPI_AWARENESS_CONTEXT_SYSTEM_AWARE);  // at the scale of the system, whatever it is
@@ -109,60 +69,23 @@ class ManualBackup : public testing::Test {
   void run(const std::function<void(HWND form)>& user) { runOn(platform_, user); }
 
   void runOn(Platform& platform, const std::function<void(HWND form)>& user) {
-    std::atomic<bool> over = false;
-    const DWORD thread = GetCurrentThreadId();
-    std::thread hands([&] {
-      SetThreadDpiAwarenessContext(DPI_AWARENESS_CONTEXT_SYSTEM_AWARE);
-      EXPECT_TRUE(waitFor([] { return findWindow(kCaption) != nullptr; }));
-      const HWND form = findWindow(kCaption);
-      waitFor([form] { return focusOf(form) != 0; });
+    const auto show = [&] { FCopiar(platform, state_).run(); };
+    use(kCaption, FCopiar_TDestino, show, [&](HWND form) {
+      toFront(form);
       user(form);
-      EXPECT_TRUE(waitFor([&] { return over.load(); }, 5s)) << "a window is still open";
-      while (!over) {
-        EnumThreadWindows(thread, &closeDialog, 0);
-        std::this_thread::sleep_for(200ms);
-      }
     });
-    try {
-      FCopiar(platform, state_).run();
-    } catch (const AutomationError& error) {
-      ADD_FAILURE() << error.what();
-    }
-    over = true;
-    hands.join();
   }
 
-  static void click(HWND form, int id) { clickOn(form, GetDlgItem(form, id)); }
-
-  static void focus(HWND form, int id) {
-    click(form, id);
-    EXPECT_TRUE(waitFor([&] { return focusOf(form) == id; }, 2s)) << "control " << id;
-  }
-
-  // Types into a field and leaves it.
-  static void enter(HWND form, int id, const std::wstring& text) {
-    focus(form, id);
-    type(form, text);
-    press(form, VK_TAB);
-    waitFor([&] { return focusOf(form) != id; }, 2s);
-  }
-
-  static bool closed(HWND form) {
-    return waitFor([form] { return !IsWindow(form); }, 5s);
-  }
-
-  bool told(std::size_t messages) {
-    return waitFor([&] { return shown_ >= messages; }, 5s);
-  }
+  bool told(std::size_t messages) { return messages_.told(messages); }
 
   // The backup window, when its run has ended.
   static HWND backupWindow() {
-    const auto ended = [] {
-      const HWND form = findWindow(kTitle);
-      return form && GetDlgItem(form, FBackup_TResultado) && IsWindowEnabled(GetDlgItem(form, FBackup_BAceptar));
-    };
-    EXPECT_TRUE(waitFor(ended));
-    return findWindow(kTitle);
+    HWND form = nullptr;
+    EXPECT_TRUE(waitFor([&form] {
+      form = findForm(kTitle, FBackup_TResultado);
+      return form && IsWindowEnabled(GetDlgItem(form, FBackup_BAceptar));
+    })) << "the run has not ended";
+    return form;
   }
 
   // Enters both texts, presses BCopiar, lets `look` see the backup window and closes that.
@@ -202,29 +125,10 @@ class ManualBackup : public testing::Test {
     return names;
   }
 
-  // Counts what FakeMessages shows, for the other thread to see.
-  class CountedMessages : public Messages {
-   public:
-    CountedMessages(FakeMessages& messages, std::atomic<std::size_t>& count) : messages_(messages), count_(count) {}
-    Answer show(const std::wstring& text, const std::wstring& title, std::uint32_t style) override {
-      const Answer answer = messages_.show(text, title, style);
-      ++count_;
-      return answer;
-    }
-
-   private:
-    FakeMessages& messages_;
-    std::atomic<std::size_t>& count_;
-  };
-
   FakePlatform fake_;
-  std::atomic<std::size_t> shown_ = 0;
-  CountedMessages messages_{fake_.messages, shown_};
+  CountedMessages messages_{fake_.messages};
   Platform& system_ = systemPlatform();
-  Platform platform_{fake_.registry,     system_.files,      system_.clock,       system_.drives,
-                     messages_,          system_.locale,     system_.workFolder,  fake_.sound,
-                     system_.keyboard,   system_.eventLoop,  fake_.folderChooser, system_.accessibility,
-                     system_.textPrompt, system_.fileChooser};
+  Platform platform_ = with(system_, fake_.registry, messages_, fake_.sound, fake_.folderChooser);
   LibraryState state_;
   fs::path root_;
 };
@@ -260,16 +164,11 @@ TEST_F(ManualBackup, MnemonicsReachTheFieldsAndButtons) {
   fake_.folderChooser.willAnswer({std::nullopt});
   fake_.messages.willAnswer({Answer::Ok});
   run([this](HWND form) {
-    press(form, 'N', kAlt);
-    EXPECT_TRUE(waitFor([form] { return focusOf(form) == FCopiar_TNArchivo; }, 2s));
-    press(form, 'D', kAlt);
-    EXPECT_TRUE(waitFor([form] { return focusOf(form) == FCopiar_TDestino; }, 2s));
-    press(form, 'E', kAlt);
-    EXPECT_TRUE(waitFor([this] { return fake_.folderChooser.shown.size() == 1; }, 2s));
-    press(form, 'C', kAlt);
-    EXPECT_TRUE(told(1));
-    press(form, 'L', kAlt);
-    EXPECT_TRUE(closed(form));
+    EXPECT_TRUE(pressAccessKey(form, 'N', [form] { return focusOf(form) == FCopiar_TNArchivo; }));
+    EXPECT_TRUE(pressAccessKey(form, 'D', [form] { return focusOf(form) == FCopiar_TDestino; }));
+    EXPECT_TRUE(pressAccessKey(form, 'E', [this] { return fake_.folderChooser.shown.size() == 1; }));
+    EXPECT_TRUE(pressAccessKey(form, 'C', [this] { return told(1); }));
+    EXPECT_TRUE(pressAccessKey(form, 'L', [form] { return !IsWindow(form); }));
   });
 }
 
@@ -305,9 +204,7 @@ TEST_F(ManualBackup, AChooserThatFailsIsToldAndTheDialogGoesOn) {
       throw AutomationError(kOutOfMemory);
     }
   } broken;
-  Platform platform{fake_.registry, system_.files,         system_.clock,      system_.drives,     messages_,
-                    system_.locale, system_.workFolder,    fake_.sound,        system_.keyboard,   system_.eventLoop,
-                    broken,         system_.accessibility, system_.textPrompt, system_.fileChooser};
+  Platform platform = with(platform_, broken);
   fake_.messages.willAnswer({Answer::Ok});
   runOn(platform, [this](HWND form) {
     enter(form, FCopiar_TNArchivo, L"Lunes");
@@ -457,24 +354,22 @@ TEST_P(Cancelling, SaysNotAcceptedAndFinished) {
   EXPECT_THAT(sets(), IsEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Ways, Cancelling,
-    testing::Values(Leaving{"BCancelar", [](HWND form) { clickOn(form, GetDlgItem(form, FCopiar_BCancelar)); }},
-                    Leaving{"EscOnAButton", [](HWND form) { press(form, VK_ESCAPE); }},
-                    Leaving{"EscInAField",
-                            [](HWND form) {
-                              clickOn(form, GetDlgItem(form, FCopiar_TDestino));
-                              waitFor([form] { return focusOf(form) == FCopiar_TDestino; }, 2s);
-                              press(form, VK_ESCAPE);
-                            }},
-                    Leaving{"CloseBox", [](HWND form) { PostMessageW(form, WM_SYSCOMMAND, SC_CLOSE, 0); }}),
-    [](const auto& leaving) { return leaving.param.name; });
+INSTANTIATE_TEST_SUITE_P(Ways, Cancelling,
+                         testing::Values(Leaving{"BCancelar", [](HWND form) { Hands::click(form, FCopiar_BCancelar); }},
+                                         Leaving{"EscOnAButton", [](HWND form) { Hands::press(form, VK_ESCAPE); }},
+                                         Leaving{"EscInAField",
+                                                 [](HWND form) {
+                                                   Hands::focus(form, FCopiar_TDestino);
+                                                   Hands::press(form, VK_ESCAPE);
+                                                 }},
+                                         Leaving{"CloseBox",
+                                                 [](HWND form) { PostMessageW(form, WM_SYSCOMMAND, SC_CLOSE, 0); }}),
+                         [](const auto& leaving) { return leaving.param.name; });
 
 TEST_F(ManualBackup, EscInAFieldFirstTakesBackWhatWasTyped) {
   run([](HWND form) {
     enter(form, FCopiar_TDestino, L"C:\\Copias\\");
-    press(form, 'D', kAlt);
-    EXPECT_TRUE(waitFor([form] { return focusOf(form) == FCopiar_TDestino; }, 2s));
+    EXPECT_TRUE(pressAccessKey(form, 'D', [form] { return focusOf(form) == FCopiar_TDestino; }));
     type(form, L"error");
     press(form, VK_ESCAPE);
     EXPECT_TRUE(waitFor([form] { return textOf(form, FCopiar_TDestino) == L"C:\\Copias\\"; }, 2s));
@@ -541,20 +436,18 @@ TEST_F(ManualBackup, CannotBeShownWhileAFormIsOpen) {
 }
 
 TEST_F(ManualBackup, ShowsEachMessageOverItself) {
-  Platform real{fake_.registry,      system_.files,         system_.clock,      system_.drives,     system_.messages,
-                system_.locale,      system_.workFolder,    fake_.sound,        system_.keyboard,   system_.eventLoop,
-                fake_.folderChooser, system_.accessibility, system_.textPrompt, system_.fileChooser};
+  Platform real = with(platform_, system_.messages);
   runOn(real, [](HWND form) {
     const auto seeMessage = [form](const wchar_t* picture) {
-      ASSERT_TRUE(waitFor([] { return findWindow(kTitle) != nullptr; }));
-      const HWND box = findWindow(kTitle);
+      ASSERT_TRUE(waitFor([] { return findForm(kTitle) != nullptr; }));
+      const HWND box = findForm(kTitle);
       EXPECT_EQ(form, GetWindow(box, GW_OWNER));
       std::this_thread::sleep_for(300ms);
       saveScreenshot(GetDesktopWindow(), picture);
       HWND button = nullptr;
       do button = FindWindowExW(box, button, L"Button", nullptr);
       while (button && !IsWindowVisible(button));
-      clickOn(box, button);
+      click(button);
       EXPECT_TRUE(closed(box));
     };
     click(form, FCopiar_BCopiar);
@@ -570,30 +463,13 @@ TEST_F(ManualBackup, ShowsEachMessageOverItself) {
   });
 }
 
-// Whether the text of a label or button is as wide as its control at the most, in a single line.
-bool fits(HWND form, int id) {
-  const HWND control = GetDlgItem(form, id);
-  const std::wstring text = windowText(control);
-  RECT client{}, needed{};
-  GetClientRect(control, &client);
-  const HDC dc = GetDC(control);
-  {
-    const SelectedObject font(dc, reinterpret_cast<HFONT>(SendMessageW(control, WM_GETFONT, 0, 0)));
-    DrawTextW(dc, text.c_str(), -1, &needed, DT_CALCRECT | DT_SINGLELINE);
-  }
-  ReleaseDC(control, dc);
-  const bool hasIcon = SendMessageW(control, BM_GETIMAGE, IMAGE_ICON, 0) != 0;
-  const LONG icon = hasIcon ? GetSystemMetrics(SM_CXSMICON) + 12 : 0;
-  return needed.right + icon <= client.right && needed.bottom <= client.bottom;
-}
-
 class ManualBackupAtThisScale : public ManualBackup {};
 
 TEST_F(ManualBackupAtThisScale, EveryTextFits) {
   run([](HWND form) {
     for (const int id :
          {FCopiar_Label1, FCopiar_Label2, FCopiar_Label3, FCopiar_Label4, FCopiar_BCopiar, FCopiar_BCancelar}) {
-      EXPECT_TRUE(fits(form, id)) << "control " << id;
+      EXPECT_TRUE(fitsInOneLine(GetDlgItem(form, id))) << "control " << id;
     }
     std::this_thread::sleep_for(300ms);
     saveScreenshot(form, L"FCopiar-" + std::to_wstring(GetDpiForSystem() * 100 / 96));

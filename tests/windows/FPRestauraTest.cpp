@@ -3,6 +3,8 @@
 
 #include <commctrl.h>
 
+#include "support/SmallDisk.h"
+#include "support/TextFit.h"
 #include "windows/RestoreForms.h"
 
 using namespace std::chrono_literals;
@@ -511,11 +513,10 @@ TEST_F(BadDestination, OnADriveThatIsNotThereIsTold) {
 }
 
 TEST_F(BadDestination, ThatIsFullIsTold) {
-  wchar_t disk[MAX_PATH];
-  if (GetEnvironmentVariableW(L"QEV_SMALL_DISK", disk, MAX_PATH) == 0) GTEST_SKIP() << "no small disk";
-  const std::wstring root = disk;
-  expectTold(root + L"\\", zipOf({storedEntry("grande.bin", std::string(2 << 20, 'x'))}));
-  EXPECT_FALSE(std::filesystem::exists(root + L"\\grande.bin")) << "no half file";
+  const auto disk = smallDisk();
+  if (!disk) GTEST_SKIP() << kNoSmallDisk;
+  expectTold(*disk + L"\\", zipOf({storedEntry("grande.bin", std::string(2 << 20, 'x'))}));
+  EXPECT_FALSE(std::filesystem::exists(*disk + L"\\grande.bin")) << "no half file";
 }
 
 // What a header may give as the place that the data came from.
@@ -624,18 +625,7 @@ TEST_F(RestoreWindowAtThisScale, TheResultOfARestoreFits) {
   const std::wstring set = putSet(header() + archive(), L"Copias de seguridad\\Gestión comercial\\Backup16-11-26.qev");
   fake_.messages.willAnswer({Answer::Yes});
   restore(set, target(), [](HWND window) {
-    const HWND result = GetDlgItem(window, FPRestaura_TResultado);
-    RECT client{}, needed{};
-    GetClientRect(result, &client);
-    needed.right = client.right;
-    const std::wstring text = windowText(result);
-    const HDC dc = GetDC(result);
-    {
-      const SelectedObject font(dc, reinterpret_cast<HFONT>(SendMessageW(result, WM_GETFONT, 0, 0)));
-      DrawTextW(dc, text.c_str(), -1, &needed, DT_CALCRECT | DT_WORDBREAK | DT_EDITCONTROL);
-    }
-    ReleaseDC(result, dc);
-    EXPECT_LE(needed.bottom, client.bottom);
+    EXPECT_TRUE(fitsWrapped(GetDlgItem(window, FPRestaura_TResultado)));
     std::this_thread::sleep_for(300ms);
     saveScreenshot(window, L"FPRestaura-" + std::to_wstring(GetDpiForSystem() * 100 / 96));
   });

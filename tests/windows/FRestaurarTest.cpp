@@ -1,6 +1,7 @@
 // The restore dialog.
 #include "restore/FRestaurar.h"
 
+#include "support/TextFit.h"
 #include "windows/RestoreForms.h"
 
 using namespace std::chrono_literals;
@@ -64,18 +65,12 @@ TEST_F(RestoreDialog, MnemonicsReachTheFieldsAndButtons) {
   fake_.fileChooser.willAnswer({std::nullopt});
   fake_.messages.willAnswer({Answer::Ok});
   run([this](HWND form) {
-    press(form, 'D', kAlt);
-    EXPECT_TRUE(waitFor([form] { return focusOf(form) == FRestaurar_TDestino; }, 2s));
-    press(form, 'U', kAlt);
-    EXPECT_TRUE(waitFor([form] { return focusOf(form) == FRestaurar_TTipo; }, 2s));
-    press(form, 'O', kAlt);
-    EXPECT_TRUE(waitFor([form] { return focusOf(form) == FRestaurar_TNombre; }, 2s));
-    press(form, 'C', kAlt);
-    EXPECT_TRUE(waitFor([this] { return fake_.fileChooser.shown.size() == 1; }, 2s));
-    press(form, 'R', kAlt);
-    EXPECT_TRUE(told(1));
-    press(form, 'L', kAlt);
-    EXPECT_TRUE(closed(form));
+    EXPECT_TRUE(pressAccessKey(form, 'D', [form] { return focusOf(form) == FRestaurar_TDestino; }));
+    EXPECT_TRUE(pressAccessKey(form, 'U', [form] { return focusOf(form) == FRestaurar_TTipo; }));
+    EXPECT_TRUE(pressAccessKey(form, 'O', [form] { return focusOf(form) == FRestaurar_TNombre; }));
+    EXPECT_TRUE(pressAccessKey(form, 'C', [this] { return fake_.fileChooser.shown.size() == 1; }));
+    EXPECT_TRUE(pressAccessKey(form, 'R', [this] { return told(1); }));
+    EXPECT_TRUE(pressAccessKey(form, 'L', [form] { return !IsWindow(form); }));
   });
 }
 
@@ -296,7 +291,6 @@ TEST_F(RestoreDialog, APathThatIsTypedIsLookedAtAsOneThatIsChosen) {
     enter(form, FRestaurar_TNombre, set);
     EXPECT_EQ(L"16-11-2026", textOf(form, FRestaurar_TFecha));
     EXPECT_EQ(L"1", textOf(form, FRestaurar_TNVol));
-    std::this_thread::sleep_for(1s);  // or it were a double click
     enter(form, FRestaurar_TNombre, set + L".no");
     EXPECT_EQ(set + L".no", textOf(form, FRestaurar_TNombre));
     EXPECT_EQ(L"", textOf(form, FRestaurar_TFecha)) << "not the date of another set";
@@ -324,12 +318,13 @@ TEST_P(LeavingRestore, SaysFinished) {
 
 INSTANTIATE_TEST_SUITE_P(
     Ways, LeavingRestore,
-    testing::Values(Leaving{"BCancelar", [](HWND form) { clickOn(form, GetDlgItem(form, FRestaurar_BCancelar)); }},
-                    Leaving{"EscInAField", [](HWND form) { press(form, VK_ESCAPE); }},
+    testing::Values(Leaving{"BCancelar", [](HWND form) { Hands::click(form, FRestaurar_BCancelar); }},
+                    Leaving{"EscInAField", [](HWND form) { Hands::press(form, VK_ESCAPE); }},
                     Leaving{"EscInTheLocation",
                             [](HWND form) {
-                              press(form, 'U', kAlt);
-                              press(form, VK_ESCAPE);
+                              const auto reached = [form] { return Hands::focusOf(form) == FRestaurar_TTipo; };
+                              EXPECT_TRUE(Hands::pressAccessKey(form, 'U', reached));
+                              Hands::press(form, VK_ESCAPE);
                             }},
                     Leaving{"CloseBox", [](HWND form) { PostMessageW(form, WM_SYSCOMMAND, SC_CLOSE, 0); }}),
     [](const auto& leaving) { return leaving.param.name; });
@@ -428,30 +423,13 @@ TEST_F(RestoreDialog, ASetThatIsLockedIsTold) {
 
 // --- looks ---
 
-// Whether the text of a label or button is as wide as its control at the most, in a single line.
-bool fits(HWND form, int id, const std::wstring& text) {
-  const HWND control = GetDlgItem(form, id);
-  RECT client{}, needed{};
-  GetClientRect(control, &client);
-  const HDC dc = GetDC(control);
-  {
-    const SelectedObject font(dc, reinterpret_cast<HFONT>(SendMessageW(control, WM_GETFONT, 0, 0)));
-    DrawTextW(dc, text.c_str(), -1, &needed, DT_CALCRECT | DT_SINGLELINE);
-  }
-  ReleaseDC(control, dc);
-  const bool hasIcon = SendMessageW(control, BM_GETIMAGE, IMAGE_ICON, 0) != 0;
-  const bool isCheck = id == FRestaurar_TEstructura;
-  const LONG icon = hasIcon || isCheck ? GetSystemMetrics(SM_CXSMICON) + 12 : 0;
-  return needed.right + icon <= client.right && needed.bottom <= client.bottom;
-}
-
 class RestoreAtThisScale : public RestoreDialog {};
 
 TEST_F(RestoreAtThisScale, EveryTextOfTheRestoreDialogFits) {
   run([](HWND form) {
     for (const int id : {FRestaurar_Label1, FRestaurar_Label2, FRestaurar_Label3, FRestaurar_Label4, FRestaurar_Label5,
                          FRestaurar_Label6, FRestaurar_TEstructura, FRestaurar_BRestaurar, FRestaurar_BCancelar}) {
-      EXPECT_TRUE(fits(form, id, textOf(form, id))) << "control " << id;
+      EXPECT_TRUE(fitsInOneLine(GetDlgItem(form, id))) << "control " << id;
     }
     std::this_thread::sleep_for(300ms);
     saveScreenshot(form, L"FRestaurar-" + std::to_wstring(GetDpiForSystem() * 100 / 96));

@@ -12,6 +12,7 @@
 #include "backup/DiskCopy.h"
 #include "backup/HacerCopia.h"
 #include "platform/Platform.h"
+#include "support/FakePlatform.h"
 
 namespace fs = std::filesystem;
 
@@ -138,10 +139,7 @@ class Floppy : public testing::Test {
 
   Platform& system_ = systemPlatform();
   DiskChanger changer_;
-  Platform platform_{system_.registry,   system_.files,      system_.clock,         system_.drives,
-                     changer_,           system_.locale,     system_.workFolder,    system_.sound,
-                     system_.keyboard,   system_.eventLoop,  system_.folderChooser, system_.accessibility,
-                     system_.textPrompt, system_.fileChooser};
+  Platform platform_ = with(system_, changer_);
   LibraryState state_;
   SettingsStore settings_{system_.registry, state_.settingsKey};
   SilentView view_;

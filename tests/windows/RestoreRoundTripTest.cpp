@@ -191,20 +191,14 @@ class RoundTripOverDisks : public RoundTrip {
       if (shown.text == kFormatted) insert(++written);
     };
     fake_.messages.willAnswer({Answer::Ok, Answer::Ok, Answer::Ok});
-    Platform withDrive{fake_.registry,      files_,
-                       system_.clock,       fake_.drives,
-                       messages_,           system_.locale,
-                       system_.workFolder,  fake_.sound,
-                       system_.keyboard,    system_.eventLoop,
-                       fake_.folderChooser, system_.accessibility,
-                       fake_.textPrompt,    fake_.fileChooser};
+    Platform withDrive = with(platform_, fake_.drives);
     SettingsStore settings(fake_.registry, state_.settingsKey);
     SilentView view;
     BackupRun(withDrive, state_, settings, view).HacerCopia(L"A:\\Backup16-11-26.qev");
     ASSERT_TRUE(view.succeeded);
     ASSERT_EQ(3, written);
     fake_.messages.shown.clear();
-    shown_ = 0;
+    messages_.forget();
     emptyWorkFolder();
     state_.currentSet = {};  // another day, another process
     damage();

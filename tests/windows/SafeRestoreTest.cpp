@@ -32,13 +32,7 @@ class SafeRestore : public RestoreForms {
 
   std::string log() const { return folder_.bytes(L"trabajo\\registro.log"); }
 
-  Platform withWorkFolder_{fake_.registry,      files_,
-                           system_.clock,       system_.drives,
-                           messages_,           system_.locale,
-                           fake_.workFolder,    fake_.sound,
-                           system_.keyboard,    system_.eventLoop,
-                           fake_.folderChooser, system_.accessibility,
-                           fake_.textPrompt,    fake_.fileChooser};
+  Platform withWorkFolder_ = with(platform_, fake_.workFolder);
 
   // As restore(), with a work folder of the test's own; the text of the result, and the last line of the window.
   std::wstring restoreTo(const std::wstring& set, const std::wstring& folder) {

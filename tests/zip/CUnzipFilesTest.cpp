@@ -19,6 +19,7 @@
 #include "platform/FileSystem.h"
 #include "platform/LocaleWindows.h"
 #include "platform/Module.h"
+#include "support/ErrorOf.h"
 #include "support/FakePlatform.h"
 #include "support/RealInput.h"
 #include "support/RecordingEngine.h"
@@ -54,18 +55,6 @@ std::string utf8(const std::wstring& text) {
   return {bytes.begin(), bytes.end()};
 }
 
-// The error that `action` throws; fails the test when it throws none.
-template <typename Action>
-AutomationError errorOf(Action action) {
-  try {
-    action();
-  } catch (const AutomationError& error) {
-    return error;
-  }
-  ADD_FAILURE() << "nothing was thrown";
-  return AutomationError(0, L"", L"");
-}
-
 // A zip reader with services that record, and the system's locale.
 class UnzipTest : public testing::Test {
  protected:
@@ -78,7 +67,7 @@ class UnzipTest : public testing::Test {
 
   LocaleWindows locale;
   FakePlatform fakes;
-  Platform platform = fakes.platformWith(locale);
+  Platform platform = with(fakes.platform(), locale);
   std::vector<Event> events;
 };
 
@@ -566,10 +555,7 @@ TEST_F(CUnzipFilesTest, NoCallbackLetsAnErrorCrossTheEnginesFrames) {
       throw AutomationError(kOutOfMemory);
     }
   } broken;
-  Platform withBroken{
-      platform.registry,      platform.files,         platform.clock, platform.drives,     platform.messages,
-      platform.locale,        platform.workFolder,    platform.sound, platform.keyboard,   platform.eventLoop,
-      platform.folderChooser, platform.accessibility, broken,         platform.fileChooser};
+  Platform withBroken = with(platform, broken);
   CUnzipFiles other(withBroken, engine.loader());
   engine.whileUnzipping = [&] {
     EXPECT_EQ(engine.askPassword(4).buffer, "????");

@@ -1,0 +1,45 @@
+#include "support/TextFit.h"
+
+#include "platform/Handle.h"
+#include "support/Hands.h"
+
+namespace qev::test {
+namespace {
+
+bool hasTick(HWND control) {
+  const auto style = GetWindowLongPtrW(control, GWL_STYLE) & BS_TYPEMASK;
+  wchar_t name[20] = L"";
+  GetClassNameW(control, name, 20);
+  return _wcsicmp(name, L"Button") == 0 && (style == BS_CHECKBOX || style == BS_AUTOCHECKBOX);
+}
+
+}  // namespace
+
+SIZE roomForText(HWND window, const std::wstring& text, int width, UINT flags) {
+  RECT area{0, 0, width, 0};
+  const HDC device = GetDC(window);
+  {
+    const SelectedObject font(device, reinterpret_cast<HFONT>(SendMessageW(window, WM_GETFONT, 0, 0)));
+    DrawTextW(device, text.c_str(), -1, &area, DT_CALCRECT | flags);
+  }
+  ReleaseDC(window, device);
+  return {area.right, area.bottom};
+}
+
+bool fitsInOneLine(HWND control) {
+  RECT client{};
+  GetClientRect(control, &client);
+  const SIZE room = roomForText(control, Hands::windowText(control), 0, DT_SINGLELINE);
+  const bool hasPicture = SendMessageW(control, BM_GETIMAGE, IMAGE_ICON, 0) != 0 || hasTick(control);
+  const LONG picture = hasPicture ? GetSystemMetrics(SM_CXSMICON) + 12 : 0;
+  return room.cx + picture <= client.right && room.cy <= client.bottom;
+}
+
+bool fitsWrapped(HWND edit) {
+  RECT client{};
+  GetClientRect(edit, &client);
+  const UINT flags = DT_WORDBREAK | DT_EDITCONTROL | DT_NOPREFIX;
+  return roomForText(edit, Hands::windowText(edit), client.right, flags).cy <= client.bottom;
+}
+
+}  // namespace qev::test

@@ -21,6 +21,7 @@ unsigned long long declared = 0;  // bytes that the entry says it has
 
 HANDLE file = INVALID_HANDLE_VALUE;  // the new file beside the place, once there is one
 wchar_t temporary[longestPath + 1];  // its path
+bool isFleeting = false;             // it is deleted when it is closed
 
 const char* failure = nullptr;  // what could not be done, and why
 DWORD failureError = 0;
@@ -56,8 +57,15 @@ bool writeAll(HANDLE handle, const unsigned char* from, size_t size) {
   return true;
 }
 
+// Whether the new file is to be deleted when it is closed, by the system too if it ends this process. Where the file's
+// system cannot do that, a killed run leaves the file behind. SetFileInformationByHandle.
+bool deleteWhenClosed(bool isDeleted) {
+  FILE_DISPOSITION_INFO disposition{isDeleted};
+  return SetFileInformationByHandle(file, FileDispositionInfo, &disposition, sizeof disposition);
+}
+
 bool makeTemporary() {
-  static DWORD serial = GetTickCount();
+  static DWORD serial = GetTickCount() ^ GetCurrentProcessId() << 16;  // others may restore here too
   const size_t folder = places::currentFolderLength();
   if (folder + 16 > longestPath) return fail("cannot create a file", ERROR_FILENAME_EXCED_RANGE);
   wmemcpy(temporary, places::current(), folder);
@@ -65,7 +73,10 @@ bool makeTemporary() {
     _snwprintf(temporary + folder, 17, L"~qev%08lx.tmp", static_cast<unsigned long>(++serial));
     file = CreateFileW(temporary, GENERIC_WRITE | DELETE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, CREATE_NEW,
                        FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file != INVALID_HANDLE_VALUE) return true;
+    if (file != INVALID_HANDLE_VALUE) {
+      isFleeting = deleteWhenClosed(true);
+      return true;
+    }
     if (GetLastError() != ERROR_FILE_EXISTS) break;
   }
   return fail("cannot create a file", GetLastError());
@@ -158,6 +169,10 @@ void commit(const QevEntry& entry) {
   }
   dress(file, entry);
   if (isLarge) FlushFileBuffers(file);  // waiting for the disk after each of many small files would take minutes
+  if (isFleeting && !deleteWhenClosed(false)) {
+    fail("cannot write", GetLastError());
+    return dropTemporary();
+  }
   CloseHandle(file);
   file = INVALID_HANDLE_VALUE;
   replace();

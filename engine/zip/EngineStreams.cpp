@@ -20,6 +20,7 @@ struct QevStream {
   bool failed = false;
   bool atEnd = false;
   bool isArchiveProbe = false;
+  bool isFleeting = false;  // deleted when it is closed, unless it is whole
   QevStream* next = nullptr;
 };
 
@@ -143,14 +144,24 @@ struct Access {
 Access accessFor(const char* mode, const wchar_t* path) {
   const bool update = strchr(mode, '+') != nullptr;
   if (mode[0] == 'r') return {GENERIC_READ | (update ? GENERIC_WRITE : 0u), OPEN_EXISTING, 0, false};
-  if (!paths::isArchive(path)) return {GENERIC_READ | GENERIC_WRITE, CREATE_ALWAYS, FILE_FLAG_SEQUENTIAL_SCAN, false};
+  if (!paths::isArchive(path)) {
+    return {GENERIC_READ | GENERIC_WRITE | DELETE, CREATE_ALWAYS, FILE_FLAG_SEQUENTIAL_SCAN, false};
+  }
   if (GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES) return {GENERIC_WRITE, OPEN_EXISTING, 0, true};
   return {GENERIC_WRITE | DELETE, CREATE_NEW, FILE_FLAG_DELETE_ON_CLOSE, true};
 }
 
+// Whether a file is to be deleted when it is closed, by the system too if it ends this process. Where the file's system
+// cannot do that, a killed run leaves the file behind. SetFileInformationByHandle.
+bool deleteWhenClosed(HANDLE file, bool isDeleted) {
+  FILE_DISPOSITION_INFO disposition{isDeleted};
+  return SetFileInformationByHandle(file, FileDispositionInfo, &disposition, sizeof disposition);
+}
+
 bool close(QevStream* stream) {
   if (stream->handle == INVALID_HANDLE_VALUE) return false;
-  const bool whole = flush(stream) && !stream->failed;
+  bool whole = flush(stream) && !stream->failed;
+  if (whole && stream->isFleeting && !deleteWhenClosed(stream->handle, false)) whole = fail(stream, GetLastError());
   CloseHandle(stream->handle);
   stream->handle = INVALID_HANDLE_VALUE;
   stream->failed = !whole;
@@ -232,7 +243,10 @@ QevStream* openFile(const char* name, const char* mode) {
   stream->isArchiveProbe = access.probe;
   stream->next = open;
   open = stream;
-  if (access.disposition == CREATE_ALWAYS) writingArchive = true;
+  if (access.disposition == CREATE_ALWAYS) {
+    stream->isFleeting = deleteWhenClosed(handle, true);
+    writingArchive = true;
+  }
   return stream;
 }
 

@@ -4,8 +4,8 @@
 //   form-driver shown TITLE            waits until the form is there
 //   form-driver enabled TITLE ID       waits until the control can be used
 //   form-driver disabled TITLE ID      succeeds when the control cannot be used now
-//   form-driver click TITLE ID         clicks on the control with the mouse
-//   form-driver type TITLE ID TEXT     clicks on the entry field and types the text, key by key
+//   form-driver click TITLE ID         clicks on the control with the mouse, once it can be used
+//   form-driver type TITLE ID TEXT     clicks on the entry field and types the text over what it holds, key by key
 //
 // Waits at most two minutes. Exit status 0 when done, 1 when it did not happen, 2 for wrong arguments.
 #include <windows.h>
@@ -16,27 +16,68 @@
 
 namespace {
 
-constexpr int kTries = 1200;
 constexpr DWORD kPauseMilliseconds = 100;
+constexpr int kTwoMinutes = 1200;  // pauses
+constexpr int kTwoSeconds = 20;
 
 template <typename Condition>
-bool waitFor(Condition condition) {
-  for (int i = 0; i < kTries; ++i) {
+bool waitFor(Condition condition, int pauses = kTwoMinutes) {
+  for (int i = 0; i < pauses; ++i) {
     if (condition()) return true;
     Sleep(kPauseMilliseconds);
   }
   return false;
 }
 
-HWND findForm(const wchar_t* title) {
-  const HWND form = FindWindowW(nullptr, title);
-  return form && IsWindowVisible(form) ? form : nullptr;
+// The visible window of this title with a control of this id (0: with any), or null.
+HWND findForm(const wchar_t* title, int id) {
+  HWND form = nullptr;
+  do form = FindWindowExW(nullptr, form, nullptr, title);
+  while (form && !(IsWindowVisible(form) && (id == 0 || GetDlgItem(form, id))));
+  return form;
 }
 
-bool click(HWND control) {
+bool canBeUsed(HWND control) {
+  return IsWindowVisible(control) && IsWindowEnabled(control) && IsWindowEnabled(GetAncestor(control, GA_ROOT));
+}
+
+// Whether the control can be used and stays where it is: a form that has just come up may still be on its way.
+bool isSettled(HWND control) {
+  RECT before{}, after{};
+  if (!canBeUsed(control) || !GetWindowRect(control, &before)) return false;
+  Sleep(kPauseMilliseconds);
+  return canBeUsed(control) && GetWindowRect(control, &after) && EqualRect(&before, &after);
+}
+
+POINT middleOf(HWND control) {
   RECT area{};
-  if (!GetWindowRect(control, &area)) return false;
-  SetCursorPos((area.left + area.right) / 2, (area.top + area.bottom) / 2);
+  GetWindowRect(control, &area);
+  return {(area.left + area.right) / 2, (area.top + area.bottom) / 2};
+}
+
+bool isInFront(HWND control) {
+  const HWND there = WindowFromPoint(middleOf(control));
+  return GetForegroundWindow() == GetAncestor(control, GA_ROOT) && (there == control || IsChild(control, there));
+}
+
+// Whether the mouse is on the control and stays there. The display tells of every movement, and the host may hear of an
+// earlier one after a later one and take the mouse back.
+bool holdsMouse(HWND control) {
+  const POINT middle = middleOf(control);
+  POINT now{};
+  if (!SetCursorPos(middle.x, middle.y)) return false;
+  Sleep(2 * kPauseMilliseconds);
+  return GetCursorPos(&now) && now.x == middle.x && now.y == middle.y;
+}
+
+// A form that does not come to the front is brought there; where the system refuses that, the click does it.
+bool click(HWND control) {
+  if (!waitFor([&] { return isSettled(control); })) return false;
+  if (!waitFor([&] { return isInFront(control); }, kTwoSeconds)) {
+    SetForegroundWindow(GetAncestor(control, GA_ROOT));
+    waitFor([&] { return isInFront(control); }, kTwoSeconds);
+  }
+  if (!waitFor([&] { return holdsMouse(control); })) return false;
   INPUT strokes[2]{};
   strokes[0].type = strokes[1].type = INPUT_MOUSE;
   strokes[0].mi.dwFlags = MOUSEEVENTF_LEFTDOWN;
@@ -66,12 +107,16 @@ bool hasFocus(HWND edit) {
   return GetGUIThreadInfo(GetWindowThreadProcessId(edit, nullptr), &info) && info.hwndFocus == edit;
 }
 
-// An entry field is a window around an edit box.
+// An entry field is a window around an edit box. What has not arrived whole is typed again.
 bool type(HWND field, const std::wstring& text) {
   const HWND edit = GetWindow(field, GW_CHILD);
   if (!edit || !click(edit) || !waitFor([&] { return hasFocus(edit); })) return false;
-  for (const wchar_t character : text) typeCharacter(character);
-  return waitFor([&] { return textOf(edit) == text; });
+  for (int tries = 0; tries < 3; ++tries) {
+    SendMessageW(edit, EM_SETSEL, 0, -1);
+    for (const wchar_t character : text) typeCharacter(character);
+    if (waitFor([&] { return textOf(edit) == text; }, 5 * kTwoSeconds)) return true;
+  }
+  return false;
 }
 
 }  // namespace
@@ -81,12 +126,12 @@ int wmain(int count, wchar_t** arguments) {
   const std::wstring verb = arguments[1];
   const wchar_t* const title = arguments[2];
   const int id = count > 3 ? static_cast<int>(std::wcstol(arguments[3], nullptr, 10)) : 0;
-  if (!waitFor([&] { return findForm(title) != nullptr; })) return 1;
+  if (!waitFor([&] { return findForm(title, id) != nullptr; })) return 1;
   if (verb == L"shown") return 0;
-  const auto control = [&] { return GetDlgItem(findForm(title), id); };
+  const auto control = [&] { return GetDlgItem(findForm(title, id), id); };
   if (verb == L"enabled") return waitFor([&] { return IsWindowEnabled(control()) != FALSE; }) ? 0 : 1;
   if (verb == L"disabled") return control() && !IsWindowEnabled(control()) ? 0 : 1;
-  if (verb == L"click") return control() && click(control()) ? 0 : 1;
-  if (verb == L"type" && count > 4) return control() && type(control(), arguments[4]) ? 0 : 1;
+  if (verb == L"click") return click(control()) ? 0 : 1;
+  if (verb == L"type" && count > 4) return type(control(), arguments[4]) ? 0 : 1;
   return 2;
 }

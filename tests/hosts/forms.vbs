@@ -14,10 +14,22 @@ Sub Comprueba(que, esperado, obtenido)
   End If
 End Sub
 
+' Takes away what a run has left. Of one that was interrupted the host may still hold a file, for a moment.
+Sub Limpia
+  Dim i
+  consola.Run "reg delete HKLM\" & Clave & " /f", 0, True
+  On Error Resume Next
+  For i = 1 To 50
+    If Not sistema.FolderExists(carpeta) Then Exit For
+    sistema.DeleteFolder carpeta, True
+    If sistema.FolderExists(carpeta) Then WScript.Sleep 200
+  Next
+End Sub
+
 Set consola = CreateObject("WScript.Shell")
 Set sistema = CreateObject("Scripting.FileSystemObject")
 carpeta = "C:\QevBackupForms"
-If sistema.FolderExists(carpeta) Then sistema.DeleteFolder carpeta, True
+Limpia
 sistema.CreateFolder carpeta
 sistema.CreateFolder carpeta & "\Datos"
 sistema.CreateFolder carpeta & "\Datos\Emp01"
@@ -49,7 +61,6 @@ copia.FormOpciones
 Comprueba "Terminado after the settings", "True", copia.Terminado
 Comprueba "opening the settings writes the defaults", 1, CInt(consola.RegRead("HKLM\" & Clave & "\Copia"))
 
-consola.Run "reg delete HKLM\" & Clave & " /f", 0, True
-sistema.DeleteFolder carpeta, True
+Limpia
 WScript.Echo "done"
 WScript.Quit fallos

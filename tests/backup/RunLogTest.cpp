@@ -19,6 +19,7 @@
 #include "platform/Handle.h"
 #include "support/FakePlatform.h"
 #include "support/RecordingEngine.h"
+#include "support/SilentView.h"
 #include "support/SmallDisk.h"
 #include "support/TemporaryFolder.h"
 
@@ -241,23 +242,6 @@ TEST_F(RunLogTest, AProcessThatKeepsTheLockCostsARecordAndAFewSecondsNoMore) {
 }
 
 // --- what a run leaves in it ---
-
-class SilentView : public BackupRunView {
- public:
-  void showBusy(bool) override {}
-  void showOrigin(const std::wstring&) override {}
-  void showDestination(const std::wstring&) override {}
-  void showResult(const std::wstring&) override {}
-  void showProgress(int) override {}
-  void showSuccess(const std::wstring&) override { succeeded = true; }
-  void showFailure(const std::wstring& text) override { failure = text; }
-  void stopTimer() override {}
-  void close() override {}
-  bool closeAsked() const override { return false; }
-
-  bool succeeded = false;
-  std::wstring failure;
-};
 
 class LoggedRun : public RunLogTest {
  protected:

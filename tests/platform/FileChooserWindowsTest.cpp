@@ -5,12 +5,12 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <atomic>
 #include <functional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "support/ChooserUser.h"
 #include "support/RealInput.h"
 #include "support/Screenshot.h"
 #include "support/TemporaryFolder.h"
@@ -84,26 +84,9 @@ class FileChooserDialog : public testing::Test {
 
   std::optional<std::wstring> choose(const std::wstring& start, const std::function<void(HWND dialog)>& user,
                                      const std::wstring& filter = kEverything) {
-    std::atomic<bool> over = false;
-    std::thread hands([&] {
-      HWND dialog = nullptr;
-      for (int i = 0; i < 400 && !dialog; ++i) {
-        Sleep(50);
-        dialog = FindWindowW(nullptr, kTitle);
-        if (dialog && !IsWindowVisible(dialog)) dialog = nullptr;
-      }
-      EXPECT_TRUE(dialog) << "no chooser came up";
-      if (!dialog) return;
-      Sleep(300);  // it fills its list after it is shown
-      owner_ = GetWindow(dialog, GW_OWNER);
-      user(dialog);
-      for (int i = 0; i < 100 && !over; ++i) Sleep(50);
-      EXPECT_TRUE(over) << "the chooser is still open";
-      if (!over) PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
-    });
-    const auto file = FileChooserWindows().choose(kTitle, filter, start);
-    over = true;
-    hands.join();
+    std::optional<std::wstring> file;
+    owner_ = useChooser(
+        kTitle, [&] { file = FileChooserWindows().choose(kTitle, filter, start); }, user);
     return file;
   }
 

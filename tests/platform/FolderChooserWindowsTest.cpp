@@ -4,11 +4,11 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <atomic>
 #include <functional>
 #include <thread>
 
 #include "platform/FileSystem.h"
+#include "support/ChooserUser.h"
 #include "support/RealInput.h"
 #include "support/Screenshot.h"
 #include "support/TemporaryFolder.h"
@@ -62,26 +62,9 @@ TEST(WithLastBackslash, EndsInExactlyOne) {
 class FolderChooserDialog : public testing::Test {
  protected:
   std::optional<std::wstring> choose(const std::wstring& start, const std::function<void(HWND dialog)>& user) {
-    std::atomic<bool> over = false;
-    std::thread hands([&] {
-      HWND dialog = nullptr;
-      for (int i = 0; i < 400 && !dialog; ++i) {
-        Sleep(50);
-        dialog = FindWindowW(nullptr, kTitle);
-        if (dialog && !IsWindowVisible(dialog)) dialog = nullptr;
-      }
-      EXPECT_TRUE(dialog) << "no chooser came up";
-      if (!dialog) return;
-      Sleep(300);  // it fills its list after it is shown
-      owner = GetWindow(dialog, GW_OWNER);
-      user(dialog);
-      for (int i = 0; i < 100 && !over; ++i) Sleep(50);
-      EXPECT_TRUE(over) << "the chooser is still open";
-      if (!over) PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
-    });
-    const auto folder = FolderChooserWindows().choose(kTitle, start);
-    over = true;
-    hands.join();
+    std::optional<std::wstring> folder;
+    owner = useChooser(
+        kTitle, [&] { folder = FolderChooserWindows().choose(kTitle, start); }, user);
     return folder;
   }
 

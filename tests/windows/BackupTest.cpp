@@ -5,6 +5,7 @@
 
 #include <set>
 
+#include "support/WindowsGivenBack.h"
 #include "windows/BackupDialog.h"
 
 namespace qev::test {
@@ -828,14 +829,7 @@ TEST_F(BackupOptions, TheOwnerIsDisabledMeanwhileAndHasTheFocusAgainAfterwards) 
 
 TEST_F(BackupOptions, GivesBackEveryWindowAndDrawingObject) {
   putSchedule(L"Mensualmente");
-  const auto once = [this] { show([this] { click(Backup_BSalir); }); };
-  once();
-  const HANDLE process = GetCurrentProcess();
-  const DWORD drawing = GetGuiResources(process, GR_GDIOBJECTS);
-  const DWORD windows = GetGuiResources(process, GR_USEROBJECTS);
-  for (int i = 0; i < 5; ++i) once();
-  EXPECT_LE(GetGuiResources(process, GR_GDIOBJECTS), drawing);
-  EXPECT_LE(GetGuiResources(process, GR_USEROBJECTS), windows);
+  expectWindowsGivenBack([this] { show([this] { click(Backup_BSalir); }); });
 }
 
 }  // namespace

@@ -18,6 +18,7 @@
 #include "support/Hands.h"
 #include "support/Screenshot.h"
 #include "support/TextFit.h"
+#include "support/WindowsGivenBack.h"
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
@@ -409,20 +410,13 @@ TEST_F(BackupWindow, AYesToTheReplaceQuestionMakesTheSetAnew) {
 }
 
 TEST_F(BackupWindow, GivesBackEveryWindowAndDrawingObject) {
-  const auto once = [this] {
+  expectWindowsGivenBack([this] {
     fs::remove(target());
     show([](HWND form) {
       ASSERT_TRUE(finished(form));
       click(form, FBackup_BAceptar);
     });
-  };
-  once();
-  const HANDLE process = GetCurrentProcess();
-  const DWORD drawing = GetGuiResources(process, GR_GDIOBJECTS);
-  const DWORD windows = GetGuiResources(process, GR_USEROBJECTS);
-  for (int i = 0; i < 5; ++i) once();
-  EXPECT_LE(GetGuiResources(process, GR_GDIOBJECTS), drawing);
-  EXPECT_LE(GetGuiResources(process, GR_USEROBJECTS), windows);
+  });
 }
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include "support/Hands.h"
 #include "support/Screenshot.h"
 #include "support/TextFit.h"
+#include "support/WindowsGivenBack.h"
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
@@ -478,14 +479,7 @@ TEST_F(ManualBackupAtThisScale, EveryTextFits) {
 }
 
 TEST_F(ManualBackup, GivesBackEveryWindowAndDrawingObject) {
-  const auto once = [this] { run([](HWND form) { click(form, FCopiar_BCancelar); }); };
-  once();
-  const HANDLE process = GetCurrentProcess();
-  const DWORD drawing = GetGuiResources(process, GR_GDIOBJECTS);
-  const DWORD windows = GetGuiResources(process, GR_USEROBJECTS);
-  for (int i = 0; i < 5; ++i) once();
-  EXPECT_LE(GetGuiResources(process, GR_GDIOBJECTS), drawing);
-  EXPECT_LE(GetGuiResources(process, GR_USEROBJECTS), windows);
+  expectWindowsGivenBack([this] { run([](HWND form) { click(form, FCopiar_BCancelar); }); });
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "restore/FRestaurar.h"
 
 #include "support/TextFit.h"
+#include "support/WindowsGivenBack.h"
 #include "windows/RestoreForms.h"
 
 using namespace std::chrono_literals;
@@ -459,14 +460,7 @@ TEST_F(RestoreAtThisScale, NothingOfTheRestoreDialogLiesOutsideItOrOverAnotherTh
 }
 
 TEST_F(RestoreDialog, GivesBackEveryWindowAndDrawingObject) {
-  const auto once = [this] { run([](HWND form) { click(form, FRestaurar_BCancelar); }); };
-  once();
-  const HANDLE process = GetCurrentProcess();
-  const DWORD drawing = GetGuiResources(process, GR_GDIOBJECTS);
-  const DWORD windows = GetGuiResources(process, GR_USEROBJECTS);
-  for (int i = 0; i < 5; ++i) once();
-  EXPECT_LE(GetGuiResources(process, GR_GDIOBJECTS), drawing);
-  EXPECT_LE(GetGuiResources(process, GR_USEROBJECTS), windows);
+  expectWindowsGivenBack([this] { run([](HWND form) { click(form, FRestaurar_BCancelar); }); });
 }
 
 }  // namespace

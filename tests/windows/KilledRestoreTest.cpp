@@ -13,6 +13,7 @@
 #include "platform/Handle.h"
 #include "restore/RestaurarCopia.h"
 #include "support/FakePlatform.h"
+#include "support/SilentView.h"
 #include "support/TemporaryFolder.h"
 #include "support/ZipWriter.h"
 
@@ -75,22 +76,10 @@ class RestoreView : public RestoreRunView {
   Brake brake_;
 };
 
-class BackupView : public BackupRunView {
+class BackupView : public SilentView {
  public:
   explicit BackupView(Brake brake) : brake_(brake) {}
-  void showBusy(bool) override {}
-  void showOrigin(const std::wstring&) override {}
-  void showDestination(const std::wstring&) override {}
-  void showResult(const std::wstring&) override {}
   void showProgress(int permille) override { brake_.at(permille); }
-  void showSuccess(const std::wstring&) override { succeeded = true; }
-  void showFailure(const std::wstring& text) override { failure = text; }
-  void stopTimer() override {}
-  void close() override {}
-  bool closeAsked() const override { return false; }
-
-  bool succeeded = false;
-  std::wstring failure;
 
  private:
   Brake brake_;

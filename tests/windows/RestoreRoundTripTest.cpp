@@ -1,6 +1,7 @@
 // Data that goes into a set by a backup run and comes back by the restore dialog, with the real engines: every byte,
 // name, date and attribute.
 #include "backup/HacerCopia.h"
+#include "support/SilentView.h"
 #include "windows/RestoreForms.h"
 
 #include <random>
@@ -15,23 +16,6 @@ using testing::ElementsAre;
 using testing::SizeIs;
 
 constexpr wchar_t kFormatted[] = L"Introduzca un disco formateado para continuar";
-
-class SilentView : public BackupRunView {
- public:
-  void showBusy(bool) override {}
-  void showOrigin(const std::wstring&) override {}
-  void showDestination(const std::wstring&) override {}
-  void showResult(const std::wstring&) override {}
-  void showProgress(int) override {}
-  void showSuccess(const std::wstring&) override { succeeded = true; }
-  void showFailure(const std::wstring& text) override { failure = text; }
-  void stopTimer() override {}
-  void close() override {}
-  bool closeAsked() const override { return false; }
-
-  bool succeeded = false;
-  std::wstring failure;
-};
 
 // What a file is, by which it is compared.
 struct FileState {

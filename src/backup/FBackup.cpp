@@ -59,6 +59,7 @@ void FBackup::timer(UINT_PTR id) {
 void FBackup::Tiempo_Timer() {
   if (running_) return;
   running_ = true;
+  showForm();
   LibraryState atStart = state_;
   SettingsStore settings(platform().registry, atStart.settingsKey);
   try {

@@ -186,6 +186,10 @@ void ModalForm::setText(int id, const std::wstring& text) const {
   SetDlgItemTextW(window_, id, text.c_str());
 }
 
+void ModalForm::showForm() const {
+  if (!IsWindowVisible(window_)) ShowWindow(window_, SW_SHOWNORMAL);
+}
+
 void ModalForm::closeForm() {
   if (window_) EndDialog(window_, 0);
 }

@@ -74,6 +74,10 @@ class ModalForm {
   void setText(int id, const std::wstring& text) const;
   void closeForm();
 
+  // Shows the form, if the system has not yet done so: it does when no other message waits, and what a timer starts
+  // within that time would go on unseen. ShowWindow.
+  void showForm() const;
+
   // The form's font, `percent` of its size, bold when asked.
   UniqueFont derivedFont(int percent, bool bold) const;
 

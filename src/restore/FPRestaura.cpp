@@ -61,6 +61,7 @@ void FPRestaura::Tiempo_Timer() {
   if (running_) return;
   {
     const FlagScope running(running_);
+    showForm();
     LibraryState atStart = state_;
     std::optional<RestoreRun> run;
     const Date start = platform().clock.now();

@@ -17,6 +17,7 @@
 #include "resources/resource.h"
 #include "support/Hands.h"
 #include "support/Screenshot.h"
+#include "support/SlowToShow.h"
 #include "support/TextFit.h"
 #include "support/WindowsGivenBack.h"
 
@@ -318,6 +319,20 @@ TEST_F(BackupWindow, WorksOnTheValuesOfItsStart) {
   std::string header;
   std::getline(set, header);
   EXPECT_EQ("Programa : Gestion de prueba;", header.substr(0, 29));
+}
+
+TEST_F(BackupWindow, IsSeenBeforeTheRunBeginsOnASlowMachineToo) {
+  makeFiles(2);
+  slow::held = true;
+  const SlowToShow machine(kTitle);
+  show([](HWND form) {
+    EXPECT_TRUE(slow::held);
+    slow::held = false;
+    ASSERT_TRUE(finished(form));
+    click(form, FBackup_BAceptar);
+  });
+  EXPECT_LT(0, machine.delays());
+  EXPECT_EQ(1, slow::runs);
 }
 
 TEST_F(BackupWindow, ATickDuringTheRunStartsNothing) {

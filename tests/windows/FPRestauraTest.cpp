@@ -3,6 +3,7 @@
 
 #include <commctrl.h>
 
+#include "support/SlowToShow.h"
 #include "support/SmallDisk.h"
 #include "support/TextFit.h"
 #include "windows/RestoreForms.h"
@@ -582,6 +583,23 @@ TEST_P(BadArchive, CutAnywhereIsToldAndTheSetKeepsItsBytes) {
 INSTANTIATE_TEST_SUITE_P(Quarters, BadArchive, testing::Values(0, 1, 2, 3));
 
 // --- the window itself ---
+
+TEST_F(RestoreWindow, IsSeenBeforeTheRunBeginsOnASlowMachineToo) {
+  const std::wstring set = putSlowSet(2);
+  slow::held = true;
+  fake_.messages.willAnswer({Answer::Yes});
+  const SlowToShow machine(kTitle);
+  run([&](HWND form) {
+    load(form, set);
+    chooseFolder(form, target());
+    click(form, FRestaurar_BRestaurar);
+    EXPECT_TRUE(waitFor([] { return findForm(kTitle, FPRestaura_TResultado) != nullptr; }, 5s));
+    slow::held = false;
+    click(ended(), FPRestaura_BAceptar);
+  });
+  EXPECT_LT(0, machine.delays());
+  EXPECT_EQ(1, slow::runs);
+}
 
 TEST_F(RestoreWindow, ACloseAskedForInTheMiddleTakesEffectWhenTheRunHasEnded) {
   const std::wstring set = putSlowSet(6);

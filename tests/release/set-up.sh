@@ -19,7 +19,8 @@ expect() { [ "$2" = "$3" ] || fail "$1: $3, not $2"; echo "ok   $1"; }
 
 uninstall() { win cscript //nologo tests/release/uninstall.vbs "$@" | tr -d '\r'; }
 
-# What is on the machine: folders, and the registry but for the hardware and what Wine notes about itself and the display.
+# What is on the machine: folders, and the registry but for the hardware and what Wine notes about itself, the display and console
+# windows, which it opens for its own debugger too.
 # The folder for temporary files, where the uninstaller runs from a copy of itself, may keep an empty folder.
 snapshot() { # NAME
   local part
@@ -27,7 +28,7 @@ snapshot() { # NAME
     HKCU; do
     win reg export "$part" "$work/part.reg" /y >/dev/null
     iconv -f UTF-16 -t UTF-8 "$work/part.reg" | tr -d '\r'
-  done | awk -v RS= -v ORS='\n\n' '!/^\[HKEY_CURRENT_USER\\Software\\Wine/' >"$work/$1.registry"
+  done | awk -v RS= -v ORS='\n\n' '!/^\[HKEY_CURRENT_USER\\(Software\\Wine|Console)/' >"$work/$1.registry"
   # The work folder, with the record of the runs, is its user's, as the sets are.
   find "$DRIVE_C" ! \( -path '*/Temp/~nsu*' -empty \) ! -path '*/AppData/Local/QevBackup*' | sort >"$work/$1.folders"
 }

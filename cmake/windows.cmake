@@ -42,7 +42,6 @@ add_library(qev_windows STATIC
   src/platform/LocaleWindows.cpp
   src/platform/Module.cpp
   src/platform/OpenDialog.cpp
-  src/platform/ProcessLock.cpp
   src/platform/RegistryWindows.cpp
   src/platform/SystemPlatform.cpp
   src/platform/TextPromptWindows.cpp

@@ -113,7 +113,7 @@ void FBackup::showResult(const std::wstring& text) {
 // Painting costs more than many a file: the bar moves a few times a second, and at the end.
 void FBackup::showProgress(int permille) {
   constexpr ULONGLONG pauseMilliseconds = 50;
-  const ULONGLONG now = GetTickCount64();
+  const std::uint64_t now = platform().clock.ticks();
   if (permille < kProgressSteps && now - progressShownAt_ < pauseMilliseconds) return;
   progressShownAt_ = now;
   SendMessageW(Progreso_, PBM_SETPOS, static_cast<WPARAM>(permille), 0);

@@ -4,7 +4,6 @@
 #include <span>
 
 #include "platform/AutomationError.h"
-#include "platform/ProcessLock.h"
 
 namespace qev {
 namespace {
@@ -35,8 +34,8 @@ void RunLog::add(const RunRecord& record) noexcept {
 void RunLog::write(const RunRecord& record) {
   const std::string block = logBlock(record, platform_.locale);
   const std::wstring log = path();
-  const ProcessLock lock(lockName(platform_.locale.upper(log)), kLongestWait);
-  if (!lock.held()) return;
+  const auto lock = platform_.processes.lock(lockName(platform_.locale.upper(log)), kLongestWait);
+  if (!lock) return;
   const std::string bytes = logWith(oldBytes(log), block);
   const auto replacement = platform_.files.replaceFile(log);
   replacement->write(std::as_bytes(std::span(bytes)));

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 
 #include "platform/Value.h"
 
@@ -13,6 +14,9 @@ class Clock {
 
   // Local date and time, to the second. GetLocalTime.
   virtual Date now() const = 0;
+
+  // Milliseconds since the system was started, for measuring how long something takes. GetTickCount64.
+  virtual std::uint64_t ticks() const = 0;
 };
 
 // The calendar day of a date, its time of day dropped. Throws 6 (overflow) beyond the years 100 to 9999, as do the

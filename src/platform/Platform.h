@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -67,6 +68,26 @@ class EventLoop {
   virtual void yield() = 0;
 };
 
+// Something that one process at a time may do: held while the object lives.
+class ProcessLock {
+ public:
+  virtual ~ProcessLock() = default;
+};
+
+class Processes {
+ public:
+  virtual ~Processes() = default;
+
+  // The number of this process, which no other has while it runs. GetCurrentProcessId.
+  virtual std::uint32_t id() const = 0;
+
+  // Waits until no other thread of any process holds the lock of that name, at most so long. A holder that has died
+  // gives it up. Nothing when the wait was in vain, or the lock cannot be had at all. `name` has no backslash and at
+  // most 200 characters; users that may not open one another's locks need names of their own. CreateMutexW, in the
+  // system's global name space; WaitForSingleObject.
+  [[nodiscard]] virtual std::unique_ptr<ProcessLock> lock(const std::wstring& name, std::uint32_t milliseconds) = 0;
+};
+
 struct Platform {
   Registry& registry;
   FileSystem& files;
@@ -82,6 +103,7 @@ struct Platform {
   Accessibility& accessibility;
   TextPrompt& textPrompt;
   FileChooser& fileChooser;
+  Processes& processes;
 };
 
 // The real services of this system; they live as long as the library is loaded.

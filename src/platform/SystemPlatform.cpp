@@ -10,6 +10,7 @@
 #include "platform/FileChooserWindows.h"
 #include "platform/FileSystemWindows.h"
 #include "platform/FolderChooserWindows.h"
+#include "platform/Handle.h"
 #include "platform/LocaleWindows.h"
 #include "platform/Platform.h"
 #include "platform/RegistryWindows.h"
@@ -29,6 +30,8 @@ class SystemClock : public Clock {
     SystemTimeToVariantTime(&local, &days);
     return Date{days};
   }
+
+  std::uint64_t ticks() const override { return GetTickCount64(); }
 };
 
 class SystemDrives : public Drives {
@@ -112,6 +115,29 @@ class SystemEventLoop : public EventLoop {
   }
 };
 
+class SystemLock : public ProcessLock {
+ public:
+  // Takes over a mutex that this thread owns.
+  explicit SystemLock(UniqueHandle<KernelTraits> mutex) : mutex_(std::move(mutex)) {}
+  ~SystemLock() override { ReleaseMutex(mutex_.get()); }
+
+ private:
+  UniqueHandle<KernelTraits> mutex_;
+};
+
+class SystemProcesses : public Processes {
+ public:
+  std::uint32_t id() const override { return GetCurrentProcessId(); }
+
+  std::unique_ptr<ProcessLock> lock(const std::wstring& name, std::uint32_t milliseconds) override {
+    UniqueHandle<KernelTraits> mutex(CreateMutexW(nullptr, FALSE, (L"Global\\" + name).c_str()));
+    if (!mutex) return nullptr;
+    const DWORD result = WaitForSingleObject(mutex.get(), milliseconds);
+    if (result != WAIT_OBJECT_0 && result != WAIT_ABANDONED) return nullptr;
+    return std::make_unique<SystemLock>(std::move(mutex));
+  }
+};
+
 }  // namespace
 
 Platform& systemPlatform() {
@@ -129,8 +155,10 @@ Platform& systemPlatform() {
   static AccessibilityWindows accessibility;
   static TextPromptWindows textPrompt;
   static FileChooserWindows fileChooser;
-  static Platform platform{registry, files,    clock,     drives,        messages,      locale,     workFolder,
-                           sound,    keyboard, eventLoop, folderChooser, accessibility, textPrompt, fileChooser};
+  static SystemProcesses processes;
+  static Platform platform{registry,      files,         clock,      drives,      messages,
+                           locale,        workFolder,    sound,      keyboard,    eventLoop,
+                           folderChooser, accessibility, textPrompt, fileChooser, processes};
   return platform;
 }
 

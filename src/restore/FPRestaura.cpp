@@ -126,7 +126,7 @@ void FPRestaura::showProgress(std::optional<int> permille) {
   constexpr ULONGLONG pauseMilliseconds = 50;
   ShowWindow(Progreso_, permille ? SW_SHOWNA : SW_HIDE);
   if (!permille) return;
-  const ULONGLONG now = GetTickCount64();
+  const std::uint64_t now = platform().clock.ticks();
   if (*permille < kProgressSteps && now - progressShownAt_ < pauseMilliseconds) return;
   progressShownAt_ = now;
   SendMessageW(Progreso_, PBM_SETPOS, static_cast<WPARAM>(*permille), 0);

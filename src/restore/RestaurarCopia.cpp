@@ -305,7 +305,7 @@ std::wstring RestoreRun::extractionFolder() const {
 
 // Of this process alone: other hosts may restore at the same time.
 std::wstring RestoreRun::payloadPath() const {
-  return parentFolderName(sets_.workingCopy()) + L"\\" + kPayloadName + std::to_wstring(GetCurrentProcessId()) +
+  return parentFolderName(sets_.workingCopy()) + L"\\" + kPayloadName + std::to_wstring(platform_.processes.id()) +
          kPayloadExtension;
 }
 

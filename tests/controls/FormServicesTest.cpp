@@ -26,12 +26,8 @@ constexpr DWORD kField = WS_TABSTOP;
 class FormServicesTest : public ::testing::Test {
  protected:
   test::FakePlatform fakes_;
-  Platform platform_ = [this] {
-    Platform real = systemPlatform();
-    return Platform{real.registry,      real.files,           real.clock,        real.drives,       fakes_.messages,
-                    real.locale,        real.workFolder,      fakes_.sound,      real.keyboard,     real.eventLoop,
-                    real.folderChooser, fakes_.accessibility, fakes_.textPrompt, fakes_.fileChooser};
-  }();
+  Platform platform_ = test::with(systemPlatform(), fakes_.messages, fakes_.sound, fakes_.accessibility,
+                                  fakes_.textPrompt, fakes_.fileChooser);
   std::unique_ptr<TestForm> form_;
 
   void makeForm(const std::vector<TestForm::Item>& items) {

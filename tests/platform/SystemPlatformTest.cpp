@@ -64,6 +64,45 @@ TEST(SystemPlatformTest, AWorkFolderThatWasRemovedIsMadeAgain) {
   EXPECT_TRUE(FileSystemWindows().folderExists(path + L"\\temp"));
 }
 
+TEST(SystemPlatformTest, TicksPassAsMillisecondsDo) {
+  const Clock& clock = systemPlatform().clock;
+  const std::uint64_t before = clock.ticks();
+  Sleep(200);
+  EXPECT_NEAR(static_cast<double>(clock.ticks() - before), 200, 150);
+}
+
+// --- Processes ---
+
+TEST(SystemPlatformTest, TheProcessIsThatOfTheSystem) {
+  EXPECT_EQ(systemPlatform().processes.id(), GetCurrentProcessId());
+}
+
+TEST(SystemPlatformTest, ALockIsHeldByOneAtATimeUntilItIsGivenBack) {
+  Processes& processes = systemPlatform().processes;
+  const std::wstring name = L"QevBackup-prueba-" + std::to_wstring(GetCurrentProcessId());
+  // A thread that has a lock may take it again: others must ask.
+  const auto othersGetIt = [&](const std::wstring& which) {
+    bool given = false;
+    std::thread([&] { given = processes.lock(which, 50) != nullptr; }).join();
+    return given;
+  };
+  auto held = processes.lock(name, 50);
+  ASSERT_TRUE(held);
+  EXPECT_FALSE(othersGetIt(name));
+  EXPECT_TRUE(othersGetIt(name + L"-otra"));
+  held.reset();
+  EXPECT_TRUE(othersGetIt(name));
+}
+
+TEST(SystemPlatformTest, ALockWhoseHolderHasDiedIsGivenUp) {
+  Processes& processes = systemPlatform().processes;
+  const std::wstring name = L"QevBackup-muerto-" + std::to_wstring(GetCurrentProcessId());
+  ProcessLock* never = nullptr;
+  std::thread([&] { never = processes.lock(name, 50).release(); }).join();
+  ASSERT_TRUE(never);
+  EXPECT_TRUE(processes.lock(name, 50));
+}
+
 // --- Waiting messages ---
 
 // A hidden window that counts the messages it gets.

@@ -154,4 +154,18 @@ std::optional<std::wstring> FakeTextPrompt::ask(const std::wstring& prompt, cons
   return std::nullopt;
 }
 
+// --- FakeProcesses ---
+
+std::unique_ptr<ProcessLock> FakeProcesses::lock(const std::wstring& name, std::uint32_t) {
+  struct Held : ProcessLock {
+    Held(std::set<std::wstring>& all, const std::wstring& one) : names(all), name(*all.insert(one).first) {}
+    ~Held() override { names.erase(name); }
+    std::set<std::wstring>& names;
+    const std::wstring name;
+  };
+  asked.push_back(name);
+  if (busy || held.contains(name)) return nullptr;
+  return std::make_unique<Held>(held, name);
+}
+
 }  // namespace qev::test

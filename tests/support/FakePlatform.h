@@ -3,9 +3,12 @@
 // everywhere.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <tuple>
 #include <type_traits>
@@ -32,6 +35,11 @@ class FakeClock : public Clock {
   }
 
   Date now() const override { return time; }
+
+  // Each look is that much later than the one before.
+  mutable std::uint64_t elapsed = 0;
+  std::uint64_t millisecondsPerLook = 1000;
+  std::uint64_t ticks() const override { return elapsed += millisecondsPerLook; }
 };
 
 // Names of keys and values are the same in any letter case. Like the real one it keeps integers and Booleans as 32-bit
@@ -208,6 +216,17 @@ class FakeFileChooser : public FileChooser {
   std::size_t next_ = 0;
 };
 
+// Process 4711. A lock can be had unless somebody has it: one that was given, or, while `busy`, another process.
+class FakeProcesses : public Processes {
+ public:
+  bool busy = false;
+  std::set<std::wstring> held;      // names of the locks that are held now
+  std::vector<std::wstring> asked;  // names, in the order in which they were asked for
+
+  std::uint32_t id() const override { return 4711; }
+  std::unique_ptr<ProcessLock> lock(const std::wstring& name, std::uint32_t milliseconds) override;
+};
+
 // The names that windows have now, and how many were given and taken back.
 class FakeAccessibility : public Accessibility {
  public:
@@ -249,7 +268,8 @@ Platform with(const Platform& platform, Services&... others) {
           replaced::by(platform.workFolder, others...),    replaced::by(platform.sound, others...),
           replaced::by(platform.keyboard, others...),      replaced::by(platform.eventLoop, others...),
           replaced::by(platform.folderChooser, others...), replaced::by(platform.accessibility, others...),
-          replaced::by(platform.textPrompt, others...),    replaced::by(platform.fileChooser, others...)};
+          replaced::by(platform.textPrompt, others...),    replaced::by(platform.fileChooser, others...),
+          replaced::by(platform.processes, others...)};
 }
 
 // All of them together; the services are there for the test to set up and to look at.
@@ -269,13 +289,14 @@ class FakePlatform {
   FakeAccessibility accessibility;
   FakeTextPrompt textPrompt;
   FakeFileChooser fileChooser;
+  FakeProcesses processes;
 
   // The seam that the code under test takes.
   Platform& platform() { return platform_; }
 
  private:
-  Platform platform_{registry, files,    clock,     drives,        messages,      locale,     workFolder,
-                     sound,    keyboard, eventLoop, folderChooser, accessibility, textPrompt, fileChooser};
+  Platform platform_{registry, files,     clock,         drives,        messages,   locale,      workFolder, sound,
+                     keyboard, eventLoop, folderChooser, accessibility, textPrompt, fileChooser, processes};
 };
 
 }  // namespace qev::test

@@ -13,14 +13,17 @@ add_executable(qev_logic_tests
   tests/schedule/CalcularProximaCopiaTest.cpp
   tests/backup/ArchiveProgressTest.cpp
   tests/backup/CCopiasTest.cpp
+  tests/backup/DiskCopyTest.cpp
+  tests/backup/HacerCopiaTest.cpp
   tests/backup/RunRecordTest.cpp
+  tests/backup/SafeModeTest.cpp
   tests/backup/SetFormatTest.cpp
   tests/controls/ListTableTest.cpp
   tests/controls/MGeneralTest.cpp
-  tests/restore/RestoreProgressTest.cpp
+  tests/zip/EngineLinesTest.cpp
   tests/zip/EngineRemarksTest.cpp
   tests/zip/ListingLinesTest.cpp
-  tests/zip/TestProgressTest.cpp
+  tests/zip/UnpackProgressTest.cpp
   tests/zip/ZipDirectoryTest.cpp
   tests/support/FakeFiles.cpp
   tests/support/FakePlatform.cpp

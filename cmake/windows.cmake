@@ -47,13 +47,7 @@ add_library(qev_windows STATIC
   src/platform/TextPromptWindows.cpp
   src/platform/Variant.cpp
   src/platform/Win32Error.cpp
-  src/zip/ArchiveCheck.cpp
-  src/zip/CZipFiles.cpp
-  src/zip/CUnzipFiles.cpp
-  src/zip/EngineLibrary.cpp
-  src/zip/EngineMessages.cpp
-  src/zip/UnzipEngine.cpp
-  src/zip/ZipEngine.cpp
+  src/zip/DllEngines.cpp
   src/controls/ComboList.cpp
   src/controls/ControlClass.cpp
   src/controls/ControlFont.cpp
@@ -71,14 +65,10 @@ add_library(qev_windows STATIC
   src/controls/UTextBox.cpp
   src/controls/VisualStyles.cpp
   src/resources/Picture.cpp
-  src/backup/DiskCopy.cpp
   src/backup/FBackup.cpp
-  src/backup/HacerCopia.cpp
-  src/backup/RunLog.cpp
   src/restore/FCopiar.cpp
   src/restore/FPRestaura.cpp
   src/restore/FRestaurar.cpp
-  src/restore/RestaurarCopia.cpp
   src/schedule/Backup.cpp)
 target_include_directories(qev_windows PUBLIC src . ${generated})
 target_link_libraries(qev_windows PUBLIC qev_logic

@@ -149,10 +149,10 @@ void BackupRun::archive() {
   for (const std::wstring& path : {utilities, hostSettings}) {
     if (platform_.files.fileExists(path)) progress.expect(path, platform_.files.fileSize(path));
   }
-  zip_.onMessage = [&](const std::wstring& text) {
-    progress.message(text);
-    record_.remarks.message(text);
-    view_.showProgress(progress.permille() * (safe_ ? kArchivingSafely : kWholeBar) / kWholeBar);
+  zip_.onEvent = [&](const EngineEvent& event) {
+    record_.remarks.event(event);
+    if (progress.event(event))
+      view_.showProgress(progress.permille() * (safe_ ? kArchivingSafely : kWholeBar) / kWholeBar);
   };
 
   zip_.AddFile(state_.dataFolder + L"*.*");
@@ -161,7 +161,7 @@ void BackupRun::archive() {
   zip_.setRecurseFolders(true);
   zip_.setUpdatingZip(false);
   record_.engineCode = zip_.MakeZipFile();
-  zip_.onMessage = nullptr;
+  zip_.onEvent = nullptr;
   if (safe_) requireWhole(*record_.engineCode);
   // Otherwise the engine's code is not looked at: files that it had to skip leave a set that is good for all others.
   // Without any archive there is nothing to make a set of.
@@ -173,7 +173,7 @@ void BackupRun::archive() {
 
 // No code but 0 is one of an archive that holds everything.
 void BackupRun::requireWhole(std::int32_t code) const {
-  if (code == ZP_OK) return;
+  if (code == kZipDone) return;
   throw AutomationError(code, L"RvZipFiles::MakeZipFile",
                         L"Copia incompleta: " + record_.remarks.inOneLine(kLongestRemark));
 }
@@ -208,11 +208,11 @@ void BackupRun::prove() {
     view_.showProgress(kArchivingSafely + static_cast<int>((kWholeBar - kArchivingSafely) * part));
   };
   std::int32_t code = check.run();
-  if (ArchiveCheck::isSound(code) && entries.empty()) code = UZ_NOZIP;
+  if (ArchiveCheck::isSound(code) && entries.empty()) code = kUnzipNoArchive;
   record_.proven = ArchiveCheck::isSound(code);
   if (*record_.proven) return;
   record_.engineCode = code;
-  for (const std::wstring& line : check.remarks().lines()) record_.remarks.message(line + kLine);
+  record_.remarks.add(check.remarks());
   throw AutomationError(code, L"RvUnZipFiles::Test", L"Copia dañada: " + check.remarks().inOneLine(kLongestRemark));
 }
 

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "controls/FlagScope.h"
 #include "controls/MGeneral.h"
 #include "platform/AutomationError.h"
+#include "platform/FlagScope.h"
 
 namespace qev {
 namespace {

@@ -2,11 +2,11 @@
 
 #include <utility>
 
-#include "controls/FlagScope.h"
 #include "controls/FormFields.h"
 #include "controls/InFront.h"
 #include "controls/ValidationLock.h"
 #include "platform/AutomationError.h"
+#include "platform/FlagScope.h"
 
 namespace qev {
 namespace {

@@ -4,10 +4,10 @@
 #include <utility>
 
 #include "controls/EntryControl.h"
-#include "controls/FlagScope.h"
 #include "controls/FormFields.h"
 #include "controls/ValidationLock.h"
 #include "platform/AutomationError.h"
+#include "platform/FlagScope.h"
 
 namespace qev {
 namespace {

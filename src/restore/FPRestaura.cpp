@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "backup/RunLog.h"
-#include "controls/FlagScope.h"
+#include "platform/FlagScope.h"
 #include "resources/resource.h"
 #include "settings/SettingsStore.h"
 

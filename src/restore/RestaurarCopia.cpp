@@ -1,15 +1,13 @@
 #include "restore/RestaurarCopia.h"
 
-#include <windows.h>
-
 #include <algorithm>
 #include <limits>
 #include <string_view>
 #include <utility>
 
 #include "backup/DiskCopy.h"
-#include "restore/RestoreProgress.h"
 #include "zip/ArchiveCheck.h"
+#include "zip/UnpackProgress.h"
 
 namespace qev {
 namespace {
@@ -231,7 +229,7 @@ void RestoreRun::extract(const std::wstring& set) {
   const bool isKnown = directory.has_value();
   const auto entries = std::move(directory).value_or(std::vector<ZipDirectoryEntry>());
   if (isKnown) record_.count(entries);
-  RestoreProgress progress(entries);
+  UnpackProgress progress(entries);
   const std::uint64_t toCopy = platform_.files.fileSize(set);
   record_.setBytes = toCopy;
   const double toTest = choice_.safe ? static_cast<double>(progress.total()) : 0;
@@ -258,11 +256,10 @@ void RestoreRun::extract(const std::wstring& set) {
 
   EngineRemarks remarks;
   CUnzipFiles zip(platform_, loadEngine_);
-  zip.onMessage = [&](const std::wstring& text) {
-    progress.message(text);
-    remarks.message(text);
-    record_.remarks.message(text);
-    show(toCopy);
+  zip.onEvent = [&](const EngineEvent& event) {
+    remarks.event(event);
+    record_.remarks.event(event);
+    if (progress.event(event)) show(toCopy);
   };
   zip.setZipFileName(payload.path());
   zip.setExtractDir(folder);
@@ -283,7 +280,7 @@ void RestoreRun::prove(const std::wstring& payload, const std::wstring& set,
   check.onProgress = tested;
   const std::int32_t code = check.run();
   record_.engineCode = code;
-  for (const std::wstring& line : check.remarks().lines()) record_.remarks.message(line + L"\r\n");
+  record_.remarks.add(check.remarks());
   if (!ArchiveCheck::isSound(code)) {
     throw refusal(
         L"La copia de seguridad está dañada. No se ha restaurado nada: los datos siguen como estaban.\r\n\r\n" + set +

@@ -8,10 +8,9 @@ ArchiveCheck::ArchiveCheck(Platform& platform, CUnzipFiles::EngineLoader loadEng
                            const std::vector<ZipDirectoryEntry>& entries)
     : zip_(platform, std::move(loadEngine)), progress_(entries) {
   zip_.setZipFileName(path);
-  zip_.onMessage = [this](const std::wstring& text) {
-    progress_.message(text);
-    remarks_.message(text);
-    if (onProgress) onProgress(progress_.done());
+  zip_.onEvent = [this](const EngineEvent& event) {
+    remarks_.event(event);
+    if (progress_.event(event) && onProgress) onProgress(progress_.done());
   };
 }
 

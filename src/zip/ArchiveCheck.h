@@ -11,7 +11,7 @@
 
 #include "zip/CUnzipFiles.h"
 #include "zip/EngineRemarks.h"
-#include "zip/TestProgress.h"
+#include "zip/UnpackProgress.h"
 #include "zip/ZipDirectory.h"
 
 namespace qev {
@@ -23,11 +23,11 @@ class ArchiveCheck {
   ArchiveCheck(Platform& platform, CUnzipFiles::EngineLoader loadEngine, const std::wstring& path,
                const std::vector<ZipDirectoryEntry>& entries);
 
-  // Returns the engine's code (UzCode). Throws what CUnzipFiles::Test throws.
-  std::int32_t run();
+  // Returns the engine's code. Throws what CUnzipFiles::Test throws.
+  [[nodiscard]] std::int32_t run();
 
   // Whether an archive that was tested with this code is good: with or without something to remark.
-  static bool isSound(std::int32_t code) { return code == UZ_OK || code == UZ_WARN; }
+  static bool isSound(std::int32_t code) { return code == kUnzipDone || code == kUnzipWarning; }
 
   // What the engine said of it that is not routine.
   const EngineRemarks& remarks() const { return remarks_; }
@@ -35,12 +35,12 @@ class ArchiveCheck {
   // Bytes of all entries, unpacked.
   std::uint64_t total() const { return progress_.total(); }
 
-  // Called with the bytes tested so far, whenever the engine has said something: 0 to total().
+  // Called with the bytes tested so far, whenever they have grown: up to total().
   std::function<void(std::uint64_t done)> onProgress;
 
  private:
   CUnzipFiles zip_;
-  TestProgress progress_;
+  UnpackProgress progress_;
   EngineRemarks remarks_;
 };
 

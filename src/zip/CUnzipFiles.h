@@ -9,16 +9,17 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "platform/Platform.h"
-#include "zip/UnzipEngine.h"
+#include "zip/ArchiveEngine.h"
 
 namespace qev {
 
 class CUnzipFiles {
  public:
-  using EngineLoader = std::function<UnzipEngine()>;
+  using EngineLoader = std::function<std::unique_ptr<UnzipEngine>()>;
 
   explicit CUnzipFiles(Platform& platform, EngineLoader loadEngine = loadUnzipEngine);
 
@@ -56,17 +57,17 @@ class CUnzipFiles {
   const std::wstring& ExtractDir() const { return extractDir_; }
   void setExtractDir(const std::wstring& path) { extractDir_ = path; }
 
-  // Extracts the archive, over existing files, and returns the engine's code (UzCode; 0 is success): engine failures
+  // Extracts the archive, over existing files, and returns the engine's code (kUnzipDone is success): engine failures
   // are not raised. An argument that is not empty replaces the property of its name first. Throws, always from
   // "RvUnZipFiles::Unzip": what the engine's loader throws, what a message handler or a prompt throws, 70 when a run of
   // this class is under way. The engine is unloaded when the run is over.
   std::int32_t Unzip(const std::wstring& sZipFileName = {}, const std::wstring& sExtractDir = {});
 
   // An addition of this library: tests the archive named by ZipFileName. Every entry is unpacked and compared with its
-  // length and its CRC-32; nothing is written. Returns the engine's code (UzCode): UZ_OK when the whole archive is
-  // good, UZ_WARN when it is and there was something to remark, bytes before it for instance. Throws what Unzip throws,
+  // length and its CRC-32; nothing is written. Returns the engine's code: kUnzipDone when the whole archive is good,
+  // kUnzipWarning when it is and there was something to remark, bytes before it for instance. Throws what Unzip throws,
   // from "RvUnZipFiles::Test".
-  std::int32_t Test();
+  [[nodiscard]] std::int32_t Test();
 
   // Lists the archive named by ZipFileName: calls ListFile for each entry, in archive order, after the engine's run.
   // Engine failures are not raised: there are fewer entries, or none. Throws what Unzip throws, from
@@ -82,20 +83,20 @@ class CUnzipFiles {
                      const std::wstring& mTime)>
       ListFile;
 
-  // Called with each engine message as it arrives, without the line feed that GetLastMessage has behind it, before
-  // waiting window messages are let through. Vanto6.h tells what the messages are (UZPRINT).
-  std::function<void(const std::wstring& message)> onMessage;
+  // Called with what the engine tells, as it comes.
+  std::function<void(const EngineEvent& event)> onEvent;
 
  private:
-  enum class Mode { Extract, List, Test };
+  static inline bool underWay_ = false;  // an engine runs once at a time
+
   struct Outcome {
     std::int32_t code = 0;
     std::wstring listing;
   };
 
-  Outcome run(Mode mode);
-  Outcome runEngine(Mode mode);
-  DCL optionsFor(Mode mode) const;
+  Outcome run(UnzipMode mode);
+  Outcome runEngine(UnzipMode mode);
+  UnzipRequest requestFor(UnzipMode mode) const;
 
   Platform& platform_;
   EngineLoader loadEngine_;

@@ -7,17 +7,18 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "platform/Platform.h"
-#include "zip/ZipEngine.h"
+#include "zip/ArchiveEngine.h"
 
 namespace qev {
 
 class CZipFiles {
  public:
-  using EngineLoader = std::function<ZipEngine()>;
+  using EngineLoader = std::function<std::unique_ptr<ZipEngine>()>;
 
   CZipFiles(const Locale& locale, EventLoop& eventLoop, EngineLoader loadEngine = loadZipEngine);
 
@@ -52,7 +53,7 @@ class CZipFiles {
   // Takes a name off the list. Throws 0x800407D2 from "RvZip::RemoveFile" when it is not listed.
   void RemoveFile(const std::wstring& sFileName);
 
-  // Runs the engine over the whole list and returns its code (ZpCode; 0 is success): engine failures are not raised.
+  // Runs the engine over the whole list and returns its code (kZipDone is success): engine failures are not raised.
   // Throws, always from "RvZipFiles::MakeZipFile": 9 when more than 99 names were added, what loadZipEngine throws,
   // what a message handler throws. The engine is unloaded when the run is over.
   std::int32_t MakeZipFile();
@@ -60,10 +61,12 @@ class CZipFiles {
   // The engine's messages of the last run of either archive class.
   std::wstring GetLastMessage() const;
 
-  // Called with each engine message as it arrives, before waiting window messages are let through.
-  std::function<void(const std::wstring& message)> onMessage;
+  // Called with what the engine tells, as it comes.
+  std::function<void(const EngineEvent& event)> onEvent;
 
  private:
+  static inline bool underWay_ = false;  // an engine runs once at a time
+
   using Names = std::vector<std::wstring>;
 
   Names::const_iterator find(const std::wstring& name) const;

@@ -14,19 +14,9 @@
 #include <vector>
 
 #include "platform/Locale.h"
+#include "zip/ArchiveEngine.h"
 
 namespace qev {
-
-// What the engine tells of an entry.
-struct EngineEntry {
-  std::wstring name;
-  std::uint32_t size = 0;  // bytes, unpacked
-  unsigned month = 0;
-  unsigned day = 0;
-  unsigned year = 0;  // of which the last two digits count
-  unsigned hour = 0;
-  unsigned minute = 0;
-};
 
 // What a line tells of an entry.
 struct ListedEntry {

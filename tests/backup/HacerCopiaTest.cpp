@@ -10,7 +10,8 @@
 #include <vector>
 
 #include "support/FakePlatform.h"
-#include "support/RecordingEngine.h"
+#include "support/RecordingView.h"
+#include "support/ScriptedEngine.h"
 
 namespace qev::test {
 namespace {
@@ -34,34 +35,6 @@ constexpr char kHeader[] =
 constexpr wchar_t kSuccess[] =
     L" La copia de seguridad se ha realizado correctamente.\r\n Origen: Datos del programa Gestion\r\n Destino: ";
 
-// The window, as a list of what the run did to it. Texts follow their name.
-class RecordingView : public BackupRunView {
- public:
-  std::vector<std::wstring> events;
-  std::vector<int> progress;
-  bool wantsToClose = false;
-
-  void showBusy(bool busy) override { events.emplace_back(busy ? L"busy" : L"idle"); }
-  void showOrigin(const std::wstring& text) override { events.push_back(L"origin:" + text); }
-  void showDestination(const std::wstring& text) override { events.push_back(L"destination:" + text); }
-  void showResult(const std::wstring& text) override { events.push_back(L"result:" + text); }
-  void showProgress(int permille) override { progress.push_back(permille); }
-  void showSuccess(const std::wstring& text) override { events.push_back(L"success:" + text); }
-  void showFailure(const std::wstring& text) override { events.push_back(L"failure:" + text); }
-  void stopTimer() override { events.emplace_back(L"timer stopped"); }
-  void close() override { events.emplace_back(L"closed"); }
-  bool closeAsked() const override { return wantsToClose; }
-
-  bool did(const std::wstring& event) const { return std::find(events.begin(), events.end(), event) != events.end(); }
-
-  // The text of the last event of a name, "<none>" without one.
-  std::wstring textOf(const std::wstring& name) const {
-    const auto found = std::find_if(events.rbegin(), events.rend(),
-                                    [&](const std::wstring& event) { return event.starts_with(name + L":"); });
-    return found == events.rend() ? L"<none>" : found->substr(name.size() + 1);
-  }
-};
-
 class HacerCopiaTest : public testing::Test {
  protected:
   HacerCopiaTest() {
@@ -80,15 +53,15 @@ class HacerCopiaTest : public testing::Test {
 
   // The engine makes an archive of these bytes and answers `code`.
   void archivesAs(const std::string& bytes, int code = 0) {
-    engine.whileArchiving = [this, bytes, code](const std::string& archive) {
-      fake.files.put(fake.locale.textFromAnsi(archive), bytes);
+    engine.work = [this, bytes, code] {
+      fake.files.put(engine.request.archive, bytes);
       return code;
     };
   }
 
   // The engine says `message` and makes no archive.
-  void failsToArchive(const std::string& message, int code) {
-    engine.whileArchiving = [this, message, code](const std::string&) {
+  void failsToArchive(const std::wstring& message, int code) {
+    engine.work = [this, message, code] {
       engine.say(message);
       return code;
     };
@@ -107,7 +80,7 @@ class HacerCopiaTest : public testing::Test {
   }
 
   void run(const std::wstring& target = kTarget) {
-    BackupRun(fake.platform(), state, settings, view, engine.loader()).HacerCopia(target);
+    BackupRun(fake.platform(), state, settings, view, engine.loader(), tester.loader()).HacerCopia(target);
   }
 
   static std::wstring plainFailure(const std::wstring& target, const std::wstring& error) {
@@ -126,7 +99,8 @@ class HacerCopiaTest : public testing::Test {
   LibraryState state;
   SettingsStore settings{fake.registry, state.settingsKey};
   RecordingView view;
-  RecordingEngine engine;
+  ScriptedZip engine;
+  ScriptedUnzip tester;
 };
 
 // --- The run that succeeds ---
@@ -143,39 +117,39 @@ TEST_F(HacerCopiaTest, ARunGoesThroughItsStatesInOrder) {
 
 TEST_F(HacerCopiaTest, TheDataFolderTheUtilitiesAndTheHostsSettingsAreArchivedInThisOrder) {
   run();
-  EXPECT_THAT(engine.names(),
-              ElementsAre("querty", "C:\\Prog\\Datos\\Emp01\\*.*", "C:\\Prog\\Util.mde", "C:\\Prog\\Gestion.ini"));
+  EXPECT_THAT(engine.request.names,
+              ElementsAre(L"querty", L"C:\\Prog\\Datos\\Emp01\\*.*", L"C:\\Prog\\Util.mde", L"C:\\Prog\\Gestion.ini"));
 }
 
 TEST_F(HacerCopiaTest, SubfoldersAreArchivedAndTheArchiveIsNewAndNotAnUpdate) {
   run();
-  EXPECT_EQ(engine.options.fRecurse, 2);
-  EXPECT_EQ(engine.options.fUpdate, 0);
-  EXPECT_EQ(engine.root, "\\");
+  EXPECT_EQ(engine.request.recurse, 2);
+  EXPECT_EQ(engine.request.update, 0);
+  EXPECT_EQ(engine.request.root, L"\\");
 }
 
 TEST_F(HacerCopiaTest, TheArchiveIsBuiltAtTheTargetItself) {
   run();
-  EXPECT_EQ(engine.archive, "D:\\Copias\\Backup16-11-26.qev");
+  EXPECT_EQ(engine.request.archive, L"D:\\Copias\\Backup16-11-26.qev");
 }
 
 TEST_F(HacerCopiaTest, TheDataFolderIsJoinedToItsPatternWithoutASeparatorSoItMustEndInABackslash) {
   state.dataFolder = L"C:\\Prog\\Datos\\Emp01";
   run();
-  EXPECT_EQ(engine.names().at(1), "C:\\Prog\\Datos\\Emp01*.*");
-  EXPECT_EQ(engine.names().at(2), "C:\\Prog\\Util.mde");
+  EXPECT_EQ(engine.request.names.at(1), L"C:\\Prog\\Datos\\Emp01*.*");
+  EXPECT_EQ(engine.request.names.at(2), L"C:\\Prog\\Util.mde");
 }
 
 TEST_F(HacerCopiaTest, ADataFolderOneLevelBelowTheRootHasItsUtilitiesInTheRoot) {
   state.dataFolder = L"C:\\Gestion\\Datos\\";
   run();
-  EXPECT_EQ(engine.names().at(2), "C:\\\\Util.mde");
+  EXPECT_EQ(engine.request.names.at(2), L"C:\\\\Util.mde");
 }
 
 TEST_F(HacerCopiaTest, TheHostsSettingsFileIsNamedAfterTheTitle) {
   state.title = L"Nóminas";
   run();
-  EXPECT_EQ(engine.names().at(3), "C:\\Prog\\N\xF3minas.ini");
+  EXPECT_EQ(engine.request.names.at(3), L"C:\\Prog\\Nóminas.ini");
 }
 
 TEST_F(HacerCopiaTest, TheSetGetsAHeaderOfOneVolumeTheFirstAndTheDriveOfTheDataFolder) {
@@ -197,7 +171,7 @@ TEST_F(HacerCopiaTest, SuccessIsRecordedWithItsMoment) {
 
 TEST_F(HacerCopiaTest, TheMomentsOfASuccessAreThoseOfItsEnd) {
   fake.clock.set(2026, 11, 16, 23, 59);
-  engine.whileArchiving = [this](const std::string&) {
+  engine.work = [this] {
     fake.files.put(kTarget, "PK");
     fake.clock.set(2026, 11, 17, 0, 1);
     return 0;
@@ -215,9 +189,9 @@ TEST_F(HacerCopiaTest, TheEnginesCodeIsNotLookedAtWhenThereIsAnArchive) {
 }
 
 TEST_F(HacerCopiaTest, ProgressIsShownByBytesArchived) {
-  engine.whileArchiving = [this](const std::string&) {
-    engine.say("  adding: Prog/Datos/Emp01/clientes.db (deflated 60%)\r\n");
-    engine.say("  adding: Prog/Util.mde (stored 0%)\r\n");
+  engine.work = [this] {
+    engine.say(L"  adding: Prog/Datos/Emp01/clientes.db (deflated 60%)\r\n");
+    engine.say(L"  adding: Prog/Util.mde (stored 0%)\r\n");
     fake.files.put(kTarget, "PK");
     return 0;
   };
@@ -227,10 +201,10 @@ TEST_F(HacerCopiaTest, ProgressIsShownByBytesArchived) {
 
 TEST_F(HacerCopiaTest, WaitingMessagesOfTheWindowAreLetThroughAtEachEngineMessage) {
   int yields = 0;
-  engine.whileArchiving = [&](const std::string&) {
+  engine.work = [&] {
     const int before = fake.eventLoop.yields;
-    engine.say("uno\r\n");
-    engine.say("dos\r\n");
+    engine.say(L"uno\r\n");
+    engine.say(L"dos\r\n");
     yields = fake.eventLoop.yields - before;
     fake.files.put(kTarget, "PK");
     return 0;
@@ -250,7 +224,7 @@ TEST_F(HacerCopiaTest, ASecondAutomaticRunOnTheSameDayAsksAndNoClosesTheWindowWi
                                               L"Gestion", message::kYesNo | message::kQuestion}));
   EXPECT_THAT(view.events, ElementsAre(L"busy", L"timer stopped", L"idle", L"closed"));
   EXPECT_THAT(fake.registry.writes, IsEmpty());
-  EXPECT_THAT(engine.calls, IsEmpty());
+  EXPECT_EQ(engine.loads, 0);
   EXPECT_EQ(fake.files.bytes(kTarget), "la copia de hoy");
   EXPECT_EQ(fake.sound.beeps, 0);
 }
@@ -288,7 +262,7 @@ TEST_F(HacerCopiaTest, YesDeletesTheOldFileBeforeTheEngineRunsAndMakesTheSet) {
   fake.files.put(kTarget, "la copia de hoy");
   fake.messages.willAnswer({Answer::Yes});
   bool oldFileThere = true;
-  engine.whileArchiving = [&](const std::string&) {
+  engine.work = [&] {
     oldFileThere = fake.files.fileExists(kTarget);
     fake.files.put(kTarget, "PK nueva");
     return 0;
@@ -313,7 +287,7 @@ TEST_F(HacerCopiaTest, AnOldFileThatCannotBeDeletedEndsInFailureAndStays) {
   fake.messages.willAnswer({Answer::Yes});
   run();
   EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"70-Permiso denegado"));
-  EXPECT_THAT(engine.calls, IsEmpty());
+  EXPECT_EQ(engine.loads, 0);
   EXPECT_EQ(fake.files.bytes(kTarget), "la copia de hoy");
 }
 
@@ -399,7 +373,7 @@ TEST_F(HacerCopiaTest, CerrarNeverClosesTheWindowAfterAFailure) {
   for (const std::uint8_t kind : {kManual, kAutomatic, kScheduled}) {
     state.BackupKind = kind;
     set(L"Cerrar", std::int32_t{1});
-    failsToArchive("zip error: disk full\r\n", 14);
+    failsToArchive(L"zip error: disk full\r\n", 14);
     run();
     EXPECT_FALSE(view.did(L"closed"));
   }
@@ -526,14 +500,13 @@ TEST_F(HacerCopiaTest, SettingsThatRefuseToBeReadEndInFailure) {
 }
 
 TEST_F(HacerCopiaTest, AnEngineThatCannotBeLoadedEndsInAFailureThatNamesItsFile) {
-  BackupRun(fake.platform(), state, settings, view, []() -> ZipEngine {
-    throw AutomationError(kFileNotFound, L"VANTO5.DLL");
-  }).HacerCopia(kTarget);
+  engine.onLoad = [] { throw AutomationError(kFileNotFound, L"VANTO5.DLL"); };
+  run();
   EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"53-No se ha encontrado el archivo: VANTO5.DLL"));
 }
 
 TEST_F(HacerCopiaTest, WithoutAnyArchiveTheRunFailsWithTheLastLineOfTheEngine) {
-  failsToArchive("\tzip warning: could not open for writing: D:/Copias\r\nzip error: Could not create output file\r\n",
+  failsToArchive(L"\tzip warning: could not open for writing: D:/Copias\r\nzip error: Could not create output file\r\n",
                  15);
   run();
   EXPECT_EQ(view.textOf(L"failure"),
@@ -544,7 +517,7 @@ TEST_F(HacerCopiaTest, WithoutAnyArchiveTheRunFailsWithTheLastLineOfTheEngine) {
 }
 
 TEST_F(HacerCopiaTest, AnEngineThatLeavesNoArchiveAndSaysNothingDoesNoHarm) {
-  for (const char* message : {"", "\r\n", "\t", " \t\r\n", "sin fin de línea"}) {
+  for (const wchar_t* message : {L"", L"\r\n", L"\t", L" \t\r\n", L"sin fin de línea"}) {
     failsToArchive(message, 12);
     run();
     EXPECT_THAT(fake.locale.ansiFromText(view.textOf(L"failure")), HasSubstr("Error: 53-")) << message;
@@ -560,7 +533,7 @@ TEST_F(HacerCopiaTest, AnArchiveThatCannotBeStampedEndsInFailureAndNothingIsLeft
 
 TEST_F(HacerCopiaTest, AnArchiveThatCannotEvenBeRemovedDoesNotHideTheErrorThatLedThere) {
   std::unique_ptr<FileReader> reader;
-  engine.whileArchiving = [&](const std::string&) {
+  engine.work = [&] {
     fake.files.put(kTarget, "PK");
     reader = fake.files.openForReading(kTarget);
     return 0;
@@ -572,10 +545,9 @@ TEST_F(HacerCopiaTest, AnArchiveThatCannotEvenBeRemovedDoesNotHideTheErrorThatLe
 }
 
 TEST_F(HacerCopiaTest, AFailureBeforeAnyArchiveLeavesNothingUnderTheNameOfASet) {
-  engine.whileArchiving = [this](const std::string&) {
+  engine.work = [this]() -> int {
     fake.files.put(kTarget, "PK a medias");
-    engine.say(std::string(5000, 'x'));  // more than a message may have
-    return 0;
+    throw AutomationError(kSubscriptOutOfRange);  // it has said more at once than a message may have
   };
   run();
   EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"9-" + describeError(9)));
@@ -607,7 +579,7 @@ TEST_F(HacerCopiaTest, WhateverFileOperationFailsTheRunEndsOnceInSuccessOrFailur
 }
 
 TEST_F(HacerCopiaTest, WithoutMemoryTheRunEndsInFailure) {
-  engine.whileArchiving = [](const std::string&) -> int { throw std::bad_alloc(); };
+  engine.work = []() -> int { throw std::bad_alloc(); };
   run();
   EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"7-Memoria insuficiente"));
 }
@@ -618,7 +590,7 @@ TEST_F(HacerCopiaTest, ForAFloppyTheArchiveIsBuiltInTheWorkFolderAndTheTargetIsS
   fake.drives.willReport({FakeDrives::bytesFree(1457664)});
   fake.messages.willAnswer({Answer::Ok});
   run(kOnFloppy);
-  EXPECT_EQ(engine.archive, "C:\\Trabajo\\temp\\copia.zip");
+  EXPECT_EQ(engine.request.archive, L"C:\\Trabajo\\temp\\copia.zip");
   EXPECT_THAT(view.events,
               ElementsAre(L"busy", L"origin: Datos del programa", L"destination: A:\\Backup16-11-26.qev",
                           L"result: Realizando copia de seguridad...", L"idle", L"result: Copiando disco 1 de 1...",
@@ -677,7 +649,7 @@ TEST_F(HacerCopiaTest, ADriveThatIsNotReadyAndGivenUpWhileItIsMeasuredEndsInFail
 
 TEST_F(HacerCopiaTest, ALowerCaseDriveLetterIsAnOrdinaryFolder) {
   run(L"a:\\Backup16-11-26.qev");
-  EXPECT_EQ(engine.archive, "a:\\Backup16-11-26.qev");
+  EXPECT_EQ(engine.request.archive, L"a:\\Backup16-11-26.qev");
   EXPECT_EQ(fake.files.bytes(kOnFloppy), std::string(kHeader) + "PK archivo");
   EXPECT_THAT(fake.messages.shown, IsEmpty());
   EXPECT_THAT(fake.drives.queried, IsEmpty());

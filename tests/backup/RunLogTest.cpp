@@ -19,7 +19,7 @@
 #include "platform/Handle.h"
 #include "support/FakePlatform.h"
 #include "support/RecordingEngine.h"
-#include "support/SilentView.h"
+#include "support/RecordingView.h"
 #include "support/SmallDisk.h"
 #include "support/TemporaryFolder.h"
 
@@ -67,7 +67,7 @@ class RunLogTest : public testing::Test {
   TemporaryFolder folder_;
   FakePlatform fake_;
   Platform& system_ = systemPlatform();
-  Platform platform_ = with(fake_.platform(), system_.files, system_.locale);
+  Platform platform_ = with(fake_.platform(), system_.files, system_.locale, system_.processes);
 };
 
 TEST_F(RunLogTest, BlocksFollowOneAnother) {
@@ -263,7 +263,7 @@ class LoggedRun : public RunLogTest {
 
   LibraryState state_;
   SettingsStore settings_{fake_.registry, state_.settingsKey};
-  SilentView view_;
+  RecordingView view_;
 };
 
 TEST_F(LoggedRun, ASuccessIsRecordedWithItsFilesAndBytes) {

@@ -63,7 +63,7 @@ TEST(RunRecordTest, TroubleOfTheEngineIsOneLineThatIsFoundEvenWhenTheRunWasASucc
   RunRecord run = record();
   EXPECT_THAT(blockOf(run), Not(HasSubstr("Avisos del motor")));
   run.engineCode = 18;
-  run.remarks.message(L"\tzip warning: could not open for reading: a\u00f1o.db\r\n");
+  run.remarks.event(Remark{L"zip warning: could not open for reading: a\u00f1o.db"});
   EXPECT_THAT(blockOf(run), HasSubstr("\r\n  Resultado: correcto\r\n  Avisos del motor: c\xC3\xB3"
                                       "digo 18, 1 mensajes\r\n"));
   EXPECT_THAT(blockOf(run), HasSubstr("  Mensajes del motor:\r\n"
@@ -72,7 +72,7 @@ TEST(RunRecordTest, TroubleOfTheEngineIsOneLineThatIsFoundEvenWhenTheRunWasASucc
 
 TEST(RunRecordTest, ARemarkAloneIsTrouble) {
   RunRecord run = record();
-  run.remarks.message(L"\tzip warning: name not matched: C:/Prog/Util.mde\r\n");
+  run.remarks.event(Remark{L"zip warning: name not matched: C:/Prog/Util.mde"});
   EXPECT_THAT(blockOf(run), HasSubstr("Avisos del motor: c\xC3\xB3"
                                       "digo 0, 1 mensajes\r\n"));
 }
@@ -129,7 +129,7 @@ TEST(RunRecordTest, NoValueCanBeginALineOfItsOwnOrABlock) {
   run.title = L"Gestion\r\n=== falso";
   run.set = L"a\nb\x01\x7f";
   run.shown = L"=== falso\r\n=== otro";
-  run.remarks.message(L"=== y otro\r\n");
+  run.remarks.event(Remark{L"=== y otro"});
   const std::string block = blockOf(run);
   EXPECT_EQ(std::string::npos, block.find("\n==="));
   EXPECT_THAT(block, HasSubstr("  Copia: a b  \r\n"));
@@ -143,7 +143,7 @@ TEST(RunRecordTest, TextsOfAnyLengthMakeABlockOfBoundedSize) {
   const std::wstring longText(1'000'000, L'\u20AC');
   run.title = run.set = run.data = run.errorText = run.shown = longText;
   run.errorNumber = 1;
-  for (int i = 0; i < 300; ++i) run.remarks.message(longText.substr(0, 5000) + L"\r\n");
+  for (int i = 0; i < 300; ++i) run.remarks.event(Remark{longText.substr(0, 5000)});
   EXPECT_LT(blockOf(run).size(), 300u << 10);
   EXPECT_THAT(blockOf(run), HasSubstr("    | (y 100 mensajes m\xC3\xA1s)\r\n"));
 }

@@ -24,11 +24,8 @@ RecordingEngine::~RecordingEngine() {
 CZipFiles::EngineLoader RecordingEngine::loader() {
   return [this] {
     calls.emplace_back("load");
-    ZipEngine engine;
-    engine.ZpInit = &RecordingEngine::ZpInit;
-    engine.ZpSetOptions = &RecordingEngine::ZpSetOptions;
-    engine.ZpArchive = &RecordingEngine::ZpArchive;
-    return engine;
+    return engineOf(
+        ZipFunctions{&RecordingEngine::ZpInit, &RecordingEngine::ZpSetOptions, &RecordingEngine::ZpArchive, {}});
   };
 }
 

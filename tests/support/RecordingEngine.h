@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "zip/CZipFiles.h"
+#include "zip/DllEngines.h"
 
 namespace qev::test {
 

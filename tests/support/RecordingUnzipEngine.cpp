@@ -30,10 +30,8 @@ RecordingUnzipEngine::~RecordingUnzipEngine() {
 CUnzipFiles::EngineLoader RecordingUnzipEngine::loader() {
   return [this] {
     calls.emplace_back("load");
-    UnzipEngine engine;
-    engine.UzpVersion2 = &RecordingUnzipEngine::UzpVersion2;
-    engine.Wiz_SingleEntryUnzip = &RecordingUnzipEngine::Wiz_SingleEntryUnzip;
-    return engine;
+    return engineOf(
+        UnzipFunctions{&RecordingUnzipEngine::UzpVersion2, &RecordingUnzipEngine::Wiz_SingleEntryUnzip, {}});
   };
 }
 

@@ -6,6 +6,7 @@
 
 #include <commctrl.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <filesystem>
@@ -13,10 +14,10 @@
 #include <functional>
 #include <thread>
 
-#include "platform/LocaleWindows.h"
 #include "resources/resource.h"
 #include "support/Hands.h"
 #include "support/Screenshot.h"
+#include "support/ScriptedEngine.h"
 #include "support/SlowToShow.h"
 #include "support/TextFit.h"
 #include "support/WindowsGivenBack.h"
@@ -33,27 +34,14 @@ constexpr wchar_t kTitle[] = L"Gestion de prueba";
 // An engine that takes its time: it archives as many files of a MiB as it is told, message by message, and then leaves
 // an archive (an empty one, which is a valid zip).
 namespace slow {
-ZIPUSERFUNCTIONS callbacks;
+ScriptedZip engine;
 std::atomic<int> files{0};
 std::atomic<int> runs{0};
 std::atomic<int> depth{0};
 std::atomic<int> deepest{0};
 std::atomic<bool> held{false};  // before the last file
-std::string folder;             // of the files, as their names in the archive begin
+std::wstring folder;            // of the files, as their names in the archive begin
 std::function<void()> afterFirstFile;
-
-int WINAPI init(ZIPUSERFUNCTIONS* functions) {
-  callbacks = *functions;
-  return 1;
-}
-
-BOOL WINAPI setOptions(ZPOPT*) {
-  return TRUE;
-}
-
-void say(std::string text) {
-  callbacks.print(text.data(), static_cast<unsigned long>(text.size()));
-}
 
 // Returns when the user has seen enough, which on a slow machine takes longer than all that the engine does.
 void waitUntilLetGo() {
@@ -63,43 +51,38 @@ void waitUntilLetGo() {
   });
 }
 
-int WINAPI archive(int, char* path, char**) {
+int archive() {
   ++runs;
   deepest = std::max(deepest.load(), ++depth);
   for (int i = 0; i < files; ++i) {
     if (i == files - 1) waitUntilLetGo();
-    say("  adding: " + folder + std::to_string(i) + ".bin (deflated 1%)\r\n");
+    engine.say(L"  adding: " + folder + std::to_wstring(i) + L".bin (deflated 1%)\r\n");
     std::this_thread::sleep_for(120ms);  // longer than a tick of the window's timer
     if (i == 0 && afterFirstFile) afterFirstFile();
   }
-  std::ofstream(path, std::ios::binary) << std::string("PK\x05\x06", 4) << std::string(18, '\0');
+  std::ofstream(engine.request.archive.c_str(), std::ios::binary)
+      << std::string("PK\x05\x06", 4) << std::string(18, '\0');
   --depth;
   return 0;
 }
 
-ZipEngine load() {
-  ZipEngine engine;
-  engine.ZpInit = &init;
-  engine.ZpSetOptions = &setOptions;
-  engine.ZpArchive = &archive;
-  return engine;
+std::unique_ptr<ZipEngine> load() {
+  engine.work = &archive;
+  return engine.loader()();
 }
-}  // namespace slow
 
 // An engine that cannot read any of many files.
-int WINAPI archiveBlindly(int count, char* path, char** names) {
-  for (int i = 0; i < 50; ++i) {
-    slow::say("\tzip warning: could not open for reading: Prog/Datos/Emp01/" + std::to_string(i) + ".db\r\n");
-  }
-  slow::archive(count, path, names);
-  return ZP_OPEN;
+std::unique_ptr<ZipEngine> loadBlind() {
+  engine.work = [] {
+    for (int i = 0; i < 50; ++i) {
+      engine.say(L"\tzip warning: could not open for reading: Prog/Datos/Emp01/" + std::to_wstring(i) + L".db\r\n");
+    }
+    archive();
+    return 18;
+  };
+  return engine.loader()();
 }
-
-ZipEngine loadBlind() {
-  ZipEngine engine = slow::load();
-  engine.ZpArchive = &archiveBlindly;
-  return engine;
-}
+}  // namespace slow
 
 class BackupWindow : public testing::Test, public Hands {
  protected:
@@ -114,9 +97,8 @@ class BackupWindow : public testing::Test, public Hands {
     state_.dataFolder = (root_ / L"Datos" / L"Emp01").wstring() + L"\\";
     state_.BackupKind = kAutomatic;
     slow::files = 0;
-    const std::string data = LocaleWindows().ansiFromText(state_.dataFolder.substr(3));
-    slow::folder.clear();
-    for (const char c : data) slow::folder += c == '\\' ? '/' : c;
+    slow::folder = state_.dataFolder.substr(3);
+    std::ranges::replace(slow::folder, L'\\', L'/');
     slow::runs = 0;
     slow::deepest = 0;
     slow::held = false;
@@ -198,7 +180,7 @@ TEST_F(BackupWindow, ShowsAFailureAndStaysOpen) {
         EXPECT_TRUE(IsWindowVisible(form)) << "a failure never closes the window";
         click(form, FBackup_BAceptar);
       },
-      []() -> ZipEngine { throw AutomationError(kFileNotFound, L"VANTO5.DLL"); });
+      []() -> std::unique_ptr<ZipEngine> { throw AutomationError(kFileNotFound, L"VANTO5.DLL"); });
   EXPECT_TRUE(state_.finished);
 }
 
@@ -220,7 +202,7 @@ TEST_F(BackupWindow, AFailureOfSafeModeFitsTheWindow) {
         saveScreenshot(form, L"FBackup-modo-seguro");
         click(form, FBackup_BAceptar);
       },
-      loadBlind);
+      slow::loadBlind);
   EXPECT_FALSE(fs::exists(target()));
 }
 

@@ -3,6 +3,7 @@
 
 #include <commctrl.h>
 
+#include "support/ScriptedEngine.h"
 #include "support/SlowToShow.h"
 #include "support/SmallDisk.h"
 #include "support/TextFit.h"
@@ -33,9 +34,8 @@ std::atomic<int> runs{0};
 std::atomic<int> depth{0};
 std::atomic<int> deepest{0};
 std::atomic<bool> held{false};  // before the last entry
-std::string archive, folder;
-int honor = 0;
-int code = UZ_OK;
+ScriptedUnzip engine;
+int code = kUnzipDone;
 
 // Returns when the user has seen enough, which on a slow machine takes longer than all that the engine does.
 void waitUntilLetGo() {
@@ -45,33 +45,23 @@ void waitUntilLetGo() {
   });
 }
 
-int WINAPI version(UZPVER*) {
-  return 0;
-}
-
-int WINAPI unzip(int, char**, int, char**, DCL* options, USERFUNCTION* functions) {
+int unzip() {
   ++runs;
   deepest = std::max(deepest.load(), ++depth);
-  archive = options->lpszZipFN;
-  folder = options->lpszExtractDir;
-  honor = options->ndflag;
   for (int i = 0; i < entries; ++i) {
     if (i == entries - 1) waitUntilLetGo();
-    std::string line = " extracting: " + std::to_string(i) + ".bin\r\n";
-    functions->print(line.data(), static_cast<unsigned long>(line.size()));
+    engine.say(L" extracting: " + std::to_wstring(i) + L".bin\r\n");
+    engine.ended(std::to_wstring(i) + L".bin", 1000);
     std::this_thread::sleep_for(120ms);  // longer than a tick of the window's timer
   }
-  std::string trouble = "error:  0.bin:  no hay sitio\r\n";
-  if (code != UZ_OK) functions->print(trouble.data(), static_cast<unsigned long>(trouble.size()));
+  if (code != kUnzipDone) engine.say(L"error:  0.bin:  no hay sitio\r\n");
   --depth;
   return code;
 }
 
-UnzipEngine load() {
-  UnzipEngine engine;
-  engine.UzpVersion2 = &version;
-  engine.Wiz_SingleEntryUnzip = &unzip;
-  return engine;
+std::unique_ptr<UnzipEngine> load() {
+  engine.work = &unzip;
+  return engine.loader()();
 }
 }  // namespace slow
 
@@ -83,7 +73,7 @@ class RestoreWindow : public RestoreForms {
     slow::runs = 0;
     slow::deepest = 0;
     slow::held = false;
-    slow::code = UZ_OK;
+    slow::code = kUnzipDone;
   }
 
   // A set of so many entries of 1000 bytes, for the slow engine.
@@ -150,8 +140,8 @@ TEST_F(RestoreWindow, ShowsWhatItDoesWhileItRunsAndHowItEnded) {
   EXPECT_EQ(1, fake_.sound.beeps);
   EXPECT_EQ(1, slow::runs);
   EXPECT_EQ(1, slow::deepest) << "a tick during the run starts nothing";
-  EXPECT_EQ("C:\\", slow::folder) << "the root of the drive that the set names";
-  EXPECT_EQ(1, slow::honor);
+  EXPECT_EQ(L"C:\\", slow::engine.request.folder) << "the root of the drive that the set names";
+  EXPECT_EQ(1, slow::engine.request.keepFolders);
   expectNothingLeft();
 }
 
@@ -196,7 +186,7 @@ TEST_F(RestoreWindow, WithoutTheStructureAllFilesGoIntoTheFolderItself) {
 
 TEST_F(RestoreWindow, AnEngineFailureIsToldInAPlainBoxAndTheSuccessIsShownAllTheSame) {
   const std::wstring set = putSlowSet(1);
-  slow::code = UZ_DISK;
+  slow::code = 50;
   fake_.messages.willAnswer({Answer::Yes, Answer::Ok});
   EXPECT_EQ(success(set, target()), restore(set, target()));
   ASSERT_THAT(fake_.messages.shown, SizeIs(2));
@@ -311,11 +301,11 @@ TEST_F(RestoreFromDisks, ANoToTheNotReadyPromptForDisk2StillJoinsAndRestoresFrom
   slow::entries = 0;
   std::string joined;
   loadEngine_ = [&joined] {
-    UnzipEngine engine = slow::load();
+    auto engine = slow::load();
     for (const auto& entry : std::filesystem::directory_iterator(temp())) {
       if (entry.path().filename().wstring().starts_with(L"restaurar")) joined = contentOf(entry.path().wstring());
     }
-    slow::code = UZ_ERR;
+    slow::code = 2;
     return engine;
   };
   EXPECT_EQ(success(L"A:\\copia.qev", target()), gather());
@@ -496,7 +486,7 @@ TEST_F(RestoreWindow, AWorkFolderWithoutRoomIsToldAndTheSetUnharmed) {
 
 TEST_F(RestoreWindow, AMissingEngineIsTold) {
   const std::wstring set = putSet(header() + archive());
-  loadEngine_ = []() -> UnzipEngine { throw AutomationError(kFileNotFound, L"VANTO6.DLL"); };
+  loadEngine_ = []() -> std::unique_ptr<UnzipEngine> { throw AutomationError(kFileNotFound, L"VANTO6.DLL"); };
   EXPECT_EQ(L"No se ha encontrado el archivo: VANTO6.DLL", failureOf(set, target()));
 }
 

@@ -13,7 +13,7 @@
 #include "platform/Handle.h"
 #include "restore/RestaurarCopia.h"
 #include "support/FakePlatform.h"
-#include "support/SilentView.h"
+#include "support/RecordingView.h"
 #include "support/TemporaryFolder.h"
 #include "support/ZipWriter.h"
 
@@ -76,7 +76,7 @@ class RestoreView : public RestoreRunView {
   Brake brake_;
 };
 
-class BackupView : public SilentView {
+class BackupView : public RecordingView {
  public:
   explicit BackupView(Brake brake) : brake_(brake) {}
   void showProgress(int permille) override { brake_.at(permille); }

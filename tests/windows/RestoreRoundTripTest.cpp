@@ -1,7 +1,7 @@
 // Data that goes into a set by a backup run and comes back by the restore dialog, with the real engines: every byte,
 // name, date and attribute.
 #include "backup/HacerCopia.h"
-#include "support/SilentView.h"
+#include "support/RecordingView.h"
 #include "windows/RestoreForms.h"
 
 #include <random>
@@ -98,7 +98,7 @@ class RoundTrip : public RestoreForms {
   // A backup run to `path`.
   void backUp(const std::wstring& path) {
     SettingsStore settings(fake_.registry, state_.settingsKey);
-    SilentView view;
+    RecordingView view;
     state_.BackupKind = kManual;
     BackupRun(platform_, state_, settings, view).HacerCopia(path);
     ASSERT_TRUE(view.succeeded) << std::string(view.failure.begin(), view.failure.end());
@@ -177,7 +177,7 @@ class RoundTripOverDisks : public RoundTrip {
     fake_.messages.willAnswer({Answer::Ok, Answer::Ok, Answer::Ok});
     Platform withDrive = with(platform_, fake_.drives);
     SettingsStore settings(fake_.registry, state_.settingsKey);
-    SilentView view;
+    RecordingView view;
     BackupRun(withDrive, state_, settings, view).HacerCopia(L"A:\\Backup16-11-26.qev");
     ASSERT_TRUE(view.succeeded);
     ASSERT_EQ(3, written);

@@ -2,7 +2,7 @@
 // engine.
 #include "windows/RestoreForms.h"
 
-#include "support/RecordingUnzipEngine.h"
+#include "support/ScriptedEngine.h"
 
 namespace qev::test {
 namespace {
@@ -106,10 +106,10 @@ TEST_F(SafeRestore, AGoodSetIsTestedAndRestored) {
 }
 
 TEST_F(SafeRestore, TheTestComesFirstAndTheWindowSaysSoWhileItLasts) {
-  RecordingUnzipEngine engine;
-  std::vector<std::pair<int, std::wstring>> runs;
-  engine.whileUnzipping = [&] {
-    runs.emplace_back(engine.options.ntflag, textOf(findForm(kTitle), FPRestaura_ESalida));
+  ScriptedUnzip engine;
+  std::vector<std::pair<UnzipMode, std::wstring>> runs;
+  engine.work = [&] {
+    runs.emplace_back(engine.request.mode, textOf(findForm(kTitle), FPRestaura_ESalida));
     return 0;
   };
   loadEngine_ = engine.loader();
@@ -117,8 +117,8 @@ TEST_F(SafeRestore, TheTestComesFirstAndTheWindowSaysSoWhileItLasts) {
   fake_.messages.willAnswer({Answer::Yes});
   EXPECT_EQ(success(set, target()), restoreTo(set, target()));
   ASSERT_EQ(2u, runs.size());
-  EXPECT_EQ(std::make_pair(1, std::wstring(L"Comprobando la copia de seguridad...")), runs[0]);
-  EXPECT_EQ(0, runs[1].first);
+  EXPECT_EQ(std::make_pair(UnzipMode::Test, std::wstring(L"Comprobando la copia de seguridad...")), runs[0]);
+  EXPECT_EQ(UnzipMode::Extract, runs[1].first);
   EXPECT_EQ(L"Espere un momento, por favor... ", runs[1].second);
 }
 

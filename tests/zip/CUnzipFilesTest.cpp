@@ -27,13 +27,13 @@
 #include "support/Screenshot.h"
 #include "support/TemporaryFolder.h"
 #include "support/ZipWriter.h"
-#include "zip/EngineMessages.h"
 
 namespace qev::test {
 namespace {
 
 namespace fs = std::filesystem;
 using testing::AllOf;
+using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -171,8 +171,9 @@ TEST_F(CUnzipFilesTest, ATestSetsTheFlagOfTestsAndNothingThatWrites) {
 }
 
 TEST_F(CUnzipFilesTest, AnErrorOfATestNamesItsMember) {
-  CUnzipFiles without(platform, []() -> UnzipEngine { throw AutomationError(kFileNotFound, L"VANTO6.DLL"); });
-  const AutomationError error = errorOf([&] { without.Test(); });
+  CUnzipFiles without(platform,
+                      []() -> std::unique_ptr<UnzipEngine> { throw AutomationError(kFileNotFound, L"VANTO6.DLL"); });
+  const AutomationError error = errorOf([&] { return without.Test(); });
   EXPECT_EQ(error.number(), 53);
   EXPECT_EQ(error.source(), L"RvUnZipFiles::Test");
 }
@@ -299,20 +300,21 @@ TEST_F(CUnzipFilesTest, EachRunBeginsWithoutMessagesWhicheverOfTheTwoClassesRan)
   EXPECT_EQ(unzip.GetLastMessage(), L"");
 }
 
-TEST_F(CUnzipFilesTest, AMessageIsHandedOnAsItCameAndThenWaitingWindowMessagesAreLetThrough) {
-  std::vector<std::wstring> heard;
+TEST_F(CUnzipFilesTest, WhatTheEngineTellsIsHandedOnAndThenWaitingWindowMessagesAreLetThrough) {
+  std::vector<EngineEvent> heard;
   std::vector<int> yieldsBefore;
-  unzip.onMessage = [&](const std::wstring& text) {
-    heard.push_back(text);
+  unzip.onEvent = [&](const EngineEvent& event) {
+    heard.push_back(event);
     yieldsBefore.push_back(fakes.eventLoop.yields);
   };
   extractWhile([&] {
-    engine.say("uno\r\n");
+    engine.say("  inflating: A\xf1o.db ");
     engine.say(".");
+    engine.serve("A\xf1o.db");
   });
-  EXPECT_THAT(heard, ElementsAre(L"uno\r\n", L"."));
-  EXPECT_THAT(yieldsBefore, ElementsAre(0, 1));
-  EXPECT_EQ(fakes.eventLoop.yields, 2);
+  EXPECT_THAT(heard, ElementsAre(EntryBegun{L"Año.db"}, BytesDone{1 << 20}, EntryEnded{L"Año.db", 1 << 20}));
+  EXPECT_THAT(yieldsBefore, ElementsAre(1, 1, 2));
+  EXPECT_EQ(fakes.eventLoop.yields, 3);
 }
 
 TEST_F(CUnzipFilesTest, TheServiceCallbackNeverStopsTheRunAndLetsWindowMessagesThroughInQuietRunsToo) {
@@ -516,7 +518,8 @@ TEST_F(CUnzipFilesTest, WithoutAHandlerAListingIsStillRead) {
 // --- Errors of a run ---
 
 TEST_F(CUnzipFilesTest, AnErrorOfARunHasTheSourceOfUnzipAndInAListingThatOfTheRun) {
-  CUnzipFiles without(platform, []() -> UnzipEngine { throw AutomationError(kFileNotFound, L"VANTO6.DLL"); });
+  CUnzipFiles without(platform,
+                      []() -> std::unique_ptr<UnzipEngine> { throw AutomationError(kFileNotFound, L"VANTO6.DLL"); });
   const AutomationError fromUnzip = errorOf([&] { without.Unzip(); });
   EXPECT_EQ(fromUnzip.number(), 53);
   EXPECT_EQ(fromUnzip.source(), L"RvUnZipFiles::Unzip");
@@ -527,15 +530,15 @@ TEST_F(CUnzipFilesTest, AnErrorOfARunHasTheSourceOfUnzipAndInAListingThatOfTheRu
 }
 
 TEST_F(CUnzipFilesTest, AnErrorInACallbackWaitsUntilTheEngineHasReturnedAndTheFirstOneCounts) {
-  unzip.onMessage = [](const std::wstring& text) {
-    if (text == L"malo") throw AutomationError(kOverflow);
-    if (text == L"peor") throw AutomationError(kDiskFull);
+  unzip.onEvent = [](const EngineEvent& event) {
+    if (event == EngineEvent(Remark{L"malo"})) throw AutomationError(kOverflow);
+    if (event == EngineEvent(Remark{L"peor"})) throw AutomationError(kDiskFull);
   };
   bool reachedTheEnd = false;
   const AutomationError error = errorOf([&] {
     extractWhile([&] {
-      EXPECT_EQ(engine.say("malo"), 0);
-      EXPECT_EQ(engine.say("peor"), 0);
+      EXPECT_EQ(engine.say("malo\r\n"), 0);
+      EXPECT_EQ(engine.say("peor\r\n"), 0);
       reachedTheEnd = true;
     });
   });
@@ -565,8 +568,8 @@ TEST_F(CUnzipFilesTest, NoCallbackLetsAnErrorCrossTheEnginesFrames) {
 }
 
 TEST_F(CUnzipFilesTest, ErrorsOfOtherKindsAreRaisedAsTheyAre) {
-  unzip.onMessage = [](const std::wstring&) { throw std::runtime_error("otro"); };
-  EXPECT_THROW(extractWhile([&] { engine.say("x"); }), std::runtime_error);
+  unzip.onEvent = [](const EngineEvent&) { throw std::runtime_error("otro"); };
+  EXPECT_THROW(extractWhile([&] { engine.say("x\r\n"); }), std::runtime_error);
 }
 
 TEST_F(CUnzipFilesTest, ARunWithinARunIsRefusedAndTheOuterOneGoesOn) {
@@ -647,12 +650,12 @@ class UnzipWithTheEngineTest : public UnzipTest {
 TEST_F(UnzipWithTheEngineTest, ATestOfAGoodArchiveAnswersZeroAndWritesNothing) {
   archive({storedEntry("a.txt", "hola"), folderEntry("Datos/"), deflatedEntry("Datos/b.txt", std::string(70000, 'b')),
            runEntry("Datos/grande.db", 'g', 5 << 20)});
-  std::wstring messages;
-  unzip.onMessage = [&](const std::wstring& text) { messages += text; };
+  std::vector<EngineEvent> told;
+  unzip.onEvent = [&](const EngineEvent& event) { told.push_back(event); };
   EXPECT_EQ(unzip.Test(), UZ_OK);
   EXPECT_FALSE(fs::exists(folder / L"Destino"));
   EXPECT_THAT(folder.list(), ElementsAre(L"copia.zip"));
-  EXPECT_THAT(messages, HasSubstr(L"    testing: Datos/grande.db ....."));
+  EXPECT_THAT(told, Contains(EngineEvent(BytesDone{5 << 20})));
 }
 
 TEST_F(UnzipWithTheEngineTest, ATestFindsAByteThatIsWrongInAnyEntry) {
@@ -746,7 +749,7 @@ TEST_F(UnzipWithTheEngineTest, AnArchiveThatIsMissingEmptyOrNoneIsTheEnginesCode
 TEST_F(UnzipWithTheEngineTest, TheEngineIsUnloadedWhenTheRunIsOver) {
   archive({storedEntry("a.txt", "hola")});
   bool loadedDuringTheRun = false;
-  unzip.onMessage = [&](const std::wstring&) { loadedDuringTheRun = GetModuleHandleW(L"VANTO6.DLL") != nullptr; };
+  unzip.onEvent = [&](const EngineEvent&) { loadedDuringTheRun = GetModuleHandleW(L"VANTO6.DLL") != nullptr; };
   unzip.Unzip();
   EXPECT_TRUE(loadedDuringTheRun);
   EXPECT_EQ(GetModuleHandleW(L"VANTO6.DLL"), nullptr);
@@ -754,9 +757,9 @@ TEST_F(UnzipWithTheEngineTest, TheEngineIsUnloadedWhenTheRunIsOver) {
 
 TEST_F(UnzipWithTheEngineTest, AFailureInAMessageHandlerLeavesTheEngineReadyForTheNextRun) {
   archive({storedEntry("a.txt", "hola"), storedEntry("b.txt", "hola")});
-  unzip.onMessage = [](const std::wstring&) { throw AutomationError(kTypeMismatch); };
+  unzip.onEvent = [](const EngineEvent&) { throw AutomationError(kTypeMismatch); };
   EXPECT_EQ(errorOf([&] { unzip.Unzip(); }).source(), L"RvUnZipFiles::Unzip");
-  unzip.onMessage = nullptr;
+  unzip.onEvent = nullptr;
   EXPECT_EQ(unzip.Unzip(), 0);
   EXPECT_EQ(folder.list(L"Destino"), (Names{L"a.txt", L"b.txt"}));
 }

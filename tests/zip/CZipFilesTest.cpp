@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <windows.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstring>
@@ -23,7 +24,7 @@
 #include "support/RecordingEngine.h"
 #include "support/SmallDisk.h"
 #include "support/TemporaryFolder.h"
-#include "zip/EngineMessages.h"
+#include "zip/LastMessage.h"
 
 namespace qev::test {
 namespace {
@@ -351,7 +352,7 @@ TEST_F(CZipFilesTest, TheMessagesAreOneTextForAllArchiveObjects) {
   makeWithMessage("de otro objeto", 14);
   const CZipFiles other(locale, eventLoop, engine.loader());
   EXPECT_EQ(other.GetLastMessage(), L"de otro objeto");
-  engineMessages() = L"del lector";
+  lastMessage() = L"del lector";
   EXPECT_EQ(zip.GetLastMessage(), L"del lector");
 }
 
@@ -383,11 +384,12 @@ TEST_F(CZipFilesTest, TheCommentIsEmptiedByAZeroInItsFirstByteAlone) {
   EXPECT_EQ(buffer.substr(1), std::string(4096, 'c'));
 }
 
-TEST_F(CZipFilesTest, AHandlerHearsEachMessageBeforeTheEventLoopDoes) {
-  std::vector<std::wstring> heard;
-  zip.onMessage = [&](const std::wstring& text) {
-    EXPECT_EQ(eventLoop.yields, static_cast<int>(heard.size()));
-    heard.push_back(text);
+TEST_F(CZipFilesTest, AHandlerHearsWhatTheEngineTellsBeforeTheEventLoopDoes) {
+  std::vector<EngineEvent> heard;
+  zip.onEvent = [&](const EngineEvent& event) {
+    EXPECT_EQ(eventLoop.yields, 1) << "one message has gone before";
+    EXPECT_EQ(zip.GetLastMessage(), L"  adding: a.txt (stored 0%)\r\n");
+    heard.push_back(event);
   };
   engine.whileArchiving = [&](const std::string&) {
     engine.say("  adding: a.txt");
@@ -395,15 +397,15 @@ TEST_F(CZipFilesTest, AHandlerHearsEachMessageBeforeTheEventLoopDoes) {
     return 0;
   };
   zip.MakeZipFile();
-  EXPECT_THAT(heard, ElementsAre(L"  adding: a.txt", L" (stored 0%)\r\n"));
+  EXPECT_THAT(heard, ElementsAre(EntryBegun{L"a.txt"}, EntryEnded{L"a.txt", std::nullopt}));
 }
 
 TEST_F(CZipFilesTest, WhatAHandlerThrowsComesOutOfMakeZipFileOnceTheEngineHasReturned) {
   bool engineReturned = false;
-  zip.onMessage = [](const std::wstring&) { throw AutomationError(13, L"Otro", L"No coinciden los tipos"); };
+  zip.onEvent = [](const EngineEvent&) { throw AutomationError(13, L"Otro", L"No coinciden los tipos"); };
   engine.whileArchiving = [&](const std::string&) {
-    engine.say("uno");
-    engine.say("dos");
+    engine.say("uno\r\n");
+    engine.say("dos\r\n");
     engineReturned = true;
     return 0;
   };
@@ -412,24 +414,24 @@ TEST_F(CZipFilesTest, WhatAHandlerThrowsComesOutOfMakeZipFileOnceTheEngineHasRet
   EXPECT_EQ(error.number(), 13);
   EXPECT_EQ(error.source(), L"RvZipFiles::MakeZipFile");
   EXPECT_EQ(error.description(), L"No coinciden los tipos");
-  EXPECT_EQ(zip.GetLastMessage(), L"unodos");
+  EXPECT_EQ(zip.GetLastMessage(), L"uno\r\ndos\r\n");
 }
 
 TEST_F(CZipFilesTest, TheFirstOfSeveralFailuresIsTheOneThatComesOut) {
   int number = 0;
-  zip.onMessage = [&](const std::wstring&) { throw AutomationError(++number, L"", L""); };
+  zip.onEvent = [&](const EngineEvent&) { throw AutomationError(++number, L"", L""); };
   engine.whileArchiving = [&](const std::string&) {
-    engine.say("uno");
-    engine.say("dos");
+    engine.say("uno\r\n");
+    engine.say("dos\r\n");
     return 0;
   };
   EXPECT_EQ(errorOf([&] { zip.MakeZipFile(); }).number(), 1);
 }
 
 TEST_F(CZipFilesTest, AfterAFailureInAMessageTheNextRunIsWhole) {
-  zip.onMessage = [](const std::wstring&) { throw AutomationError(kTypeMismatch); };
-  EXPECT_THROW(makeWithMessage("uno", 3), AutomationError);
-  zip.onMessage = nullptr;
+  zip.onEvent = [](const EngineEvent&) { throw AutomationError(kTypeMismatch); };
+  EXPECT_THROW(makeWithMessage("uno\n", 4), AutomationError);
+  zip.onEvent = nullptr;
   EXPECT_NO_THROW(makeWithMessage("dos", 3));
   EXPECT_EQ(zip.GetLastMessage(), L"dos");
 }
@@ -936,19 +938,18 @@ TEST_F(ZipRoundTripTest, AHundredNamesMakeMakeZipFileFailBeforeAnyArchiveIsWritt
 }
 
 TEST_F(ZipRoundTripTest, EveryMessageYieldsToTheEventLoop) {
-  int heard = 0;
-  zip.onMessage = [&](const std::wstring&) { ++heard; };
   zip.AddFile(everything());
   zip.MakeZipFile();
-  EXPECT_GE(heard, 4);  // the placeholder and the three files at least
-  EXPECT_EQ(eventLoop.yields, heard);
+  const std::wstring said = zip.GetLastMessage();
+  EXPECT_GE(eventLoop.yields, 4);  // the placeholder and the three files at least
+  EXPECT_EQ(eventLoop.yields, std::ranges::count(said, L'\n'));
 }
 
 TEST_F(ZipRoundTripTest, AFailureInAMessageHandlerLeavesTheEngineReadyForTheNextRun) {
   zip.AddFile(everything());
-  zip.onMessage = [](const std::wstring&) { throw AutomationError(kTypeMismatch); };
+  zip.onEvent = [](const EngineEvent&) { throw AutomationError(kTypeMismatch); };
   EXPECT_THROW(zip.MakeZipFile(), AutomationError);
-  zip.onMessage = nullptr;
+  zip.onEvent = nullptr;
   EXPECT_EQ(zip.MakeZipFile(), ZP_OK);
   EXPECT_TRUE(holds(entries(), stored(L"Datos\\a.txt"), "hola"));
 }
@@ -956,7 +957,7 @@ TEST_F(ZipRoundTripTest, AFailureInAMessageHandlerLeavesTheEngineReadyForTheNext
 TEST_F(ZipRoundTripTest, TheEngineIsUnloadedWhenTheRunIsOver) {
   zip.AddFile(everything());
   bool loadedDuringTheRun = false;
-  zip.onMessage = [&](const std::wstring&) { loadedDuringTheRun = GetModuleHandleW(L"VANTO5.DLL") != nullptr; };
+  zip.onEvent = [&](const EngineEvent&) { loadedDuringTheRun = GetModuleHandleW(L"VANTO5.DLL") != nullptr; };
   zip.MakeZipFile();
   EXPECT_TRUE(loadedDuringTheRun);
   EXPECT_EQ(GetModuleHandleW(L"VANTO5.DLL"), nullptr);

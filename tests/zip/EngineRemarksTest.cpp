@@ -1,4 +1,4 @@
-// Which lines of the engines' messages are remarks.
+// What is kept of an engine's remarks.
 #include "zip/EngineRemarks.h"
 
 #include <gmock/gmock.h>
@@ -9,82 +9,51 @@ namespace qev::test {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::SizeIs;
 
-EngineRemarks remarksOf(std::wstring_view text) {
+EngineRemarks remarksOf(const std::vector<std::wstring>& lines) {
   EngineRemarks remarks;
-  remarks.message(text);
+  for (const std::wstring& line : lines) remarks.event(Remark{line});
   return remarks;
 }
 
-TEST(EngineRemarksTest, TheUsualLinesOfBothEnginesAreNoRemarks) {
-  EXPECT_THAT(remarksOf(L"  adding: Prog/Datos/a.db (deflated 60%)\r\n"
-                        L"  adding: Prog/Datos/grande.db .... (160 bytes security) (stored 0%)\r\n"
-                        L"updating: a\r\nfreshening: b\r\n"
-                        L"Archive:  C:/Trabajo/temp/restaurar.zip\r\n"
-                        L"  inflating: Datos/a.txt\r\n extracting: Datos/b.txt\r\n   creating: Datos/\r\n"
-                        L"    testing: Datos/a.txt              OK\r\n"
-                        L"No errors detected in compressed data of C:/x.zip.\r\n\r\n   \r\n...\r\n")
-                  .lines(),
-              IsEmpty());
-}
-
-TEST(EngineRemarksTest, ThePlaceholderThatMatchesNothingIsNoRemarkButAnyOtherNameIs) {
-  const EngineRemarks remarks = remarksOf(
-      L"\tzip warning: name not matched: querty\r\n"
-      L"\tzip warning: name not matched: C:/Prog/Util.mde\r\n");
-  EXPECT_THAT(remarks.lines(), ElementsAre(L"zip warning: name not matched: C:/Prog/Util.mde"));
-  EXPECT_EQ(1u, remarks.count());
-}
-
-TEST(EngineRemarksTest, WarningsErrorsAndDamagedEntriesAreRemarksInTheirOrder) {
-  EXPECT_THAT(remarksOf(L"  adding: a\r\n\tzip warning: could not open for reading: b\r\n"
-                        L"    testing: c             bad CRC 6faa2d8e  (should be 6faa2d8f)\r\n"
-                        L"error:  c:  damaged\r\n")
-                  .lines(),
-              ElementsAre(L"zip warning: could not open for reading: b",
-                          L"testing: c             bad CRC 6faa2d8e  (should be 6faa2d8f)", L"error:  c:  damaged"));
-}
-
-TEST(EngineRemarksTest, TextCutAnywhereReadsTheSame) {
-  const std::wstring text =
-      L"  adding: grande.db ....\r\n\tzip warning: name not matched: querty\r\nzip error: nada\r\n    testing: a   "
-      L"OK\r\n";
+TEST(EngineRemarksTest, RemarksAloneAreKept) {
   EngineRemarks remarks;
-  for (const wchar_t c : text) remarks.message(std::wstring_view(&c, 1));
+  for (const EngineEvent& event : {EngineEvent(EntryBegun{L"a"}), EngineEvent(BytesDone{1}),
+                                   EngineEvent(Remark{L"zip error: nada"}), EngineEvent(EntryEnded{L"a", 1})}) {
+    remarks.event(event);
+  }
   EXPECT_THAT(remarks.lines(), ElementsAre(L"zip error: nada"));
+  EXPECT_EQ(remarks.count(), 1u);
 }
 
-TEST(EngineRemarksTest, ManyRemarksAreCountedButNotAllKept) {
+TEST(EngineRemarksTest, ManyRemarksAreCountedButNotAllKeptAndLongOnesNotWhole) {
   EngineRemarks remarks;
-  for (int i = 0; i < 100'000; ++i) remarks.message(L"zip warning: could not open for reading: archivo\r\n");
-  EXPECT_EQ(100'000u, remarks.count());
+  for (int i = 0; i < 100'000; ++i) remarks.event(Remark{std::wstring(1000, L'x')});
+  EXPECT_EQ(remarks.count(), 100'000u);
+  EXPECT_THAT(remarks.lines(), SizeIs(EngineRemarks::kMostLines));
+  EXPECT_EQ(remarks.lines().front().size(), EngineRemarks::kLongestLine);
+}
+
+TEST(EngineRemarksTest, ThoseOfAnotherRunAreCountedWholeTooAndKeptWhileThereIsRoom) {
+  EngineRemarks remarks = remarksOf({L"uno"});
+  remarks.add(remarksOf({L"dos", L"tres"}));
+  EXPECT_THAT(remarks.lines(), ElementsAre(L"uno", L"dos", L"tres"));
+  EngineRemarks many;
+  for (int i = 0; i < 1000; ++i) many.event(Remark{L"x"});
+  remarks.add(many);
+  EXPECT_EQ(remarks.count(), 1003u);
   EXPECT_THAT(remarks.lines(), SizeIs(EngineRemarks::kMostLines));
 }
 
-TEST(EngineRemarksTest, ALineWithoutAnEndIsKeptToItsBeginning) {
-  EngineRemarks remarks;
-  for (int i = 0; i < 1'000'000; ++i) remarks.message(L"x");
-  EXPECT_THAT(remarks.lines(), IsEmpty()) << "it has not ended";
-  remarks.message(L"\n");
-  EXPECT_THAT(remarks.lines(), ElementsAre(std::wstring(EngineRemarks::kLongestLine, L'x')));
-}
-
-TEST(EngineRemarksTest, ALongNameThatIsTestedAndGoodIsNoRemarkAndABadOneIs) {
-  const std::wstring name(2000, L'n');
-  EXPECT_EQ(0u, remarksOf(L"    testing: " + name + L"   OK  \r\n").count());
-  EXPECT_EQ(1u, remarksOf(L"    testing: " + name + L"   bad CRC 1 (should be 2)\r\n").count());
-}
-
 TEST(EngineRemarksTest, InOneLineTheyAreJoinedAndCutToWhatIsAskedFor) {
-  const EngineRemarks remarks = remarksOf(L"uno\r\ndos\r\n");
-  EXPECT_EQ(L"uno; dos", remarks.inOneLine(100));
-  EXPECT_EQ(L"uno; dos", remarks.inOneLine(8));
-  EXPECT_EQ(L"uno;...", remarks.inOneLine(7));
-  EXPECT_EQ(L"..", remarks.inOneLine(2));
-  EXPECT_EQ(L"", remarks.inOneLine(0));
-  EXPECT_EQ(L"", EngineRemarks().inOneLine(100));
+  const EngineRemarks remarks = remarksOf({L"uno", L"dos"});
+  EXPECT_EQ(remarks.inOneLine(100), L"uno; dos");
+  EXPECT_EQ(remarks.inOneLine(8), L"uno; dos");
+  EXPECT_EQ(remarks.inOneLine(7), L"uno;...");
+  EXPECT_EQ(remarks.inOneLine(2), L"..");
+  EXPECT_EQ(remarks.inOneLine(0), L"");
+  EXPECT_EQ(EngineRemarks().inOneLine(100), L"");
 }
 
 }  // namespace

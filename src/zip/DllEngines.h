@@ -1,0 +1,58 @@
+// The archive engines as the DLLs VANTO5.DLL and VANTO6.DLL: their functions, records, callbacks and code pages, and
+// nothing of them elsewhere in the library.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "engine/Vanto5.h"
+#include "engine/Vanto6.h"
+#include "platform/Handle.h"
+#include "zip/ArchiveEngine.h"
+
+namespace qev {
+
+// An engine's file, loaded until this goes out of scope.
+class EngineLibrary {
+ public:
+  // None.
+  EngineLibrary() = default;
+
+  // Loads the file of that name ("VANTO5.DLL"), and throws what loadZipEngine says.
+  explicit EngineLibrary(const std::wstring& fileName);
+
+  // Points `call` at the exported function. Throws 453 when there is none.
+  template <typename Function>
+  void find(const char* name, Function& call) const {
+    call = reinterpret_cast<Function>(address(name));
+  }
+
+ private:
+  void* address(const char* name) const;
+
+  std::wstring fileName_;
+  UniqueModule module_;
+};
+
+// The functions of the two engines. `library` keeps them valid; the tests' engines need none.
+struct ZipFunctions {
+  decltype(&::ZpInit) ZpInit = nullptr;
+  decltype(&::ZpSetOptions) ZpSetOptions = nullptr;
+  decltype(&::ZpArchive) ZpArchive = nullptr;
+  EngineLibrary library;
+};
+
+struct UnzipFunctions {
+  decltype(&::UzpVersion2) UzpVersion2 = nullptr;
+  decltype(&::Wiz_SingleEntryUnzip) Wiz_SingleEntryUnzip = nullptr;
+  EngineLibrary library;
+};
+
+ZipFunctions loadZipFunctions();
+
+// An engine of these functions. Its run() makes one call of each, in the order of the struct, with texts in the ANSI
+// code page; it throws 9 when the engine prints more at once than a message may have.
+std::unique_ptr<ZipEngine> engineOf(ZipFunctions functions);
+std::unique_ptr<UnzipEngine> engineOf(UnzipFunctions functions);
+
+}  // namespace qev

@@ -11,6 +11,7 @@ add_executable(qev_logic_tests
   tests/platform/ValueTest.cpp
   tests/settings/SettingsStoreTest.cpp
   tests/schedule/CalcularProximaCopiaTest.cpp
+  tests/schedule/ScheduleTest.cpp
   tests/backup/ArchiveProgressTest.cpp
   tests/backup/CCopiasTest.cpp
   tests/backup/RunRecordTest.cpp

@@ -33,7 +33,7 @@ void RunLog::add(const RunRecord& record) noexcept {
 }
 
 void RunLog::write(const RunRecord& record) {
-  const std::string block = logBlock(record, platform_.locale);
+  const std::string block = logBlock(record);
   const std::wstring log = path();
   const ProcessLock lock(lockName(platform_.locale.upper(log)), kLongestWait);
   if (!lock.held()) return;

@@ -85,14 +85,17 @@ std::optional<Date> dateOfNumbers(int day, int month, int year) {
   return dateOf(calendar);
 }
 
-std::optional<Date> dateInSomeOrder(const std::vector<int>& n, int currentYear) {
-  if (n.size() == 2) {
-    const auto dayFirst = dateOfNumbers(n[0], n[1], currentYear);
-    return dayFirst ? dayFirst : dateOfNumbers(n[1], n[0], currentYear);
+std::optional<Date> dateInSomeOrder(std::vector<int> n, int currentYear, SpanishLocale::Order order) {
+  using Order = SpanishLocale::Order;
+  if (n.size() == 2) n.push_back(currentYear);
+  const auto in = [&](Order tried) {
+    if (tried == Order::DayFirst) return dateOfNumbers(n[0], n[1], n[2]);
+    return tried == Order::MonthFirst ? dateOfNumbers(n[1], n[0], n[2]) : dateOfNumbers(n[2], n[1], n[0]);
+  };
+  for (const Order tried : {order, Order::MonthFirst, Order::DayFirst, Order::YearFirst}) {
+    if (const auto date = in(tried)) return date;
   }
-  if (const auto date = dateOfNumbers(n[0], n[1], n[2])) return date;
-  if (const auto date = dateOfNumbers(n[1], n[0], n[2])) return date;
-  return dateOfNumbers(n[2], n[1], n[0]);
+  return std::nullopt;
 }
 
 double timeOfNumbers(const std::vector<int>& n) {
@@ -128,7 +131,7 @@ wchar_t lowered(wchar_t c) {
   return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c;
 }
 
-std::wstring formatDate(Date date, const std::wstring& pattern, const Locale& locale) {
+std::wstring formatDate(Date date, const std::wstring& pattern, const SpanishLocale& locale) {
   const Moment moment = momentOf(date);
   const int year = static_cast<int>(moment.day.year());
   std::wstring out;
@@ -150,6 +153,7 @@ std::wstring formatDate(Date date, const std::wstring& pattern, const Locale& lo
       case L'h': out += padded(moment.hour, width); break;
       case L'n': out += padded(moment.minute, width); break;
       case L's': out += padded(moment.second, width); break;
+      case L':': out.append(length, locale.timeSeparator); break;
       default: out.append(length, pattern[i]); break;
     }
     if (std::wstring_view(L"dmyhns").find(letter) != std::wstring_view::npos) afterHour = letter == L'h';
@@ -273,10 +277,10 @@ Date SpanishLocale::dateFromText(const std::wstring& text) const {
   std::optional<Date> day;
   std::optional<double> time;
   for (std::size_t at = 0; at < tokens.size();) {
-    if (const auto date = joinedNumbers(tokens, at, L"-/."); !date.empty() && !day) {
-      day = dateInSomeOrder(date, currentYear);
+    if (const auto date = joinedNumbers(tokens, at, L"-/"); !date.empty() && !day) {
+      day = dateInSomeOrder(date, currentYear, order);
       if (!day) throw AutomationError(kTypeMismatch);
-    } else if (const auto clock = joinedNumbers(tokens, at, L":"); !clock.empty() && !time) {
+    } else if (const auto clock = joinedNumbers(tokens, at, L":."); !clock.empty() && !time) {
       time = timeOfNumbers(clock);
     } else {
       throw AutomationError(kTypeMismatch);
@@ -288,7 +292,8 @@ Date SpanishLocale::dateFromText(const std::wstring& text) const {
 }
 
 std::wstring SpanishLocale::shortDateText(Date date) const {
-  return formatDate(date, L"dd/mm/yyyy", *this);
+  const wchar_t* patterns[] = {L"dd/mm/yyyy", L"m/d/yyyy", L"yyyy/mm/dd"};
+  return formatDate(date, patterns[static_cast<int>(order)], *this);
 }
 
 std::wstring SpanishLocale::format(const Value& value, const std::wstring& pattern) const {

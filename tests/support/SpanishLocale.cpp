@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 #include <optional>
 #include <type_traits>
 #include <vector>
@@ -232,6 +233,31 @@ double numberFromText(const std::wstring& text) {
   return number;
 }
 
+// Digit by digit: a double does not hold every amount.
+Currency currencyFromText(const std::wstring& text) {
+  const std::string plain = plainNumber(text);
+  const std::size_t exponent = std::min(plain.find('e'), plain.size());
+  const std::size_t point = std::min(plain.find('.'), exponent);
+  std::string digits = plain.substr(0, point) + (point < exponent ? plain.substr(point + 1, exponent - point - 1) : "");
+  digits.erase(0, digits.find_first_of("0123456789"));
+  const long power = exponent < plain.size() ? std::strtol(plain.c_str() + exponent + 1, nullptr, 10) : 0;
+  const long beyond =
+      static_cast<long>(point < exponent ? exponent - point - 1 : 0) - 4 - std::clamp(power, -999L, 999L);
+  const auto dropped = static_cast<std::size_t>(std::max(0L, beyond));
+  if (beyond < 0) digits.append(static_cast<std::size_t>(-beyond), '0');
+  if (digits.size() <= dropped) digits.insert(0, dropped + 1 - digits.size(), '0');
+  const std::string rest = digits.substr(digits.size() - dropped);
+  digits.resize(digits.size() - dropped);
+  std::uint64_t amount = 0;
+  for (const char digit : digits) {
+    amount = amount * 10 + static_cast<std::uint64_t>(digit - '0');
+    if (amount > std::numeric_limits<std::int64_t>::max()) throw AutomationError(kOverflow);
+  }
+  const std::string half = dropped > 0 ? "5" + std::string(dropped - 1, '0') : "";
+  if (rest > half || (dropped > 0 && rest == half && amount % 2 == 1)) ++amount;
+  return Currency{plain[0] == '-' ? -static_cast<std::int64_t>(amount) : static_cast<std::int64_t>(amount)};
+}
+
 std::wstring textOfDouble(double value, int digits) {
   char text[64];
   std::snprintf(text, sizeof text, "%.*G", digits, value);
@@ -318,8 +344,9 @@ double SpanishLocale::toDouble(const Value& value) const {
 
 Currency SpanishLocale::toCurrency(const Value& value) const {
   if (const auto* currency = std::get_if<Currency>(&value)) return *currency;
+  if (const auto* text = std::get_if<std::wstring>(&value)) return currencyFromText(*text);
   const double scaled = halfToEven(toDouble(value) * 10000);
-  if (!(scaled >= -9.2e18 && scaled <= 9.2e18)) throw AutomationError(kOverflow);
+  if (!(scaled >= -0x1p63 && scaled < 0x1p63)) throw AutomationError(kOverflow);
   return Currency{static_cast<std::int64_t>(scaled)};
 }
 

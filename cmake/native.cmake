@@ -7,10 +7,12 @@ target_link_options(qev_logic INTERFACE --coverage)
 
 add_executable(qev_logic_tests
   tests/platform/ClockTest.cpp
+  tests/platform/LocaleContractTest.cpp
   tests/platform/PathsTest.cpp
   tests/platform/ValueTest.cpp
   tests/settings/SettingsStoreTest.cpp
   tests/schedule/CalcularProximaCopiaTest.cpp
+  tests/schedule/ScheduleTest.cpp
   tests/backup/ArchiveProgressTest.cpp
   tests/backup/CCopiasTest.cpp
   tests/backup/DiskCopyTest.cpp

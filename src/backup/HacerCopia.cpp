@@ -11,7 +11,6 @@
 namespace qev {
 namespace {
 
-constexpr wchar_t kMoment[] = L"dd-mm-yyyy hh:nn";
 constexpr wchar_t kLine[] = L"\r\n";
 constexpr wchar_t kUnproven[] = L".nueva";
 constexpr int kWholeBar = 1000;
@@ -225,7 +224,7 @@ bool BackupRun::copyToDisks() {
 
 void BackupRun::succeed() {
   settings_.write(L"Estado", std::wstring(L"Ultima copia de seguridad realizada correctamente"));
-  settings_.write(L"UltimaCopia", formatted(platform_.clock.now(), kMoment));
+  settings_.write(L"UltimaCopia", momentText(platform_.clock.now()));
   record_.result = RunRecord::Result::Success;
   record_.shown = std::wstring(L" La copia de seguridad se ha realizado correctamente.") + kLine +
                   L" Origen: Datos del programa " + state_.title + kLine + L" Destino: " + displayPath_;
@@ -264,25 +263,21 @@ std::wstring BackupRun::failureText(const std::wstring& error) {
   } catch (const std::exception&) {  // no next moment can be told: the plain text serves
   }
   return L"No se ha podido realizar la copia de seguridad de " + state_.title + L"." + kLine + kLine + L"Destino: " +
-         displayPath_ + kLine + L"Fecha/Hora: " + formatted(platform_.clock.now(), kMoment) + kLine + error;
+         displayPath_ + kLine + L"Fecha/Hora: " + momentText(platform_.clock.now()) + kLine + error;
 }
 
 // With scheduled backups on: when the next one will be tried.
 std::wstring BackupRun::retryText(const std::wstring& error) {
   CalcularProximaCopia(settings_, platform_.clock, platform_.locale);
-  const std::wstring stored = platform_.locale.toText(settings_.read(L"ProximaCopia"));
-  const Date next = stored.empty() ? platform_.clock.now() : platform_.locale.dateFromText(stored);
+  const Date stored = storedMoment(settings_.read(L"ProximaCopia"), platform_.locale);
+  const Date next = stored == Date{} ? platform_.clock.now() : stored;
   return L"Se ha intentado realizar la copia de seguridad de " + state_.title + L" sin éxito." + kLine + kLine +
          L"Destino: " + displayPath_ + kLine + error + kLine + kLine + L"La próxima copia de seguridad" +
-         L" se realizará el día " + formatted(next, L"dd-mm-yyyy") + L" a las " + formatted(next, L"hh:nn");
+         L" se realizará el día " + dayText(next) + L" a las " + timeText(next);
 }
 
 double BackupRun::numericSetting(const std::wstring& name) const {
   return numericValue(settings_.read(name));
-}
-
-std::wstring BackupRun::formatted(Date date, const wchar_t* pattern) const {
-  return platform_.locale.format(date, pattern);
 }
 
 }  // namespace qev

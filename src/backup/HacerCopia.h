@@ -79,7 +79,6 @@ class BackupRun {
   std::wstring retryText(const std::wstring& error);
   std::wstring programFolder() const;
   double numericSetting(const std::wstring& name) const;
-  std::wstring formatted(Date date, const wchar_t* pattern) const;
 
   Platform& platform_;
   LibraryState& state_;

@@ -32,7 +32,7 @@ void RunLog::add(const RunRecord& record) noexcept {
 }
 
 void RunLog::write(const RunRecord& record) {
-  const std::string block = logBlock(record, platform_.locale);
+  const std::string block = logBlock(record);
   const std::wstring log = path();
   const auto lock = platform_.processes.lock(lockName(platform_.locale.upper(log)), kLongestWait);
   if (!lock) return;

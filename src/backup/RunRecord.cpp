@@ -8,7 +8,6 @@ namespace {
 constexpr std::string_view kMark = "\xEF\xBB\xBF";
 constexpr std::string_view kBlockBeginning = "=== ";
 constexpr wchar_t kLine[] = L"\r\n";
-constexpr wchar_t kMoment[] = L"dd-mm-yyyy hh:nn:ss";
 constexpr std::size_t kLongestValue = 1000;  // characters of a value of one line
 constexpr std::size_t kLongestShown = 4000;  // characters of the text that was shown
 
@@ -125,9 +124,9 @@ void RunRecord::count(const std::vector<ZipDirectoryEntry>& entries) {
   }
 }
 
-std::string logBlock(const RunRecord& record, const Locale& locale) {
+std::string logBlock(const RunRecord& record) {
   Block block;
-  const std::wstring start = locale.format(record.start, kMoment);
+  const std::wstring start = secondMomentText(record.start);
   block.begin(start + L" " + kindText(record.kind) + L": " + record.title);
   block.add(L"Resultado", std::wstring(resultText(record.result)));
   if (record.hasTrouble()) {
@@ -137,7 +136,7 @@ std::string logBlock(const RunRecord& record, const Locale& locale) {
   block.add(L"Copia", record.set);
   block.add(L"Datos", record.data);
   block.add(L"Inicio", start);
-  block.add(L"Fin", locale.format(record.end, kMoment));
+  block.add(L"Fin", secondMomentText(record.end));
   block.add(L"Archivos", record.files);
   block.add(L"Bytes", record.bytes);
   block.add(L"Tamaño de la copia", record.setBytes);

@@ -40,7 +40,6 @@
 #include <vector>
 
 #include "platform/Clock.h"
-#include "platform/Locale.h"
 #include "zip/EngineRemarks.h"
 #include "zip/ZipDirectory.h"
 
@@ -76,8 +75,8 @@ struct RunRecord {
 
 inline constexpr std::size_t kMostLogBytes = 1 << 20;
 
-// The block of a run in UTF-8, its empty line included; less than 300 KiB. Throws what the locale throws for dates.
-std::string logBlock(const RunRecord& record, const Locale& locale);
+// The block of a run in UTF-8, its empty line included; less than 300 KiB. Throws 6 beyond the calendar.
+std::string logBlock(const RunRecord& record);
 
 // A log of at most `most` bytes: as many of the last blocks of `old` as leave room, then `block`, which is there
 // whatever its size. Of `old` what is no block, or comes before the first one, is dropped.

@@ -163,7 +163,7 @@ SetFormat::FirstLine SetFormat::FirstLine::read(FileReader& reader, std::size_t 
 }
 
 std::wstring SetFormat::datedFileName(Date date) const {
-  return L"Backup" + platform_.locale.format(date, L"dd-mm-yy") + L".qev";
+  return L"Backup" + fileDayText(date) + L".qev";
 }
 
 std::wstring SetFormat::workingCopy() const {

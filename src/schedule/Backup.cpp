@@ -14,9 +14,6 @@ constexpr int kModes = 3;
 constexpr int kWeekdays = 7;
 constexpr int kMonths = 12;
 
-constexpr wchar_t kMoment[] = L"dd-mm-yyyy hh:nn";
-constexpr wchar_t kTime[] = L"hh:nn";
-
 constexpr wchar_t kAutomaticText[] =
     L"Se realizará una copia de seguridad de forma automática una vez al día en el momento de cerrar el programa ."
     L"\r\n\r\n"
@@ -173,7 +170,7 @@ void Backup::fill() {
   roundToInt32(numericValue(stored.plain(L"Copia", std::int16_t{1})), mode);
   stored.attempt([&] { selectMode(mode); });
   Programar_->setText(stored.strictText(L"Programar", L"Diariamente"));
-  HoraInicio_->setText(stored.strictText(L"HoraInicio", locale.format(platform().clock.now(), kTime)));
+  HoraInicio_->setText(startTimeText(stored.strictText(L"HoraInicio", timeText(platform().clock.now())), locale));
   DDias_->setValue(stored.strict(L"DDias", std::int16_t{1}));
   DSemanas_->setValue(stored.strict(L"DSemanas", std::int16_t{1}));
   DMes_->setValue(stored.strict(L"DMes", std::int16_t{1}));
@@ -205,13 +202,12 @@ void Backup::saveAndRecompute() {
   settings_.write(L"DDias", DDias_->Value());
   settings_.write(L"DSemanas", DSemanas_->Value());
   settings_.write(L"DMes", DMes_->Value());
-  settings_.write(L"ProximaCopia", shownMoment());
+  settings_.write(L"ProximaCopia", PCopia_->Text());
   settings_.write(L"Destino", Destino_->Value());
   settings_.write(L"DSem", flags(Backup_DSem0, kWeekdays));
   settings_.write(L"Meses", flags(Backup_Mes0, kMonths));
   CalcularProximaCopia(settings_, platform().clock, platform().locale);
-  const Value next = settings_.read(L"ProximaCopia");
-  PCopia_->setValue(next == Value(std::wstring()) ? Value(Null{}) : next);
+  PCopia_->setText(platform().locale.toText(settings_.read(L"ProximaCopia")));
 }
 
 // The display follows the controls even when the settings or the schedule refuse: a value that is in the way must be
@@ -231,11 +227,6 @@ std::uint8_t Backup::mode() const {
     if (isChecked(Backup_Copia0 + i)) return i;
   }
   return 0;
-}
-
-std::wstring Backup::shownMoment() const {
-  const Value moment = PCopia_->Value();
-  return isMissing(moment) ? std::wstring() : platform().locale.format(moment, kMoment);
 }
 
 // Where scheduled backups go but for the backup folder. As long as the host has not asked for it, what it would have
@@ -371,7 +362,7 @@ void Backup::DMes_AfterUpdate(bool&) {
 void Backup::HoraInicio_AfterUpdate(bool&) {
   const std::wstring entry = HoraInicio_->Text();
   if (!platform().locale.isDate(entry)) return;
-  HoraInicio_->setText(platform().locale.format(entry, kTime));
+  HoraInicio_->setText(timeText(platform().locale.dateFromText(entry)));
   saveAndRecompute();
 }
 

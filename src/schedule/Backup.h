@@ -68,7 +68,6 @@ class Backup final : public ModalForm {
 
   std::uint8_t mode() const;
   bool scheduled() const { return mode() == 2; }
-  std::wstring shownMoment() const;
   std::wstring destinationState() const;
   std::wstring flags(int firstId, int count) const;
   void checkFlags(int firstId, int count, const std::wstring& flags) const;

@@ -198,7 +198,7 @@ TEST_F(RunLogTest, TwoProcessesAtOnceLoseNoBlockAndTearNone) {
   const std::vector<std::string> titles = titlesIn(log());
   EXPECT_EQ(3u * kRecordsOfAProcess, titles.size());
   EXPECT_EQ(titles.size(), std::set<std::string>(titles.begin(), titles.end()).size());
-  const std::string whole = logBlock(recordOf(L"?"), system_.locale);
+  const std::string whole = logBlock(recordOf(L"?"));
   std::size_t blocks = 0;
   std::string rest = log().substr(3);
   while (rest.starts_with("=== ")) {

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "support/FakePlatform.h"
-#include "support/SpanishLocale.h"
 
 namespace qev::test {
 namespace {
@@ -36,7 +35,7 @@ RunRecord record() {
 }
 
 std::string blockOf(const RunRecord& run) {
-  return logBlock(run, SpanishLocale());
+  return logBlock(run);
 }
 
 TEST(RunRecordTest, ABlockTellsTheRun) {

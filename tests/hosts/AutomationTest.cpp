@@ -189,6 +189,7 @@ TEST_F(AutomationObject, RegistroDerivesTheFoldersAndCreatesTheOneBesideTheData)
 TEST_F(AutomationObject, RegistroRaisesWhenTheFolderCannotBeCreated) {
   setting(L"DirDatos", std::wstring(L"C:\\NoExiste\\Tampoco\\Datos\\"));
   const auto object = create();
+  EXPECT_EQ(S_OK, object->put_DirBackup(Bstr(L"D:\\Antes\\").get()));
   EXPECT_EQ(static_cast<HRESULT>(0x800A004C), object->put_Registro(Bstr(kKey).get()));
   IErrorInfo* info = nullptr;
   ASSERT_EQ(S_OK, GetErrorInfo(0, &info));
@@ -198,6 +199,8 @@ TEST_F(AutomationObject, RegistroRaisesWhenTheFolderCannotBeCreated) {
   info->GetSource(source.put());
   EXPECT_EQ(L"QevBackup", source.text());
   EXPECT_NE(std::wstring::npos, description.text().find(L"C:\\NoExiste\\Tampoco\\Backup")) << "names the folder";
+  EXPECT_EQ(kKey, textOf(&IMCBackup::get_Registro, *object));
+  EXPECT_EQ(L"D:\\Antes\\", textOf(&IMCBackup::get_DirBackup, *object)) << "the steps after the error are not taken";
 }
 
 TEST_F(AutomationObject, MissingValuesReadAsEmptyAndTheStepsGoOn) {
@@ -248,6 +251,21 @@ TEST_F(AutomationObject, CopiaAutoMakesASetAndClosesByItself) {
   char signature[4]{};
   set.read(signature, 4);
   EXPECT_EQ(std::string("PK\x03\x04", 4), std::string(signature, 4));
+}
+
+TEST_F(AutomationObject, DirDatosNamesTheDataInPlaceOfThoseThatRegistroRead) {
+  writeFile(root_ / L"Datos" / L"Emp01" / L"clientes.txt", "uno");
+  fs::create_directories(root_ / L"Datos" / L"Emp02");
+  writeFile(root_ / L"Datos" / L"Emp02" / L"otros.txt", "dos");
+  setting(L"Cerrar", std::int32_t{1});
+  const auto object = create();
+  ASSERT_EQ(S_OK, object->put_Registro(Bstr(kKey).get()));
+  ASSERT_EQ(S_OK, object->put_DirDatos(Bstr(((root_ / L"Datos" / L"Emp02").wstring() + L"\\").c_str()).get()));
+  ASSERT_EQ(S_OK, object->CopiaAuto());
+  std::ifstream set(today(), std::ios::binary);
+  const std::string bytes{std::istreambuf_iterator<char>(set), {}};
+  EXPECT_NE(std::string::npos, bytes.find("Emp02/otros.txt"));
+  EXPECT_EQ(std::string::npos, bytes.find("clientes.txt"));
 }
 
 TEST_F(AutomationObject, CopiaProgGoesToTheFolderThatDestinoRead) {

@@ -3,13 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <compare>
-#include <optional>
-#include <random>
 
 #include "platform/AutomationError.h"
 #include "support/ErrorOf.h"
 #include "support/FakePlatform.h"
+#ifdef _WIN32
+#include "platform/LocaleWindows.h"
+#include "support/RegionalSetting.h"
+#endif
 
 namespace qev::test {
 namespace {
@@ -135,49 +136,28 @@ TEST_F(CalcularProximaCopiaTest, WritesOnlyProximaCopiaAndAsText) {
   EXPECT_EQ(fake.registry.writes[0].second, text(L"16-11-2026 23:59"));
 }
 
-// --- daily ---
+// --- what is read ---
 
-struct DailyCase {
-  const char* name;
-  Date now;
-  const wchar_t* start;
-  Value days;
-  const wchar_t* next;
-};
-
-class DailyRule : public CalcularProximaCopiaTest, public testing::WithParamInterface<DailyCase> {};
-
-TEST_P(DailyRule, Gives) {
-  fake.clock.time = GetParam().now;
-  EXPECT_EQ(next(daily(GetParam().start, GetParam().days)), GetParam().next);
+TEST_F(CalcularProximaCopiaTest, TheSettingsOfEachKindAreRead) {
+  EXPECT_EQ(next(daily(L"09:30", 3)), L"19-11-2026 09:30");
+  EXPECT_EQ(next(weekly(L"09:30", L"NNSNNNN")), L"18-11-2026 09:30");
+  EXPECT_EQ(next(monthly(20, L"SNNNNNNNNNNN", L"15-05-2030 12:00")), L"20-01-2031 12:00");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Schedule, DailyRule,
-    testing::Values(
-        DailyCase{"StartAheadAt2359GivesToday", moment(2026, 11, 16, 10), L"23:59", 3, L"16-11-2026 23:59"},
-        DailyCase{"At2359ExactlyGivesTodayPlusDDias", moment(2026, 11, 16, 23, 59), L"23:59", 3, L"19-11-2026 23:59"},
-        DailyCase{"StartPassedGivesTodayPlusDDias", moment(2026, 11, 16, 10), L"09:30", 1, L"17-11-2026 09:30"},
-        DailyCase{"OneMinuteAheadIsAhead", moment(2026, 11, 16, 10, 29, 59), L"10:30", 1, L"16-11-2026 10:30"},
-        DailyCase{"SecondsOfThePresentMinuteDoNotCount", moment(2026, 11, 16, 10, 30, 59), L"10:30", 1,
-                  L"17-11-2026 10:30"},
-        DailyCase{"DDiasZeroIsDueAtOnce", moment(2026, 11, 16, 10), L"09:30", 0, L"16-11-2026 09:30"},
-        DailyCase{"AbsentDDiasIsDueAtOnce", moment(2026, 11, 16, 10), L"09:30", {}, L"16-11-2026 09:30"},
-        DailyCase{"TextDDiasIsReadByItsLeadingNumber", moment(2026, 11, 16, 10), L"09:30", text(L" 2 dias"),
-                  L"18-11-2026 09:30"},
-        DailyCase{"TextThatIsNoNumberCountsAsZero", moment(2026, 11, 16, 10), L"09:30", text(L"cada dos"),
-                  L"16-11-2026 09:30"},
-        DailyCase{"NegativeDDiasLiesInThePast", moment(2026, 11, 16, 10), L"09:30", -1, L"15-11-2026 09:30"},
-        DailyCase{"AcrossTheEndOfAMonth", moment(2026, 11, 30, 10), L"09:30", 1, L"01-12-2026 09:30"},
-        DailyCase{"AcrossTheEndOfAYear", moment(2026, 12, 31, 10), L"09:30", 1, L"01-01-2027 09:30"},
-        DailyCase{"IntoLeapDay", moment(2028, 2, 28, 10), L"09:30", 1, L"29-02-2028 09:30"},
-        DailyCase{"PastFebruaryOfACommonYear", moment(2026, 2, 28, 10), L"09:30", 1, L"01-03-2026 09:30"},
-        DailyCase{"PastFebruaryOfACenturyYear", moment(2100, 2, 28, 10), L"09:30", 1, L"01-03-2100 09:30"},
-        DailyCase{"AYearOfDaysOn", moment(2027, 3, 1, 10), L"09:30", 366, L"01-03-2028 09:30"},
-        DailyCase{"EmptyStartIsNeverAheadAndMeansMidnight", moment(2026, 11, 16, 0, 0), L"", 1, L"17-11-2026 00:00"},
-        DailyCase{"MidnightStartIsNeverAhead", moment(2026, 11, 16, 0, 0), L"00:00", 1, L"17-11-2026 00:00"},
-        DailyCase{"StartIsComparedAsText", moment(2026, 11, 16, 10), L"9:30", 1, L"16-11-2026 09:30"}),
-    [](const auto& tested) { return tested.param.name; });
+TEST_F(CalcularProximaCopiaTest, DDiasIsReadByItsLeadingNumber) {
+  EXPECT_EQ(next(daily(L"09:30", text(L" 2 dias"))), L"18-11-2026 09:30");
+  EXPECT_EQ(next(daily(L"09:30", text(L"cada dos"))), L"16-11-2026 09:30");
+  EXPECT_EQ(next(daily(L"09:30", Value{})), L"16-11-2026 09:30");
+}
+
+TEST_F(CalcularProximaCopiaTest, DMesAsTextIsConverted) {
+  EXPECT_EQ(next(monthly(text(L"21"), kAllMonths.c_str(), L"15-05-2026 12:00")), L"21-11-2026 12:00");
+}
+
+TEST_F(CalcularProximaCopiaTest, AbsentOrEmptyUltimaCopiaIsTheZeroDate) {
+  EXPECT_EQ(next(monthly(25, kAllMonths.c_str(), nullptr)), L"25-11-2026 12:00");
+  EXPECT_EQ(next(monthly(25, kAllMonths.c_str(), L"")), L"25-11-2026 12:00");
+}
 
 TEST_F(CalcularProximaCopiaTest, AbsentHoraInicioIsNeverAheadAndMeansMidnight) {
   Stored stored = daily(L"", 1);
@@ -185,126 +165,10 @@ TEST_F(CalcularProximaCopiaTest, AbsentHoraInicioIsNeverAheadAndMeansMidnight) {
   EXPECT_EQ(next(stored), L"17-11-2026 00:00");
 }
 
-// --- weekly ---
-
-struct WeeklyCase {
-  const char* name;
-  Date now;
-  const wchar_t* start;
-  const wchar_t* days;
-  const wchar_t* next;
-};
-
-class WeeklyRule : public CalcularProximaCopiaTest, public testing::WithParamInterface<WeeklyCase> {};
-
-TEST_P(WeeklyRule, Gives) {
-  fake.clock.time = GetParam().now;
-  EXPECT_EQ(next(weekly(GetParam().start, GetParam().days)), GetParam().next);
-}
-
-// 16 November 2026 is a Monday.
-INSTANTIATE_TEST_SUITE_P(
-    Schedule, WeeklyRule,
-    testing::Values(
-        WeeklyCase{"OnlyMondayOnAMondayBeforeTheStartGivesToday", moment(2026, 11, 16, 10), L"12:00", L"SNNNNNN",
-                   L"16-11-2026 12:00"},
-        WeeklyCase{"OnlyMondayOnAMondayAfterTheStartGivesTheNextMonday", moment(2026, 11, 16, 13), L"12:00", L"SNNNNNN",
-                   L"23-11-2026 12:00"},
-        WeeklyCase{"OnlyMondayOnASundayGivesTheNextDay", moment(2026, 11, 22, 13), L"12:00", L"SNNNNNN",
-                   L"23-11-2026 12:00"},
-        WeeklyCase{"OnlyMondayOnASundayBeforeTheStartGivesTheNextDay", moment(2026, 11, 22, 10), L"12:00", L"SNNNNNN",
-                   L"23-11-2026 12:00"},
-        WeeklyCase{"NoWeekdayYieldsEmpty", moment(2026, 11, 16, 10), L"12:00", L"NNNNNNN", L""},
-        WeeklyCase{"EmptyFlagsYieldEmpty", moment(2026, 11, 16, 10), L"12:00", L"", L""},
-        WeeklyCase{"OnlyCapitalSSelects", moment(2026, 11, 16, 10), L"12:00", L"s1YsNsN", L""},
-        WeeklyCase{"SundayIsTheLastOfTheWeek", moment(2026, 11, 16, 10), L"12:00", L"NNNNNNS", L"22-11-2026 12:00"},
-        WeeklyCase{"SundayOnASundayAfterTheStart", moment(2026, 11, 22, 13), L"12:00", L"NNNNNNS", L"29-11-2026 12:00"},
-        WeeklyCase{"EveryDayAfterTheStartGivesTomorrow", moment(2026, 11, 18, 13), L"12:00", L"SSSSSSS",
-                   L"19-11-2026 12:00"},
-        WeeklyCase{"TheNearestDayOfThisWeekComesFirst", moment(2026, 11, 17, 13), L"12:00", L"SNNSNSN",
-                   L"19-11-2026 12:00"},
-        WeeklyCase{"PassedDaysWaitForTheNextWeek", moment(2026, 11, 20, 13), L"12:00", L"NSNSNNN", L"24-11-2026 12:00"},
-        WeeklyCase{"FlagsShorterThanAWeekLeaveTheRestUnselected", moment(2026, 11, 18, 10), L"12:00", L"NS",
-                   L"24-11-2026 12:00"},
-        WeeklyCase{"FlagsBeyondTheWeekAreNotRead", moment(2026, 11, 18, 10), L"12:00", L"NNNNNNNSSS", L""},
-        WeeklyCase{"AcrossTheEndOfAYear", moment(2026, 12, 31, 13), L"12:00", L"NNNSNNN", L"07-01-2027 12:00"},
-        WeeklyCase{"AcrossLeapDay", moment(2028, 2, 28, 13), L"12:00", L"SNNNNNN", L"06-03-2028 12:00"},
-        WeeklyCase{"OntoLeapDay", moment(2028, 2, 28, 13), L"12:00", L"NSNNNNN", L"29-02-2028 12:00"}),
-    [](const auto& tested) { return tested.param.name; });
-
 TEST_F(CalcularProximaCopiaTest, DSemanasDoesNotCount) {
   fake.registry.put(key, L"DSemanas", 4);
   EXPECT_EQ(next(weekly(L"09:00", L"SNNNNNN")), L"23-11-2026 09:00");
 }
-
-// --- monthly ---
-
-struct MonthlyCase {
-  const char* name;
-  Date now;
-  Value day;
-  const wchar_t* months;
-  const wchar_t* lastBackup;
-  const wchar_t* next;
-};
-
-class MonthlyRule : public CalcularProximaCopiaTest, public testing::WithParamInterface<MonthlyCase> {};
-
-TEST_P(MonthlyRule, Gives) {
-  fake.clock.time = GetParam().now;
-  EXPECT_EQ(next(monthly(GetParam().day, GetParam().months, GetParam().lastBackup)), GetParam().next);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Schedule, MonthlyRule,
-    testing::Values(MonthlyCase{"TodaysDayIsNeverThisMonthEvenWithTheStartAhead", moment(2026, 11, 16, 10), 16,
-                                kAllMonths.c_str(), L"01-11-2026 10:00", L"16-12-2026 12:00"},
-                    MonthlyCase{"TodaysDayOfTheOnlyMonthIsAYearOn", moment(2026, 11, 16, 10), 16, L"NNNNNNNNNNSN",
-                                L"01-11-2026 10:00", L"16-11-2027 12:00"},
-                    MonthlyCase{"AllMonthsOnThe20thWith15GivesThe15thOfNextMonth", moment(2026, 6, 20, 10), 15,
-                                kAllMonths.c_str(), L"15-06-2026 12:00", L"15-07-2026 12:00"},
-                    MonthlyCase{"InDecemberThe15thOfJanuaryAfterTheLastBackupsYear", moment(2026, 12, 20, 10), 15,
-                                kAllMonths.c_str(), L"15-12-2026 12:00", L"15-01-2027 12:00"},
-                    MonthlyCase{"InDecemberAnOldLastBackupIsPushedByWholeYears", moment(2026, 12, 20, 10), 15,
-                                kAllMonths.c_str(), L"15-12-2019 12:00", L"15-01-2027 12:00"},
-                    MonthlyCase{"EmptyLastBackupClimbsFromTheZeroDatesYear", moment(2026, 6, 20, 10), 25,
-                                kAllMonths.c_str(), nullptr, L"25-06-2026 12:00"},
-                    MonthlyCase{"EmptyTextOfLastBackupIsNone", moment(2026, 6, 20, 10), 25, kAllMonths.c_str(), L"",
-                                L"25-06-2026 12:00"},
-                    MonthlyCase{"TheZeroDateItselfIsPushedToo", moment(2026, 6, 20, 10), 30, L"NNNNNNNNNNNS", nullptr,
-                                L"30-12-2026 12:00"},
-                    MonthlyCase{"DayAheadInThisMonth", moment(2026, 6, 20, 10), 21, kAllMonths.c_str(),
-                                L"15-05-2026 12:00", L"21-06-2026 12:00"},
-                    MonthlyCase{"TheNextSelectedMonthOfThisYear", moment(2026, 6, 20, 10), 21, L"NNNNNNNNSNNN",
-                                L"15-05-2026 12:00", L"21-09-2026 12:00"},
-                    MonthlyCase{"OnlyAPassedMonthIsNextYear", moment(2026, 6, 20, 10), 21, L"NNSNNNNNNNNN",
-                                L"15-05-2026 12:00", L"21-03-2027 12:00"},
-                    MonthlyCase{"ThisVeryMomentIsNotLaterThanNow", moment(2026, 11, 16), 16, L"NNNNNNNNNNSN",
-                                L"01-11-2025 10:00", L"16-11-2027 12:00"},
-                    MonthlyCase{"NoMonthYieldsEmpty", moment(2026, 6, 20, 10), 21, L"NNNNNNNNNNNN", L"15-05-2026 12:00",
-                                L""},
-                    MonthlyCase{"AbsentFlagsYieldEmpty", moment(2026, 6, 20, 10), 21, L"", nullptr, L""},
-                    MonthlyCase{"FlagsShorterThanAYearLeaveTheRestUnselected", moment(2026, 6, 20, 10), 21, L"NNS",
-                                L"15-05-2026 12:00", L"21-03-2027 12:00"},
-                    MonthlyCase{"OnlyCapitalSSelects", moment(2026, 6, 20, 10), 21, L"sssssssssssS",
-                                L"15-05-2026 12:00", L"21-12-2026 12:00"},
-                    MonthlyCase{"ALastBackupInTheFutureIsKept", moment(2026, 6, 20, 10), 21, kAllMonths.c_str(),
-                                L"15-05-2031 12:00", L"21-06-2031 12:00"},
-                    MonthlyCase{"ThirtyFirstInALongMonth", moment(2026, 7, 20, 10), 31, kAllMonths.c_str(),
-                                L"15-05-2026 12:00", L"31-07-2026 12:00"},
-                    MonthlyCase{"LeapDayInALeapYear", moment(2028, 2, 20, 10), 29, L"NSNNNNNNNNNN", L"15-05-2028 12:00",
-                                L"29-02-2028 12:00"},
-                    MonthlyCase{"LeapDayPushedIntoACommonYearIsThe28th", moment(2026, 2, 20, 10), 29, L"NSNNNNNNNNNN",
-                                L"15-05-2024 12:00", L"28-02-2026 12:00"},
-                    MonthlyCase{"LeapDayPushedPastACommonYearStaysThe28th", moment(2028, 2, 20, 10), 29,
-                                L"NSNNNNNNNNNN", L"15-05-2024 12:00", L"28-02-2028 12:00"},
-                    MonthlyCase{"DayAsTextIsConverted", moment(2026, 6, 20, 10), text(L"21"), kAllMonths.c_str(),
-                                L"15-05-2026 12:00", L"21-06-2026 12:00"},
-                    MonthlyCase{"TheLastDayOfTheYear", moment(2026, 12, 30, 10), 31, kAllMonths.c_str(),
-                                L"15-05-2026 12:00", L"31-12-2026 12:00"},
-                    MonthlyCase{"OnTheLastDayOfTheYear", moment(2026, 12, 31, 10), 31, kAllMonths.c_str(),
-                                L"15-05-2026 12:00", L"31-01-2027 12:00"}),
-    [](const auto& tested) { return tested.param.name; });
 
 // --- errors ---
 
@@ -325,20 +189,10 @@ TEST_F(CalcularProximaCopiaTest, HoraInicioThatIsNoTimeRaises13) {
   EXPECT_EQ(errorOf(stored), 13);
 }
 
-TEST_F(CalcularProximaCopiaTest, HoraInicioThatIsNoTimeDoesNotMatterWhereNothingIsDue) {
-  EXPECT_EQ(next(weekly(L"25:99", L"NNNNNNN")), L"");
-}
-
 TEST_F(CalcularProximaCopiaTest, DMes31InAShortMonthRaises13) {
   fake.clock.set(2026, 11, 16, 10);
   EXPECT_EQ(errorOf(monthly(31, kAllMonths.c_str(), L"15-05-2026 12:00")), 13);
   EXPECT_EQ(errorOf(monthly(30, L"NSNNNNNNNNNN", L"15-05-2026 12:00")), 13);
-}
-
-TEST_F(CalcularProximaCopiaTest, LeapDayOfACommonYearRaises13EvenWhenALeapYearIsNear) {
-  fake.clock.set(2028, 2, 20, 10);
-  EXPECT_EQ(errorOf(monthly(29, L"NSNNNNNNNNNN", L"15-05-2026 12:00")), 13);
-  EXPECT_EQ(errorOf(monthly(29, L"NSNNNNNNNNNN", nullptr)), 13);
 }
 
 TEST_F(CalcularProximaCopiaTest, AbsentOrImpossibleDMesRaises13) {
@@ -368,19 +222,9 @@ TEST_F(CalcularProximaCopiaTest, AbsentDMesDoesNotMatterToTheOtherRules) {
 }
 
 TEST_F(CalcularProximaCopiaTest, DDiasBeyondTheCalendarRaises6) {
-  for (const wchar_t* days : {L"1e300", L"-1e300", L"1e999", L"-1e999", L"2912124", L"-704000"}) {
+  for (const wchar_t* days : {L"1e300", L"-1e999", L"2912124"}) {
     EXPECT_EQ(errorOf(daily(L"09:00", text(days))), 6) << days;
   }
-}
-
-TEST_F(CalcularProximaCopiaTest, TheLastDayOfTheCalendarIsStillReached) {
-  EXPECT_EQ(next(daily(L"09:00", text(L"2912123"))), L"31-12-9999 09:00");
-}
-
-TEST_F(CalcularProximaCopiaTest, AYearBeyondTheCalendarRaises) {
-  EXPECT_EQ(errorOf(monthly(1, L"SNNNNNNNNNNN", L"15-05-9999 12:00")), 13);
-  fake.clock.set(9999, 12, 31);
-  EXPECT_EQ(errorOf(monthly(1, L"NNNNNNNNNNNS", L"15-05-9997 12:00")), 6);
 }
 
 TEST_F(CalcularProximaCopiaTest, StoreErrorsReachTheCaller) {
@@ -397,134 +241,102 @@ TEST_F(CalcularProximaCopiaTest, StoreErrorsReachTheCaller) {
   EXPECT_THROW(CalcularProximaCopia(settings, fake.clock, fake.locale), AutomationError);
 }
 
-// --- against a slow rule of the tests' own, which walks the calendar day by day ---
+// --- whatever the user's regional settings ---
 
-struct Day {
-  int year = 0;
-  int month = 0;
-  int day = 0;
-  auto operator<=>(const Day&) const = default;
+struct Region {
+  const char* name;
+  SpanishLocale::Order order;
+  const wchar_t* shortDate;
+  wchar_t timeSeparator;
 };
 
-int daysInMonth(int year, int month) {
-  const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-  if (month == 2) return leap ? 29 : 28;
-  return month == 4 || month == 6 || month == 9 || month == 11 ? 30 : 31;
-}
+constexpr Region kRegions[] = {{"es-ES", SpanishLocale::Order::DayFirst, L"dd/MM/yyyy", L':'},
+                               {"en-US", SpanishLocale::Order::MonthFirst, L"M/d/yyyy", L':'},
+                               {"eu-ES", SpanishLocale::Order::YearFirst, L"yyyy/MM/dd", L':'},
+                               {"with points in times", SpanishLocale::Order::DayFirst, L"dd/MM/yyyy", L'.'}};
 
-Day following(Day day) {
-  if (++day.day <= daysInMonth(day.year, day.month)) return day;
-  day.day = 1;
-  if (++day.month <= 12) return day;
-  return {day.year + 1, 1, 1};
-}
-
-struct RandomSchedule {
-  Day today;
-  int weekday = 1;  // 1 Monday … 7 Sunday
-  int minutesNow = 0;
-  int minutesStart = 0;
-  int everyDays = 0;
-  int dayOfMonth = 1;
-  std::wstring weekdays;
-  std::wstring months;
-  int lastYear = 2026;
+// The conversions written for tests.
+struct WrittenRegion {
+  explicit WrittenRegion(const Region& region) {
+    locale.order = region.order;
+    locale.timeSeparator = region.timeSeparator;
+  }
+  SpanishLocale locale;
 };
 
-// What the rules promise, without the text in which it is written; nothing where no backup is due, day 0 for an error.
-std::optional<Day> slowDaily(const RandomSchedule& schedule) {
-  Day day = schedule.today;
-  if (schedule.minutesStart > schedule.minutesNow) return day;
-  for (int i = 0; i < schedule.everyDays; ++i) day = following(day);
-  return day;
-}
+#ifdef _WIN32
+// The system's, with the user's settings changed.
+struct SystemRegion {
+  explicit SystemRegion(const Region& region)
+      : shortDate(LOCALE_SSHORTDATE, region.shortDate),
+        timeSeparator(LOCALE_STIME, std::wstring(1, region.timeSeparator)),
+        time(LOCALE_STIMEFORMAT, std::wstring(L"HH") + region.timeSeparator + L"mm" + region.timeSeparator + L"ss") {}
+  RegionalSetting shortDate;
+  RegionalSetting timeSeparator;
+  RegionalSetting time;
+  LocaleWindows locale;
+};
+using Regions = testing::Types<WrittenRegion, SystemRegion>;
+#else
+using Regions = testing::Types<WrittenRegion>;
+#endif
 
-std::optional<Day> slowWeekly(const RandomSchedule& schedule) {
-  Day day = schedule.today;
-  int weekday = schedule.weekday;
-  for (int ahead = 0; ahead <= 7; ++ahead) {
-    const bool counts = ahead > 0 || schedule.minutesStart > schedule.minutesNow;
-    if (counts && schedule.weekdays[static_cast<std::size_t>(weekday - 1)] == L'S') return day;
-    day = following(day);
-    weekday = weekday % 7 + 1;
-  }
-  return std::nullopt;
-}
-
-std::optional<Day> slowMonthly(const RandomSchedule& schedule) {
-  const Day& today = schedule.today;
-  Day first{schedule.lastYear, today.month, schedule.dayOfMonth};
-  for (int tried = 0;; ++tried, first.month == 12 ? (first.month = 1, ++first.year) : ++first.month) {
-    if (tried == 13) return std::nullopt;
-    if (tried == 0 && schedule.dayOfMonth <= today.day) continue;
-    if (schedule.months[static_cast<std::size_t>(first.month - 1)] == L'S') break;
-  }
-  if (first.day > daysInMonth(first.year, first.month)) return Day{};
-  while (first <= today) {
-    ++first.year;
-    first.day = std::min(first.day, daysInMonth(first.year, first.month));
-  }
-  return first;
-}
-
-std::wstring timeText(int minutes) {
-  std::wstring out;
-  for (const int digit : {minutes / 600, minutes / 60 % 10, -1, minutes % 60 / 10, minutes % 10}) {
-    out += digit < 0 ? L':' : static_cast<wchar_t>(L'0' + digit);
-  }
-  return out;
-}
-
-std::wstring padded(int number) {
-  return (number < 10 ? L"0" : L"") + std::to_wstring(number);
-}
-
-TEST_F(CalcularProximaCopiaTest, AgreesWithASlowRuleOnRandomSchedules) {
-  std::mt19937 random(20261116);
-  const auto below = [&random](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
-  RandomSchedule schedule;
-  schedule.today = {2023, 1, 1};
-  schedule.weekday = 7;
-  // Six years, leap day included, some schedules on each day.
-  for (; schedule.today < Day{2029, 1, 1}; schedule.today = following(schedule.today)) {
-    for (int rule = 0; rule < 3; ++rule) {
-      schedule.minutesNow = below(1440);
-      schedule.minutesStart = below(4) == 0 ? schedule.minutesNow : below(1440);
-      schedule.everyDays = below(500);
-      schedule.dayOfMonth = 1 + below(31);
-      schedule.lastYear = below(3) == 0 ? 1900 + below(135) : 2020 + below(10);
-      schedule.weekdays.clear();
-      schedule.months.clear();
-      for (int i = 0; i < 7; ++i) schedule.weekdays += below(5) == 0 ? L'S' : L'N';
-      for (int i = 0; i < 12; ++i) schedule.months += below(4) == 0 ? L'S' : L'N';
-
-      fake.clock.set(schedule.today.year, static_cast<unsigned>(schedule.today.month),
-                     static_cast<unsigned>(schedule.today.day), schedule.minutesNow / 60, schedule.minutesNow % 60,
-                     below(60));
-      Stored stored{.HoraInicio = timeText(schedule.minutesStart),
-                    .DDias = schedule.everyDays,
-                    .DSem = schedule.weekdays,
-                    .DMes = schedule.dayOfMonth,
-                    .Meses = schedule.months,
-                    .UltimaCopia = L"10-10-" + std::to_wstring(schedule.lastYear) + L" 08:00"};
-      stored.Programar = text(rule == 0 ? L"Diariamente" : rule == 1 ? L"Semanalmente" : L"Mensualmente");
-      const std::optional<Day> due = rule == 0   ? slowDaily(schedule)
-                                     : rule == 1 ? slowWeekly(schedule)
-                                                 : slowMonthly(schedule);
-
-      SCOPED_TRACE(testing::Message() << schedule.today.day << "-" << schedule.today.month << "-" << schedule.today.year
-                                      << " rule " << rule);
-      fake.registry.writes.clear();
-      if (due == Day{}) {
-        ASSERT_EQ(errorOf(stored), 13);
-      } else if (!due) {
-        ASSERT_EQ(next(stored), L"");
-      } else {
-        ASSERT_EQ(next(stored), padded(due->day) + L"-" + padded(due->month) + L"-" + std::to_wstring(due->year) +
-                                    L" " + timeText(schedule.minutesStart));
-      }
+template <typename RegionInForce>
+class InEveryRegion : public CalcularProximaCopiaTest {
+ protected:
+  void expect(const std::wstring& expected, const Stored& stored) {
+    for (const Region& region : kRegions) {
+      const RegionInForce inForce(region);
+      store(stored);
+      EXPECT_EQ(numberOf([&] { CalcularProximaCopia(settings, fake.clock, inForce.locale); }), 0) << region.name;
+      EXPECT_EQ(proximaCopia(), Value(expected)) << region.name;
     }
-    schedule.weekday = schedule.weekday % 7 + 1;
+  }
+};
+
+TYPED_TEST_SUITE(InEveryRegion, Regions);
+
+TYPED_TEST(InEveryRegion, TheDayStandsFirstAndTimesHaveAColon) {
+  this->fake.clock.set(2026, 1, 5, 10, 30);
+  this->expect(L"12-01-2026 12:00", monthly(12, kAllMonths.c_str(), L"15-12-2025 12:00"));
+  this->expect(L"31-01-2026 12:00", monthly(31, kAllMonths.c_str(), L"15-12-2025 12:00"));
+  this->expect(L"06-01-2026 09:30", daily(L"09:30", 1));
+  this->expect(L"11-01-2026 10:30", weekly(L"10:30", L"NNNNNNS"));
+  this->fake.clock.set(2024, 2, 20, 10, 30);
+  this->expect(L"29-02-2024 12:00", monthly(29, L"NSNNNNNNNNNN", L"01-02-2024 10:00"));
+  this->fake.clock.set(2026, 2, 20, 10, 30);
+  this->expect(L"28-02-2026 12:00", monthly(29, L"NSNNNNNNNNNN", L"01-02-2024 10:00"));
+}
+
+TYPED_TEST(InEveryRegion, TheStartIsAheadByTheMinuteAlsoWhereItWasKeptWithAPoint) {
+  this->fake.clock.set(2026, 1, 5, 10, 30);
+  for (const wchar_t* start : {L"10:31", L"10.31"}) this->expect(L"05-01-2026 10:31", daily(start, 1));
+  for (const wchar_t* start : {L"10:30", L"10.30"}) this->expect(L"06-01-2026 10:30", daily(start, 1));
+}
+
+TYPED_TEST(InEveryRegion, ADayThatTheMonthLacksIs13) {
+  for (const Region& region : kRegions) {
+    const TypeParam inForce(region);
+    this->fake.clock.set(2026, 4, 5, 10, 30);
+    this->store(monthly(31, kAllMonths.c_str(), L"15-12-2025 12:00"));
+    EXPECT_EQ(numberOf([&] { CalcularProximaCopia(this->settings, this->fake.clock, inForce.locale); }), 13);
+  }
+}
+
+// The year of a last backup decides, so that 2031 shows who was read.
+TYPED_TEST(InEveryRegion, ALastMomentIsReadByPositionAndElseAsTheRegionWritesIt) {
+  this->fake.clock.set(2026, 1, 5, 10, 30);
+  for (const wchar_t* moment : {L"12-01-2031 10:30", L"31-12-2031 23.59", L"12-01-2031 10:30:15", L"12-01-2031"}) {
+    this->expect(L"20-01-2031 12:00", monthly(20, kAllMonths.c_str(), moment));
+  }
+  for (const Region& region : kRegions) {
+    const TypeParam inForce(region);
+    const Date written = moment(2031, 1, 12, 22, 15);
+    EXPECT_EQ(momentText(storedMoment(inForce.locale.toText(written), inForce.locale)), L"12-01-2031 22:15");
+    EXPECT_EQ(storedMoment(written, inForce.locale), written);
+    EXPECT_EQ(storedMoment(Value{}, inForce.locale), Date{});
+    EXPECT_EQ(storedMoment(std::wstring(), inForce.locale), Date{});
+    EXPECT_EQ(numberOf([&] { storedMoment(std::wstring(L"31-02-2031 10:30"), inForce.locale); }), 13);
   }
 }
 

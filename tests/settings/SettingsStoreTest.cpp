@@ -84,24 +84,6 @@ TEST_F(SettingsStoreTest, TheStrictRuleKeepsEverythingElse) {
   EXPECT_EQ(strict(text(L"C:\\")), text(L"C:\\"));
 }
 
-TEST_F(SettingsStoreTest, DDiasOfZeroBecomesOneWhileNCopiasOfZeroStaysZero) {
-  registry.put(key, L"DDias", 0);
-  registry.put(key, L"NCopias", 0);
-  EXPECT_EQ(settings.readStrict(L"DDias", 1), Value{1});
-  EXPECT_EQ(settings.readPlain(L"NCopias", 10), Value{0});
-}
-
-TEST_F(SettingsStoreTest, AKeyWithoutValuesReadsAsItsDefaults) {
-  EXPECT_EQ(settings.readPlain(L"Copia", 1), Value{1});
-  EXPECT_EQ(settings.readPlain(L"NCopias", 0), Value{0});
-  EXPECT_EQ(settings.readStrict(L"Programar", text(L"Diariamente")), text(L"Diariamente"));
-  EXPECT_EQ(settings.readStrict(L"DDias", 1), Value{1});
-  EXPECT_EQ(settings.readStrict(L"DMes", 1), Value{1});
-  EXPECT_EQ(settings.readStrict(L"DSem", text(L"NNNNNNN")), text(L"NNNNNNN"));
-  EXPECT_EQ(settings.readStrict(L"Meses", text(L"NNNNNNNNNNNN")), text(L"NNNNNNNNNNNN"));
-  EXPECT_EQ(settings.readStrict(L"Destino", text(L"C:\\")), text(L"C:\\"));
-}
-
 TEST_F(SettingsStoreTest, ErrorsOfTheRegistryReachTheCaller) {
   registry.readError = kPermissionDenied;
   EXPECT_THROW(settings.read(L"Estado"), AutomationError);

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 #include <optional>
 #include <type_traits>
 #include <vector>
@@ -85,14 +86,17 @@ std::optional<Date> dateOfNumbers(int day, int month, int year) {
   return dateOf(calendar);
 }
 
-std::optional<Date> dateInSomeOrder(const std::vector<int>& n, int currentYear) {
-  if (n.size() == 2) {
-    const auto dayFirst = dateOfNumbers(n[0], n[1], currentYear);
-    return dayFirst ? dayFirst : dateOfNumbers(n[1], n[0], currentYear);
+std::optional<Date> dateInSomeOrder(std::vector<int> n, int currentYear, SpanishLocale::Order order) {
+  using Order = SpanishLocale::Order;
+  if (n.size() == 2) n.push_back(currentYear);
+  const auto in = [&](Order tried) {
+    if (tried == Order::DayFirst) return dateOfNumbers(n[0], n[1], n[2]);
+    return tried == Order::MonthFirst ? dateOfNumbers(n[1], n[0], n[2]) : dateOfNumbers(n[2], n[1], n[0]);
+  };
+  for (const Order tried : {order, Order::MonthFirst, Order::DayFirst, Order::YearFirst}) {
+    if (const auto date = in(tried)) return date;
   }
-  if (const auto date = dateOfNumbers(n[0], n[1], n[2])) return date;
-  if (const auto date = dateOfNumbers(n[1], n[0], n[2])) return date;
-  return dateOfNumbers(n[2], n[1], n[0]);
+  return std::nullopt;
 }
 
 double timeOfNumbers(const std::vector<int>& n) {
@@ -128,7 +132,7 @@ wchar_t lowered(wchar_t c) {
   return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c;
 }
 
-std::wstring formatDate(Date date, const std::wstring& pattern, const Locale& locale) {
+std::wstring formatDate(Date date, const std::wstring& pattern, const SpanishLocale& locale) {
   const Moment moment = momentOf(date);
   const int year = static_cast<int>(moment.day.year());
   std::wstring out;
@@ -150,6 +154,7 @@ std::wstring formatDate(Date date, const std::wstring& pattern, const Locale& lo
       case L'h': out += padded(moment.hour, width); break;
       case L'n': out += padded(moment.minute, width); break;
       case L's': out += padded(moment.second, width); break;
+      case L':': out.append(length, locale.timeSeparator); break;
       default: out.append(length, pattern[i]); break;
     }
     if (std::wstring_view(L"dmyhns").find(letter) != std::wstring_view::npos) afterHour = letter == L'h';
@@ -228,6 +233,31 @@ double numberFromText(const std::wstring& text) {
   return number;
 }
 
+// Digit by digit: a double does not hold every amount.
+Currency currencyFromText(const std::wstring& text) {
+  const std::string plain = plainNumber(text);
+  const std::size_t exponent = std::min(plain.find('e'), plain.size());
+  const std::size_t point = std::min(plain.find('.'), exponent);
+  std::string digits = plain.substr(0, point) + (point < exponent ? plain.substr(point + 1, exponent - point - 1) : "");
+  digits.erase(0, digits.find_first_of("0123456789"));
+  const long power = exponent < plain.size() ? std::strtol(plain.c_str() + exponent + 1, nullptr, 10) : 0;
+  const long beyond =
+      static_cast<long>(point < exponent ? exponent - point - 1 : 0) - 4 - std::clamp(power, -999L, 999L);
+  const auto dropped = static_cast<std::size_t>(std::max(0L, beyond));
+  if (beyond < 0) digits.append(static_cast<std::size_t>(-beyond), '0');
+  if (digits.size() <= dropped) digits.insert(0, dropped + 1 - digits.size(), '0');
+  const std::string rest = digits.substr(digits.size() - dropped);
+  digits.resize(digits.size() - dropped);
+  std::uint64_t amount = 0;
+  for (const char digit : digits) {
+    amount = amount * 10 + static_cast<std::uint64_t>(digit - '0');
+    if (amount > std::numeric_limits<std::int64_t>::max()) throw AutomationError(kOverflow);
+  }
+  const std::string half = dropped > 0 ? "5" + std::string(dropped - 1, '0') : "";
+  if (rest > half || (dropped > 0 && rest == half && amount % 2 == 1)) ++amount;
+  return Currency{plain[0] == '-' ? -static_cast<std::int64_t>(amount) : static_cast<std::int64_t>(amount)};
+}
+
 std::wstring textOfDouble(double value, int digits) {
   char text[64];
   std::snprintf(text, sizeof text, "%.*G", digits, value);
@@ -273,10 +303,10 @@ Date SpanishLocale::dateFromText(const std::wstring& text) const {
   std::optional<Date> day;
   std::optional<double> time;
   for (std::size_t at = 0; at < tokens.size();) {
-    if (const auto date = joinedNumbers(tokens, at, L"-/."); !date.empty() && !day) {
-      day = dateInSomeOrder(date, currentYear);
+    if (const auto date = joinedNumbers(tokens, at, L"-/"); !date.empty() && !day) {
+      day = dateInSomeOrder(date, currentYear, order);
       if (!day) throw AutomationError(kTypeMismatch);
-    } else if (const auto clock = joinedNumbers(tokens, at, L":"); !clock.empty() && !time) {
+    } else if (const auto clock = joinedNumbers(tokens, at, L":."); !clock.empty() && !time) {
       time = timeOfNumbers(clock);
     } else {
       throw AutomationError(kTypeMismatch);
@@ -288,7 +318,8 @@ Date SpanishLocale::dateFromText(const std::wstring& text) const {
 }
 
 std::wstring SpanishLocale::shortDateText(Date date) const {
-  return formatDate(date, L"dd/mm/yyyy", *this);
+  const wchar_t* patterns[] = {L"dd/mm/yyyy", L"m/d/yyyy", L"yyyy/mm/dd"};
+  return formatDate(date, patterns[static_cast<int>(order)], *this);
 }
 
 std::wstring SpanishLocale::format(const Value& value, const std::wstring& pattern) const {
@@ -313,8 +344,9 @@ double SpanishLocale::toDouble(const Value& value) const {
 
 Currency SpanishLocale::toCurrency(const Value& value) const {
   if (const auto* currency = std::get_if<Currency>(&value)) return *currency;
+  if (const auto* text = std::get_if<std::wstring>(&value)) return currencyFromText(*text);
   const double scaled = halfToEven(toDouble(value) * 10000);
-  if (!(scaled >= -9.2e18 && scaled <= 9.2e18)) throw AutomationError(kOverflow);
+  if (!(scaled >= -0x1p63 && scaled < 0x1p63)) throw AutomationError(kOverflow);
   return Currency{static_cast<std::int64_t>(scaled)};
 }
 

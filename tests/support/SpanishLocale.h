@@ -12,12 +12,17 @@ class SpanishLocale : public Locale {
   // The year that a date without one ("16/11") belongs to.
   int currentYear = 2026;
 
-  // A date of two or three numbers joined by "-", "/" or ".", a time "h:n[:s]", or both with a blank between. Three
-  // numbers are read day, month, year; where that is no date, month, day, year; then year, month, day. Years below 30
-  // belong to 2000, those below 100 to 1900.
+  // The regional settings that users change: the order of the short date, and what stands between hours and minutes.
+  enum class Order { DayFirst, MonthFirst, YearFirst };
+  Order order = Order::DayFirst;
+  wchar_t timeSeparator = L':';
+
+  // A date of two or three numbers joined by "-" or "/", a time "h:n[:s]", also with ".", or both with a blank between.
+  // The numbers are read in the regional order; where that is no date, in another. Years below 30 belong to 2000, those
+  // below 100 to 1900.
   Date dateFromText(const std::wstring& text) const override;
 
-  // "dd/mm/yyyy".
+  // "dd/mm/yyyy", "m/d/yyyy" or "yyyy/mm/dd".
   std::wstring shortDateText(Date date) const override;
 
   // Date patterns of d, m, y, h, n and s in any length (names of days and months excepted), "m" after "h" being the

@@ -5,6 +5,7 @@
 
 #include <set>
 
+#include "support/RegionalSetting.h"
 #include "support/WindowsGivenBack.h"
 #include "windows/BackupDialog.h"
 
@@ -80,6 +81,16 @@ TEST_F(BackupOptions, OpeningOnAnEmptyKeyShowsTheDefaultsAndWritesThemAtOnce) {
   });
 }
 
+TEST_F(BackupOptions, NumbersOfZeroBecomeTheirDefaultsButTheNumberOfCopiesStaysZero) {
+  for (const wchar_t* name : {L"DDias", L"DSemanas", L"DMes", L"NCopias"}) put(name, Value(std::int32_t{0}));
+  show([this] {
+    for (const int id : {Backup_DDias, Backup_DSemanas, Backup_DMes}) EXPECT_EQ(L"1", text(id)) << id;
+    for (const wchar_t* name : {L"DDias", L"DSemanas", L"DMes"}) EXPECT_EQ(Value(std::int32_t{1}), stored(name));
+    EXPECT_EQ(L"0", text(Backup_TCopias));
+    EXPECT_EQ(Value(std::int32_t{0}), stored(L"NCopias"));
+  });
+}
+
 TEST_F(BackupOptions, OpeningSavesEverythingOnceInItsOrderAndNothingElse) {
   putSchedule(L"Diariamente");
   show([this] {
@@ -87,6 +98,31 @@ TEST_F(BackupOptions, OpeningSavesEverythingOnceInItsOrderAndNothingElse) {
     EXPECT_EQ(Value(std::uint8_t{2}), fake_.registry.writes.front().second) << "the mode is a byte";
   });
   EXPECT_EQ(savedAfter({}), writtenNames()) << "closing saves nothing further";
+}
+
+TEST_F(BackupOptions, TheNextMomentIsStoredShownAndKeptDayFirstWhateverTheRegionalSettings) {
+  const RegionalSetting monthFirst(LOCALE_SSHORTDATE, L"M/d/yyyy");
+  const RegionalSetting points(LOCALE_STIME, L".");
+  const RegionalSetting time(LOCALE_STIMEFORMAT, L"HH.mm.ss");
+  fake_.clock.set(2026, 1, 5, 10, 30);
+  putSchedule(L"Mensualmente");
+  put(L"HoraInicio", L"22.30");
+  put(L"Meses", L"SSSSSSSSSSSS");
+  put(L"DMes", Value(std::int32_t{12}));
+  const auto expectMoment = [this](const wchar_t* expected) {
+    EXPECT_EQ(expected, storedText(L"ProximaCopia"));
+    EXPECT_EQ(expected, text(Backup_PCopia));
+  };
+  show([&] {
+    expectMoment(L"12-01-2026 22:30");
+    EXPECT_EQ(L"22:30", storedText(L"HoraInicio"));
+    enter(Backup_HoraInicio, L"09:05");
+    EXPECT_EQ(L"09:05", storedText(L"HoraInicio"));
+    expectMoment(L"12-01-2026 09:05");
+    fake_.messages.willAnswer({Answer::Ok});
+    enter(Backup_DMes, L"32");
+    expectMoment(L"12-01-2026 09:05");
+  });
 }
 
 TEST_F(BackupOptions, OpeningShowsWhatIsStored) {

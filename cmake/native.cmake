@@ -10,11 +10,13 @@ add_executable(qev_logic_tests
   tests/platform/PathsTest.cpp
   tests/platform/ValueTest.cpp
   tests/settings/SettingsStoreTest.cpp
+  tests/set/SetFileTest.cpp
+  tests/set/SetHeaderTest.cpp
+  tests/set/VolumesTest.cpp
   tests/schedule/CalcularProximaCopiaTest.cpp
   tests/backup/ArchiveProgressTest.cpp
   tests/backup/CCopiasTest.cpp
   tests/backup/RunRecordTest.cpp
-  tests/backup/SetFormatTest.cpp
   tests/controls/ListTableTest.cpp
   tests/controls/MGeneralTest.cpp
   tests/restore/RestoreProgressTest.cpp

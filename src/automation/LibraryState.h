@@ -6,18 +6,7 @@
 #include <set>
 #include <string>
 
-#include "platform/Value.h"
-
 namespace qev {
-
-// What the header line of the backup set last written or read says.
-struct CurrentSet {
-  std::wstring program;
-  Date creationDate;
-  std::int16_t totalVolumes = 0;
-  std::int16_t volumeNumber = 0;
-  std::wstring directory;  // the drive of the host's data folder, "C:"
-};
 
 enum BackupKindValue : std::uint8_t { kManual = 0, kAutomatic = 1, kScheduled = 2 };
 
@@ -31,7 +20,6 @@ struct LibraryState {
   bool finished = false;              // a window of the library has closed
   bool accepted = false;              // the manual backup dialog started a backup
   std::set<std::wstring> formsShown;  // names of the modal forms that are open
-  CurrentSet currentSet;
 };
 
 }  // namespace qev

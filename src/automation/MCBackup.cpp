@@ -8,6 +8,7 @@
 #include "restore/FCopiar.h"
 #include "restore/FRestaurar.h"
 #include "schedule/Backup.h"
+#include "set/SetFile.h"
 
 namespace qev {
 namespace {
@@ -52,9 +53,8 @@ void makeBackup(BackupKindValue kind, const std::wstring& folder) {
   Library& shared = library();
   requireNoForm();
   shared.state.BackupKind = kind;
-  const SetFormat sets(shared.platform, shared.state);
   FBackup window(shared.platform, shared.state);
-  window.RutaDestino = folder + sets.datedFileName(shared.platform.clock.now());
+  window.RutaDestino = folder + datedSetName(shared.platform.clock.now(), shared.platform.locale);
   window.showModal();
 }
 

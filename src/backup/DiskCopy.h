@@ -7,13 +7,9 @@
 #include <string>
 
 #include "automation/LibraryState.h"
-#include "backup/SetFormat.h"
 #include "platform/Platform.h"
 
 namespace qev {
-
-// The drive whose sets go over disks. The comparison with a path's drive is exact, letter case included.
-inline constexpr wchar_t kFloppyDrive[] = L"A:";
 
 class DiskCopy {
  public:
@@ -43,7 +39,6 @@ class DiskCopy {
 
   Platform& platform_;
   LibraryState& state_;
-  SetFormat sets_;
   std::function<void(const std::wstring&)> showProgress_;
   std::function<bool()> stopAsked_;
 };

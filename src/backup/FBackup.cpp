@@ -69,7 +69,6 @@ void FBackup::Tiempo_Timer() {
     showFailure(L"");
   }
   running_ = false;
-  state_.currentSet = atStart.currentSet;
   if (closeAsked_) closeForm();
 }
 

@@ -6,6 +6,8 @@
 #include "backup/DiskCopy.h"
 #include "backup/RunLog.h"
 #include "schedule/CalcularProximaCopia.h"
+#include "set/SetFile.h"
+#include "set/Volumes.h"
 #include "zip/ArchiveCheck.h"
 
 namespace qev {
@@ -45,7 +47,6 @@ BackupRun::BackupRun(Platform& platform, LibraryState& state, SettingsStore& set
       state_(state),
       settings_(settings),
       view_(view),
-      sets_(platform, state),
       zip_(platform.locale, platform.eventLoop, std::move(loadEngine)),
       loadTester_(std::move(loadTester)) {}
 
@@ -80,7 +81,7 @@ void BackupRun::run() {
 
 BackupRun::Outcome BackupRun::makeSet() {
   const bool toFloppy = driveName(displayPath_) == kFloppyDrive;
-  workingPath_ = toFloppy ? sets_.workingCopy() : displayPath_;
+  workingPath_ = toFloppy ? workingCopy(platform_.workFolder) : displayPath_;
   safe_ = settings_.safeMode();
   buildPath_ = safe_ ? workingPath_ + kUnproven : workingPath_;
   zip_.setZipFileName(buildPath_);
@@ -179,7 +180,7 @@ void BackupRun::requireWhole(std::int32_t code) const {
 }
 
 void BackupRun::stamp() {
-  sets_.writeHeader(zip_.ZipFileName(), platform_.clock.now(), 1, 1, driveName(state_.dataFolder));
+  writeHeader(platform_, zip_.ZipFileName(), {state_.title, platform_.clock.now(), 1, 1, driveName(state_.dataFolder)});
 }
 
 std::optional<std::vector<ZipDirectoryEntry>> BackupRun::contents() {

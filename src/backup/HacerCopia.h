@@ -19,7 +19,6 @@
 
 #include "automation/LibraryState.h"
 #include "backup/RunRecord.h"
-#include "backup/SetFormat.h"
 #include "platform/AutomationError.h"
 #include "platform/Platform.h"
 #include "settings/SettingsStore.h"
@@ -85,7 +84,6 @@ class BackupRun {
   LibraryState& state_;
   SettingsStore& settings_;
   BackupRunView& view_;
-  SetFormat sets_;
   CZipFiles zip_;
   CUnzipFiles::EngineLoader loadTester_;
   bool safe_ = false;         // as the setting was when the run began

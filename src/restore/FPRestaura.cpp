@@ -66,7 +66,6 @@ void FPRestaura::Tiempo_Timer() {
     std::optional<RestoreRun> run;
     const Date start = platform().clock.now();
     const RunRecord::Result result = restore(run, atStart);
-    state_.currentSet = atStart.currentSet;
     if (run) writeRecord(run->record(), start, result);
   }
   if (closeAsked_) closeForm();

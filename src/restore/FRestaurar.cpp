@@ -2,12 +2,12 @@
 
 #include <utility>
 
-#include "backup/SetFormat.h"
 #include "platform/AutomationError.h"
 #include "resources/Picture.h"
 #include "resources/resource.h"
 #include "restore/FPRestaura.h"
 #include "restore/RestaurarCopia.h"
+#include "set/SetFile.h"
 
 namespace qev {
 namespace {
@@ -86,8 +86,8 @@ void FRestaurar::BCargar_Click() {
   if (!path) return;
   clearSet();
   try {
-    if (SetFormat(platform(), state_).checkSet(*path).matches) {
-      showSet(*path);
+    if (const auto header = checkSet(platform(), *path, state_.title).header) {
+      showSet(*path, *header);
     } else {
       tell(foreignSetText(state_.title), message::kOk | message::kExclamation);
     }
@@ -104,7 +104,7 @@ void FRestaurar::TNombre_AfterUpdate() {
   TNombre_->setText(path);
   if (path.empty()) return;
   try {
-    if (SetFormat(platform(), state_).checkSet(path).matches) showSet(path);
+    if (const auto header = checkSet(platform(), path, state_.title).header) showSet(path, *header);
   } catch (const AutomationError&) {
   }
 }
@@ -116,11 +116,11 @@ void FRestaurar::clearSet() {
   TNVol_->setText(L"");
 }
 
-void FRestaurar::showSet(const std::wstring& path) {
-  set_ = state_.currentSet;
+void FRestaurar::showSet(const std::wstring& path, const SetHeader& set) {
+  set_ = set;
   TNombre_->setText(path);
-  TFecha_->setText(platform().locale.format(set_->creationDate, L"dd-mm-yyyy"));
-  TNVol_->setText(std::to_wstring(set_->totalVolumes));
+  TFecha_->setText(platform().locale.format(set.creationDate, L"dd-mm-yyyy"));
+  TNVol_->setText(std::to_wstring(set.totalVolumes));
 }
 
 bool FRestaurar::originalLocation() const {

@@ -15,6 +15,7 @@
 #include "controls/UTextBox.h"
 #include "platform/Handle.h"
 #include "platform/Platform.h"
+#include "set/SetHeader.h"
 #include "settings/SettingsStore.h"
 #include "zip/CUnzipFiles.h"
 
@@ -43,7 +44,7 @@ class FRestaurar final : public ModalForm {
   void bindFields();
   void closeOnEscape(EntryControl& field);
   void clearSet();
-  void showSet(const std::wstring& path);
+  void showSet(const std::wstring& path, const SetHeader& set);
   bool originalLocation() const;
   bool mayOverwrite() const;
   void restore();
@@ -64,9 +65,9 @@ class FRestaurar final : public ModalForm {
   UniqueIcon folderIcon_;
   UniqueIcon restoreIcon_;
   UniqueIcon cancelIcon_;
-  std::optional<CurrentSet> set_;  // what the header of the set in TNombre says
-  bool shownAsOriginal_ = false;   // the destination is that of the original location
-  bool typed_ = false;             // what is in the field that has the focus may differ from what it had
+  std::optional<SetHeader> set_;  // what the header of the set in TNombre says
+  bool shownAsOriginal_ = false;  // the destination is that of the original location
+  bool typed_ = false;            // what is in the field that has the focus may differ from what it had
 };
 
 }  // namespace qev

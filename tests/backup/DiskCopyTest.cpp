@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/AutomationError.h"
+#include "set/SetFile.h"
 #include "support/ErrorOf.h"
 #include "support/FakePlatform.h"
 
@@ -60,7 +61,7 @@ class DiskCopyTest : public testing::Test {
   // A finished set at the place of the working copy, of an archive with these bytes.
   void putSet(std::string_view archive) {
     fake.files.put(kWorkingCopy, archive);
-    SetFormat(fake.platform(), state).writeHeader(kWorkingCopy, fake.clock.now(), 1, 1, L"C:");
+    writeHeader(fake.platform(), kWorkingCopy, {L"Gestion", fake.clock.now(), 1, 1, L"C:"});
   }
 
   // Bytes that tell where they are: no two volumes of them are alike.
@@ -166,7 +167,7 @@ TEST_F(DiskCopyTest, AWorkingCopyThatCannotBeDeletedIsLeftAndWasNotForced) {
   FakeWorkFolder workFolder(files);
   Platform platform = with(fake.platform(), files, workFolder);
   files.put(kWorkingCopy, "PK");
-  SetFormat(platform, state).writeHeader(kWorkingCopy, fake.clock.now(), 1, 1, L"C:");
+  writeHeader(platform, kWorkingCopy, {L"Gestion", fake.clock.now(), 1, 1, L"C:"});
   fake.messages.onShow = nullptr;
   fake.messages.willAnswer({Answer::Ok});
   DiskCopy copy(

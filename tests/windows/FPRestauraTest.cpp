@@ -3,6 +3,7 @@
 
 #include <commctrl.h>
 
+#include "set/Volumes.h"
 #include "support/SlowToShow.h"
 #include "support/SmallDisk.h"
 #include "support/TextFit.h"
@@ -389,7 +390,7 @@ TEST_F(RestoreFromDisks, DisksWithoutHeadersDrawTheWrongDiskPromptEachAndAreRest
   for (std::size_t i = 0; i < content.size(); ++i) content[i] = static_cast<char>(i * 2654435761u >> 13);
   zip_ = zipOf({storedEntry("0.bin", content)});
   for (int i = 0; i < 3; ++i) {
-    putDisk(i + 1, zip_.substr(SetFormat::kVolumeBytes * static_cast<std::size_t>(i), SetFormat::kVolumeBytes));
+    putDisk(i + 1, zip_.substr(kVolumeBytes * static_cast<std::size_t>(i), kVolumeBytes));
   }
   whenAsked();
   fake_.messages.willAnswer({Answer::Yes, Answer::Ok, Answer::Ok, Answer::Ok, Answer::Ok, Answer::Ok, Answer::Ok});

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "backup/HacerCopia.h"
-#include "backup/SetFormat.h"
 #include "platform/Handle.h"
 #include "restore/RestaurarCopia.h"
+#include "set/SetFile.h"
 #include "support/FakePlatform.h"
 #include "support/SilentView.h"
 #include "support/TemporaryFolder.h"
@@ -119,11 +119,7 @@ class Host {
   }
 
   // What a check of the set finds.
-  CurrentSet checked() {
-    state_.currentSet = {};
-    EXPECT_TRUE(SetFormat(platform_, state_).checkSet(set()).matches);
-    return state_.currentSet;
-  }
+  std::optional<SetHeader> checked() { return checkSet(platform_, set(), kTitle).header; }
 
   FakeMessages& messages() { return fake_.messages; }
 
@@ -191,12 +187,7 @@ class KilledRestore : public testing::Test {
   void expectWholeSet() {
     EXPECT_TRUE(folder_.bytes(L"copias\\copia.qev") == set_);
     EXPECT_THAT(folder_.list(L"copias"), ElementsAre(L"copia.qev"));
-    const CurrentSet found = host_.checked();
-    EXPECT_EQ(kTitle, found.program);
-    EXPECT_EQ(moment(2026, 11, 16), found.creationDate);
-    EXPECT_EQ(1, found.totalVolumes);
-    EXPECT_EQ(1, found.volumeNumber);
-    EXPECT_EQ(L"C:", found.directory);
+    EXPECT_EQ((SetHeader{kTitle, moment(2026, 11, 16), 1, 1, L"C:"}), host_.checked());
   }
 
   void expectTheNextRestoreSucceeds() {

@@ -14,7 +14,6 @@
 #include <thread>
 #include <vector>
 
-#include "backup/SetFormat.h"
 #include "platform/Handle.h"
 #include "platform/LocaleWindows.h"
 #include "resources/resource.h"

@@ -184,7 +184,6 @@ class RoundTripOverDisks : public RoundTrip {
     fake_.messages.shown.clear();
     messages_.forget();
     emptyWorkFolder();
-    state_.currentSet = {};  // another day, another process
     damage();
     insert(1);
   }

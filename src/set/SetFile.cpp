@@ -1,0 +1,47 @@
+#include "set/SetFile.h"
+
+#include "set/SetBytes.h"
+
+namespace qev {
+
+std::wstring datedSetName(Date date, const Locale& locale) {
+  return L"Backup" + locale.format(date, L"dd-mm-yy") + L".qev";
+}
+
+SetCheck checkSet(Platform& platform, const std::wstring& path, const std::wstring& title) {
+  return checkSet(*platform.files.openForReading(path), title, platform.locale);
+}
+
+void writeHeader(Platform& platform, const std::wstring& path, const SetHeader& header) {
+  const std::string line = header.bytes(platform.locale);
+  SetBytes bytes(platform);
+  bytes.rewrite(path, line, bytes.openIfPresent(path));
+}
+
+void stripHeader(Platform& platform, const std::wstring& path) {
+  SetBytes bytes(platform);
+  auto content = bytes.openIfPresent(path);
+  bytes.takeFirstLine(content.get(), 0);
+  bytes.rewrite(path, {}, std::move(content));
+}
+
+SetHeader takeHeader(Platform& platform, const std::wstring& path) {
+  SetBytes bytes(platform);
+  auto content = bytes.openIfPresent(path);
+  SetHeader header = SetHeader::parse(bytes.takeFirstLine(content.get()).text, platform.locale);
+  bytes.rewrite(path, {}, std::move(content));
+  return header;
+}
+
+SetHeader extractPayload(Platform& platform, const std::wstring& path, const std::wstring& target,
+                         const std::function<void(std::uint64_t)>& copied) {
+  SetBytes bytes(platform);
+  const auto content = platform.files.openForReading(path);
+  SetHeader header = SetHeader::parse(bytes.takeFirstLine(content.get()).text, platform.locale);
+  const auto payload = platform.files.replaceFile(target);
+  bytes.copy(*content, *payload, SetBytes::kRest, copied);
+  payload->commit();
+  return header;
+}
+
+}  // namespace qev

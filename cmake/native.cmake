@@ -16,7 +16,7 @@ add_executable(qev_logic_tests
   tests/schedule/CalcularProximaCopiaTest.cpp
   tests/backup/ArchiveProgressTest.cpp
   tests/backup/CCopiasTest.cpp
-  tests/backup/RunRecordTest.cpp
+  tests/record/RunRecordTest.cpp
   tests/controls/ListTableTest.cpp
   tests/controls/MGeneralTest.cpp
   tests/restore/RestoreProgressTest.cpp

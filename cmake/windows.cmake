@@ -75,7 +75,7 @@ add_library(qev_windows STATIC
   src/backup/DiskCopy.cpp
   src/backup/FBackup.cpp
   src/backup/HacerCopia.cpp
-  src/backup/RunLog.cpp
+  src/record/RunLog.cpp
   src/restore/FCopiar.cpp
   src/restore/FPRestaura.cpp
   src/restore/FRestaurar.cpp

@@ -4,7 +4,7 @@
 
 #include "backup/ArchiveProgress.h"
 #include "backup/DiskCopy.h"
-#include "backup/RunLog.h"
+#include "record/RunLog.h"
 #include "schedule/CalcularProximaCopia.h"
 #include "set/SetFile.h"
 #include "set/Volumes.h"

@@ -18,9 +18,9 @@
 #include <vector>
 
 #include "automation/LibraryState.h"
-#include "backup/RunRecord.h"
 #include "platform/AutomationError.h"
 #include "platform/Platform.h"
+#include "record/RunRecord.h"
 #include "settings/SettingsStore.h"
 #include "zip/CUnzipFiles.h"
 #include "zip/CZipFiles.h"
@@ -54,7 +54,7 @@ class BackupRun {
   // Makes the backup set `RutaDestino`, a path of a folder or of a floppy in drive "A:". Nothing is thrown: whatever
   // fails becomes the failure display and the setting `Estado`. A target that exists is replaced only when the user
   // agrees; otherwise the window closes and nothing is recorded in the settings. However it ends, the run leaves a
-  // block in the log (backup/RunLog.h).
+  // block in the log (record/RunLog.h).
   void HacerCopia(const std::wstring& RutaDestino);
 
  private:

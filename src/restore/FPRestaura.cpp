@@ -4,8 +4,8 @@
 
 #include <utility>
 
-#include "backup/RunLog.h"
 #include "controls/FlagScope.h"
+#include "record/RunLog.h"
 #include "resources/resource.h"
 #include "settings/SettingsStore.h"
 

@@ -15,9 +15,9 @@
 #include <vector>
 
 #include "automation/LibraryState.h"
-#include "backup/RunRecord.h"
 #include "platform/AutomationError.h"
 #include "platform/Platform.h"
+#include "record/RunRecord.h"
 #include "set/SetHeader.h"
 #include "zip/CUnzipFiles.h"
 #include "zip/ZipDirectory.h"

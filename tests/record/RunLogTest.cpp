@@ -1,6 +1,6 @@
 // The log on a real disk: two processes at once, a folder that cannot be written, a full disk, and what a run leaves
 // in it.
-#include "backup/RunLog.h"
+#include "record/RunLog.h"
 
 #include <gmock/gmock.h>
 

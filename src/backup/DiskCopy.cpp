@@ -18,9 +18,12 @@ constexpr wchar_t kNotReady[] = L"El disco no está preparado, ¿Reintentar?";
 
 }  // namespace
 
-DiskCopy::DiskCopy(Platform& platform, LibraryState& state, std::function<void(const std::wstring&)> showProgress,
+DiskCopy::DiskCopy(Platform& platform, std::wstring title, std::function<void(const std::wstring&)> showProgress,
                    std::function<bool()> stopAsked)
-    : platform_(platform), state_(state), showProgress_(std::move(showProgress)), stopAsked_(std::move(stopAsked)) {}
+    : platform_(platform),
+      title_(std::move(title)),
+      showProgress_(std::move(showProgress)),
+      stopAsked_(std::move(stopAsked)) {}
 
 bool DiskCopy::run(const std::wstring& workingPath, const std::wstring& displayPath) {
   if (driveName(displayPath) != kFloppyDrive) return true;
@@ -96,7 +99,7 @@ std::optional<std::int32_t> DiskCopy::copyError(const std::wstring& piece, const
 }
 
 Answer DiskCopy::ask(const wchar_t* text, std::uint32_t style) {
-  return platform_.messages.show(text, state_.title, style);
+  return platform_.messages.show(text, title_, style);
 }
 
 }  // namespace qev

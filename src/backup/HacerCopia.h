@@ -17,10 +17,10 @@
 #include <string>
 #include <vector>
 
-#include "automation/LibraryState.h"
 #include "platform/AutomationError.h"
 #include "platform/Platform.h"
 #include "record/RunRecord.h"
+#include "settings/HostSettings.h"
 #include "settings/SettingsStore.h"
 #include "zip/CUnzipFiles.h"
 #include "zip/CZipFiles.h"
@@ -47,8 +47,9 @@ class BackupRunView {
 
 class BackupRun {
  public:
-  // REQUIRES: all references outlive the run.
-  BackupRun(Platform& platform, LibraryState& state, SettingsStore& settings, BackupRunView& view,
+  // `kind` is a BackupKindValue. The run works on these values of the host, whatever the host sets meanwhile. REQUIRES:
+  // all references outlive it.
+  BackupRun(Platform& platform, HostSettings host, std::uint8_t kind, SettingsStore& settings, BackupRunView& view,
             CZipFiles::EngineLoader loadEngine = loadZipEngine, CUnzipFiles::EngineLoader loadTester = loadUnzipEngine);
 
   // Makes the backup set `RutaDestino`, a path of a folder or of a floppy in drive "A:". Nothing is thrown: whatever
@@ -81,7 +82,8 @@ class BackupRun {
   std::wstring formatted(Date date, const wchar_t* pattern) const;
 
   Platform& platform_;
-  LibraryState& state_;
+  const HostSettings host_;
+  const std::uint8_t kind_;
   SettingsStore& settings_;
   BackupRunView& view_;
   CZipFiles zip_;

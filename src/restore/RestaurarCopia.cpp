@@ -91,16 +91,16 @@ std::wstring foreignSetText(const std::wstring& title) {
   return L"Esta Copia de Seguridad no es del programa " + title;
 }
 
-RestoreRun::RestoreRun(Platform& platform, LibraryState& state, RestoreRunView& view, RestoreChoice choice,
+RestoreRun::RestoreRun(Platform& platform, HostSettings host, RestoreRunView& view, RestoreChoice choice,
                        CUnzipFiles::EngineLoader loadEngine)
     : platform_(platform),
-      state_(state),
+      host_(std::move(host)),
       view_(view),
       choice_(std::move(choice)),
       loadEngine_(std::move(loadEngine)),
       bareDisks_(choice_.bareDisks) {
   record_.kind = RunRecord::Kind::Restore;
-  record_.title = state.title;
+  record_.title = host_.title;
   record_.set = choice_.Archivo;
   record_.data = choice_.Destino;
 }
@@ -138,11 +138,11 @@ void RestoreRun::removeLeftOvers() const {
 SetHeader RestoreRun::readSet() {
   if (choice_.set && choice_.set->totalVolumes != 1) return *choice_.set;
   if (!bareDisks_) {
-    if (const auto header = checkSet(platform_, choice_.Archivo, state_.title).header) return *header;
+    if (const auto header = checkSet(platform_, choice_.Archivo, host_.title).header) return *header;
     bareDisks_ = isBareSlice();
   }
-  if (!bareDisks_) throw refusal(foreignSetText(state_.title) + L": " + choice_.Archivo);
-  return {state_.title, platform_.clock.now(), 0, 1, driveName(state_.dataFolder)};
+  if (!bareDisks_) throw refusal(foreignSetText(host_.title) + L": " + choice_.Archivo);
+  return {host_.title, platform_.clock.now(), 0, 1, driveName(host_.dataFolder)};
 }
 
 // The disks of a set that a backup run has spread hold bare slices of the archive: nothing but the beginning of the
@@ -193,7 +193,7 @@ bool RestoreRun::gatherDisk(int number) {
 // Whether the disk in the drive is the one asked for. Of an empty drive the copy tells, with a question of its own.
 bool RestoreRun::isDisk(int number) {
   try {
-    const auto header = checkSet(platform_, choice_.Archivo, state_.title).header;
+    const auto header = checkSet(platform_, choice_.Archivo, host_.title).header;
     return header && header->volumeNumber == number;
   } catch (const AutomationError& error) {
     return error.number() == kDiskNotReady;
@@ -239,7 +239,7 @@ void RestoreRun::extract(const std::wstring& set) {
 
   const TemporaryFile payload(platform_.files, payloadPath());
   const SetHeader header = extractPayload(platform_, set, payload.path(), show);
-  if (header.program != state_.title) throw refusal(foreignSetText(state_.title) + L": " + set);
+  if (header.program != host_.title) throw refusal(foreignSetText(host_.title) + L": " + set);
 
   const std::wstring folder = extractionFolder(header);
   const auto inUse = platform_.files.openForReading(payload.path());  // no other run may take it for left over
@@ -305,7 +305,7 @@ std::wstring RestoreRun::payloadPath() const {
 }
 
 Answer RestoreRun::ask(const std::wstring& text, std::uint32_t style) const {
-  return platform_.messages.show(text, state_.title, style);
+  return platform_.messages.show(text, host_.title, style);
 }
 
 }  // namespace qev

@@ -14,11 +14,11 @@
 #include <string>
 #include <vector>
 
-#include "automation/LibraryState.h"
 #include "platform/AutomationError.h"
 #include "platform/Platform.h"
 #include "record/RunRecord.h"
 #include "set/SetHeader.h"
+#include "settings/HostSettings.h"
 #include "zip/CUnzipFiles.h"
 #include "zip/ZipDirectory.h"
 
@@ -49,8 +49,8 @@ class RestoreRun {
  public:
   enum class Outcome { Restored, Cancelled };
 
-  // REQUIRES: all references outlive the run. `state.title` is the host's.
-  RestoreRun(Platform& platform, LibraryState& state, RestoreRunView& view, RestoreChoice choice,
+  // The run works on these values of the host, whatever the host sets meanwhile. REQUIRES: all references outlive it.
+  RestoreRun(Platform& platform, HostSettings host, RestoreRunView& view, RestoreChoice choice,
              CUnzipFiles::EngineLoader loadEngine = loadUnzipEngine);
 
   // Restores the set. A failure of the engine is told in a message box, and counts as restored; Cancelled is the user's
@@ -82,7 +82,7 @@ class RestoreRun {
   Answer ask(const std::wstring& text, std::uint32_t style) const;
 
   Platform& platform_;
-  LibraryState& state_;
+  const HostSettings host_;
   RestoreRunView& view_;
   const RestoreChoice choice_;
   CUnzipFiles::EngineLoader loadEngine_;

@@ -63,13 +63,14 @@ void SetBytes::copy(FileReader& from, FileReplacement& to, std::uint64_t count,
   }
 }
 
-void SetBytes::write(FileReplacement& to, const std::string& text) {
-  to.write(std::as_bytes(std::span(text)));
+std::unique_ptr<FileReplacement> SetBytes::begin(const std::wstring& path, const std::string& beginning) {
+  auto replacement = platform_.files.replaceFile(path);
+  if (!beginning.empty()) replacement->write(std::as_bytes(std::span(beginning)));
+  return replacement;
 }
 
 void SetBytes::rewrite(const std::wstring& path, const std::string& beginning, std::unique_ptr<FileReader> content) {
-  const auto replacement = platform_.files.replaceFile(path);
-  if (!beginning.empty()) write(*replacement, beginning);
+  const auto replacement = begin(path, beginning);
   if (content) copy(*content, *replacement);
   content.reset();
   replacement->commit();

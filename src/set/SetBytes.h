@@ -39,11 +39,10 @@ class SetBytes {
   void copy(FileReader& from, FileReplacement& to, std::uint64_t count = kRest,
             const std::function<void(std::uint64_t)>& copied = nullptr);
 
-  // Writes text that stands in a file byte by byte.
-  static void write(FileReplacement& to, const std::string& text);
+  // Begins to make the file at `path` anew, with these bytes.
+  [[nodiscard]] std::unique_ptr<FileReplacement> begin(const std::wstring& path, const std::string& beginning);
 
-  // Makes the file at `path` anew, in one step: `beginning`, then what remains of `content`, which may be none and is
-  // closed.
+  // Makes it anew: `beginning`, then what remains of `content`, which may be none and is closed.
   void rewrite(const std::wstring& path, const std::string& beginning, std::unique_ptr<FileReader> content);
 
  private:

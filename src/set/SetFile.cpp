@@ -25,20 +25,12 @@ void stripHeader(Platform& platform, const std::wstring& path) {
   bytes.rewrite(path, {}, std::move(content));
 }
 
-SetHeader takeHeader(Platform& platform, const std::wstring& path) {
-  SetBytes bytes(platform);
-  auto content = bytes.openIfPresent(path);
-  SetHeader header = SetHeader::parse(bytes.takeFirstLine(content.get()).text, platform.locale);
-  bytes.rewrite(path, {}, std::move(content));
-  return header;
-}
-
 SetHeader extractPayload(Platform& platform, const std::wstring& path, const std::wstring& target,
                          const std::function<void(std::uint64_t)>& copied) {
   SetBytes bytes(platform);
   const auto content = platform.files.openForReading(path);
   SetHeader header = SetHeader::parse(bytes.takeFirstLine(content.get()).text, platform.locale);
-  const auto payload = platform.files.replaceFile(target);
+  const auto payload = bytes.begin(target, {});
   bytes.copy(*content, *payload, SetBytes::kRest, copied);
   payload->commit();
   return header;

@@ -31,10 +31,6 @@ void writeHeader(Platform& platform, const std::wstring& path, const SetHeader& 
 // not exist is created empty. Throws file-system errors.
 void stripHeader(Platform& platform, const std::wstring& path);
 
-// The same, and answers what the line says. Throws also what SetHeader::parse throws, 9 where there is no file; the
-// file stays as it was then.
-[[nodiscard]] SetHeader takeHeader(Platform& platform, const std::wstring& path);
-
 // Writes the payload of a set to `target` and answers its header; the set itself is only read, so it stays what it is
 // whatever fails, and may lie on a disk that cannot be written. `copied`, where there is one, is told the bytes written
 // so far, about once per MiB; what it throws ends the copy. Throws 53 or 76 when there is no set, what

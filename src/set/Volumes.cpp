@@ -49,11 +49,11 @@ SetHeader splitIntoVolumes(Platform& platform, const std::wstring& path, std::ui
   const std::string header = set.bytes(platform.locale);
 
   // The header stays on the set until its successor is complete, so that no failure leaves a bare archive behind.
+  const std::wstring stem = pieceStem(platform.workFolder, path);
   SetHeader volume = set;
   for (int i = 1; i <= set.totalVolumes; ++i) {
     volume.volumeNumber = static_cast<std::int16_t>(i);
-    const auto piece = platform.files.replaceFile(pieceStem(platform.workFolder, path) + std::to_wstring(i));
-    SetBytes::write(*piece, volume.bytes(platform.locale));
+    const auto piece = bytes.begin(stem + std::to_wstring(i), volume.bytes(platform.locale));
     bytes.copy(*content, *piece, pieceSize);
     piece->commit();
   }
@@ -69,9 +69,8 @@ void joinVolumes(Platform& platform, const SetHeader& set) {
     const std::wstring piece = workingPiece(platform.workFolder, i);
     if (beginsWithHeader(bytes, piece)) stripHeader(platform, piece);
   }
-  const auto joined = platform.files.replaceFile(workingCopy(platform.workFolder));
   const SetHeader ofOneVolume{set.program, set.creationDate, 1, 1, set.directory};
-  SetBytes::write(*joined, ofOneVolume.bytes(platform.locale));
+  const auto joined = bytes.begin(workingCopy(platform.workFolder), ofOneVolume.bytes(platform.locale));
   for (int i = 1; i <= set.totalVolumes; ++i) {
     const auto piece = bytes.openIfPresent(workingPiece(platform.workFolder, i));
     if (piece) bytes.copy(*piece, *joined);

@@ -65,10 +65,10 @@ class RecordingView : public BackupRunView {
 class HacerCopiaTest : public testing::Test {
  protected:
   HacerCopiaTest() {
-    state.title = L"Gestion";
-    state.dataFolder = L"C:\\Prog\\Datos\\Emp01\\";
-    state.settingsKey = L"Software\\Gestion";
-    state.BackupKind = kAutomatic;
+    host.title = L"Gestion";
+    host.dataFolder = L"C:\\Prog\\Datos\\Emp01\\";
+    host.settingsKey = L"Software\\Gestion";
+    kind = kAutomatic;
     fake.files.put(L"C:\\Prog\\Datos\\Emp01\\clientes.db", std::string(600, 'c'));
     fake.files.put(L"C:\\Prog\\Datos\\Emp01\\Año\\facturas.db", std::string(300, 'f'));
     fake.files.put(L"C:\\Prog\\Util.mde", std::string(60, 'u'));
@@ -94,8 +94,8 @@ class HacerCopiaTest : public testing::Test {
     };
   }
 
-  void set(const wchar_t* name, const Value& value) { fake.registry.put(state.settingsKey, name, value); }
-  Value setting(const wchar_t* name) { return fake.registry.read(state.settingsKey, name, kLocalMachine); }
+  void set(const wchar_t* name, const Value& value) { fake.registry.put(host.settingsKey, name, value); }
+  Value setting(const wchar_t* name) { return fake.registry.read(host.settingsKey, name, kLocalMachine); }
 
   // A schedule that makes 22:00 of the present day the next moment.
   void scheduleDaily() {
@@ -107,7 +107,7 @@ class HacerCopiaTest : public testing::Test {
   }
 
   void run(const std::wstring& target = kTarget) {
-    BackupRun(fake.platform(), state, settings, view, engine.loader()).HacerCopia(target);
+    BackupRun(fake.platform(), host, kind, settings, view, engine.loader()).HacerCopia(target);
   }
 
   static std::wstring plainFailure(const std::wstring& target, const std::wstring& error) {
@@ -123,8 +123,9 @@ class HacerCopiaTest : public testing::Test {
   }
 
   FakePlatform fake;
-  LibraryState state;
-  SettingsStore settings{fake.registry, state.settingsKey};
+  HostSettings host;
+  std::uint8_t kind = kManual;
+  SettingsStore settings{fake.registry, host.settingsKey};
   RecordingView view;
   RecordingEngine engine;
 };
@@ -160,20 +161,20 @@ TEST_F(HacerCopiaTest, TheArchiveIsBuiltAtTheTargetItself) {
 }
 
 TEST_F(HacerCopiaTest, TheDataFolderIsJoinedToItsPatternWithoutASeparatorSoItMustEndInABackslash) {
-  state.dataFolder = L"C:\\Prog\\Datos\\Emp01";
+  host.dataFolder = L"C:\\Prog\\Datos\\Emp01";
   run();
   EXPECT_EQ(engine.names().at(1), "C:\\Prog\\Datos\\Emp01*.*");
   EXPECT_EQ(engine.names().at(2), "C:\\Prog\\Util.mde");
 }
 
 TEST_F(HacerCopiaTest, ADataFolderOneLevelBelowTheRootHasItsUtilitiesInTheRoot) {
-  state.dataFolder = L"C:\\Gestion\\Datos\\";
+  host.dataFolder = L"C:\\Gestion\\Datos\\";
   run();
   EXPECT_EQ(engine.names().at(2), "C:\\\\Util.mde");
 }
 
 TEST_F(HacerCopiaTest, TheHostsSettingsFileIsNamedAfterTheTitle) {
-  state.title = L"Nóminas";
+  host.title = L"Nóminas";
   run();
   EXPECT_EQ(engine.names().at(3), "C:\\Prog\\N\xF3minas.ini");
 }
@@ -184,7 +185,7 @@ TEST_F(HacerCopiaTest, TheSetGetsAHeaderOfOneVolumeTheFirstAndTheDriveOfTheDataF
 }
 
 TEST_F(HacerCopiaTest, TheDriveInTheHeaderIsThatOfTheDataFolderAndNotOfTheTarget) {
-  state.dataFolder = L"E:\\Prog\\Datos\\Emp01\\";
+  host.dataFolder = L"E:\\Prog\\Datos\\Emp01\\";
   run();
   EXPECT_THAT(fake.files.bytes(kTarget), HasSubstr("Directorio : E:;\r\n"));
 }
@@ -256,7 +257,7 @@ TEST_F(HacerCopiaTest, ASecondAutomaticRunOnTheSameDayAsksAndNoClosesTheWindowWi
 }
 
 TEST_F(HacerCopiaTest, ASecondScheduledRunOnTheSameDayAsksTheSameAndNoTouchesNothing) {
-  state.BackupKind = kScheduled;
+  kind = kScheduled;
   scheduleDaily();
   fake.files.put(kTarget, "la copia de hoy");
   fake.messages.willAnswer({Answer::No});
@@ -267,7 +268,7 @@ TEST_F(HacerCopiaTest, ASecondScheduledRunOnTheSameDayAsksTheSameAndNoTouchesNot
 }
 
 TEST_F(HacerCopiaTest, AManualRunAsksWhetherTheChosenFileMayBeReplaced) {
-  state.BackupKind = kManual;
+  kind = kManual;
   fake.files.put(kTarget, "otra");
   fake.messages.willAnswer({Answer::No});
   run();
@@ -277,7 +278,7 @@ TEST_F(HacerCopiaTest, AManualRunAsksWhetherTheChosenFileMayBeReplaced) {
 }
 
 TEST_F(HacerCopiaTest, AKindThatIsNoneOfTheThreeAsksAsAnAutomaticRunDoes) {
-  state.BackupKind = 7;
+  kind = 7;
   fake.files.put(kTarget, "otra");
   fake.messages.willAnswer({Answer::No});
   run();
@@ -374,21 +375,21 @@ TEST_F(HacerCopiaTest, CerrarStoredAsTextClosesToo) {
 }
 
 TEST_F(HacerCopiaTest, CerrarClosesTheWindowAfterAScheduledSuccess) {
-  state.BackupKind = kScheduled;
+  kind = kScheduled;
   set(L"Cerrar", std::int32_t{1});
   run();
   EXPECT_EQ(view.events.back(), L"closed");
 }
 
 TEST_F(HacerCopiaTest, CerrarNeverClosesTheWindowAfterAManualSuccess) {
-  state.BackupKind = kManual;
+  kind = kManual;
   set(L"Cerrar", std::int32_t{1});
   run();
   EXPECT_FALSE(view.did(L"closed"));
 }
 
 TEST_F(HacerCopiaTest, AKindThatIsNoneOfTheThreeStaysOpenAsAManualRunDoes) {
-  state.BackupKind = 7;
+  kind = 7;
   set(L"Cerrar", std::int32_t{1});
   run();
   EXPECT_THAT(view.textOf(L"success"), Not(L"<none>"));
@@ -396,8 +397,8 @@ TEST_F(HacerCopiaTest, AKindThatIsNoneOfTheThreeStaysOpenAsAManualRunDoes) {
 }
 
 TEST_F(HacerCopiaTest, CerrarNeverClosesTheWindowAfterAFailure) {
-  for (const std::uint8_t kind : {kManual, kAutomatic, kScheduled}) {
-    state.BackupKind = kind;
+  for (const std::uint8_t each : {kManual, kAutomatic, kScheduled}) {
+    kind = each;
     set(L"Cerrar", std::int32_t{1});
     failsToArchive("zip error: disk full\r\n", 14);
     run();
@@ -526,7 +527,7 @@ TEST_F(HacerCopiaTest, SettingsThatRefuseToBeReadEndInFailure) {
 }
 
 TEST_F(HacerCopiaTest, AnEngineThatCannotBeLoadedEndsInAFailureThatNamesItsFile) {
-  BackupRun(fake.platform(), state, settings, view, []() -> ZipEngine {
+  BackupRun(fake.platform(), host, kind, settings, view, []() -> ZipEngine {
     throw AutomationError(kFileNotFound, L"VANTO5.DLL");
   }).HacerCopia(kTarget);
   EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"53-No se ha encontrado el archivo: VANTO5.DLL"));

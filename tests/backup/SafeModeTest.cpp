@@ -71,10 +71,9 @@ std::string archiveBytes() {
 class SafeMode : public testing::Test {
  protected:
   SafeMode() {
-    state.title = L"Gestion";
-    state.dataFolder = L"C:\\Prog\\Datos\\Emp01\\";
-    state.settingsKey = L"Software\\Gestion";
-    state.BackupKind = kAutomatic;
+    host.title = L"Gestion";
+    host.dataFolder = L"C:\\Prog\\Datos\\Emp01\\";
+    host.settingsKey = L"Software\\Gestion";
     fake.files.put(L"C:\\Prog\\Datos\\Emp01\\clientes.db", std::string(600, 'c'));
     fake.files.put(L"C:\\Prog\\Util.mde", std::string(60, 'u'));
     fake.files.putFolder(L"D:\\Copias");
@@ -97,11 +96,11 @@ class SafeMode : public testing::Test {
     fake.messages.willAnswer({Answer::Yes});
   }
 
-  void set(const wchar_t* name, const Value& value) { fake.registry.put(state.settingsKey, name, value); }
-  Value setting(const wchar_t* name) { return fake.registry.read(state.settingsKey, name, kLocalMachine); }
+  void set(const wchar_t* name, const Value& value) { fake.registry.put(host.settingsKey, name, value); }
+  Value setting(const wchar_t* name) { return fake.registry.read(host.settingsKey, name, kLocalMachine); }
 
   void run(const std::wstring& target = kTarget) {
-    BackupRun(fake.platform(), state, settings, view, engine.loader(), tester.loader()).HacerCopia(target);
+    BackupRun(fake.platform(), host, kAutomatic, settings, view, engine.loader(), tester.loader()).HacerCopia(target);
   }
 
   void expectFailure(const std::wstring& error) {
@@ -113,8 +112,8 @@ class SafeMode : public testing::Test {
   }
 
   FakePlatform fake;
-  LibraryState state;
-  SettingsStore settings{fake.registry, state.settingsKey};
+  HostSettings host;
+  SettingsStore settings{fake.registry, host.settingsKey};
   RecordingView view;
   RecordingEngine engine;
   RecordingUnzipEngine tester;
@@ -245,7 +244,7 @@ TEST_F(SafeMode, AnArchiveWithoutEntriesOrThatIsNoneProvesNothing) {
 
 TEST_F(SafeMode, WithoutTheEngineThatTestsNothingIsProven) {
   putOld();
-  BackupRun(fake.platform(), state, settings, view, engine.loader(), []() -> UnzipEngine {
+  BackupRun(fake.platform(), host, kAutomatic, settings, view, engine.loader(), []() -> UnzipEngine {
     throw AutomationError(kFileNotFound, L"VANTO6.DLL");
   }).HacerCopia(kTarget);
   expectFailure(L"53-No se ha encontrado el archivo: VANTO6.DLL");
@@ -254,7 +253,7 @@ TEST_F(SafeMode, WithoutTheEngineThatTestsNothingIsProven) {
 
 TEST_F(SafeMode, ADataFolderThatIsMissingIsAFailureBeforeTheEngineRuns) {
   putOld();
-  state.dataFolder = L"C:\\Prog\\Datos\\Emp02\\";
+  host.dataFolder = L"C:\\Prog\\Datos\\Emp02\\";
   run();
   expectFailure(L"76-");
   EXPECT_THAT(engine.calls, IsEmpty());
@@ -399,10 +398,9 @@ ZipEngine load() {
 class SafeModeOnDisk : public testing::Test {
  protected:
   SafeModeOnDisk() {
-    state_.title = L"Gestion";
-    state_.dataFolder = folder_ / L"Prog\\Datos\\Emp01\\";
-    state_.settingsKey = L"Software\\Gestion";
-    state_.BackupKind = kAutomatic;
+    host_.title = L"Gestion";
+    host_.dataFolder = folder_ / L"Prog\\Datos\\Emp01\\";
+    host_.settingsKey = L"Software\\Gestion";
     fake_.workFolder.folder = folder_ / L"trabajo";
     folder_.makeFolder(L"trabajo\\temp");
     folder_.makeFolder(L"Copias");
@@ -421,8 +419,8 @@ class SafeModeOnDisk : public testing::Test {
   }
 
   void runSafely(const std::wstring& target, const CZipFiles::EngineLoader& engine = loadZipEngine) {
-    fake_.registry.put(state_.settingsKey, L"Verificar", std::int32_t{1});
-    BackupRun(platform_, state_, settings_, view_, engine).HacerCopia(target);
+    fake_.registry.put(host_.settingsKey, L"Verificar", std::int32_t{1});
+    BackupRun(platform_, host_, kAutomatic, settings_, view_, engine).HacerCopia(target);
   }
 
   std::wstring target() const { return folder_ / L"Copias\\copia.qev"; }
@@ -439,13 +437,13 @@ class SafeModeOnDisk : public testing::Test {
   FakePlatform fake_;
   Platform& system_ = systemPlatform();
   Platform platform_ = with(fake_.platform(), system_.files, system_.locale);
-  LibraryState state_;
-  SettingsStore settings_{fake_.registry, state_.settingsKey};
+  HostSettings host_;
+  SettingsStore settings_{fake_.registry, host_.settingsKey};
   RecordingView view_;
 };
 
 TEST_F(SafeModeOnDisk, ASafeRunMakesTheSameBytesAsAnOrdinaryOne) {
-  BackupRun(platform_, state_, settings_, view_).HacerCopia(folder_ / L"Copias\\normal.qev");
+  BackupRun(platform_, host_, kAutomatic, settings_, view_).HacerCopia(folder_ / L"Copias\\normal.qev");
   putOld();
   runSafely(target());
   EXPECT_TRUE(view_.succeeded());
@@ -464,7 +462,7 @@ TEST_F(SafeModeOnDisk, AByteThatIsWrongInTheArchiveIsFound) {
 
 TEST_F(SafeModeOnDisk, ADataFileThatAnotherProgramHasOpenIsAFailureThatNamesIt) {
   putOld();
-  const auto held = validHandle<UniqueFile>(CreateFileW((state_.dataFolder + L"clientes.db").c_str(), GENERIC_READ, 0,
+  const auto held = validHandle<UniqueFile>(CreateFileW((host_.dataFolder + L"clientes.db").c_str(), GENERIC_READ, 0,
                                                         nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
   ASSERT_TRUE(held);
   runSafely(target());

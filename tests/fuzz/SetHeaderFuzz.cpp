@@ -140,14 +140,12 @@ void tryLine(const std::wstring& line) {
 // The two ways to the payload: off the file itself, and into another file.
 void tryPayload(std::string_view bytes, std::string_view payload, const Outcome& expected) {
   Sandbox strip(bytes);
-  require(outcomeOf([&] { return takeHeader(strip.platform(), kCopy); }) == expected,
-          "the header of a file is read as its line is");
-  require(strip.bytes() == (expected.header ? payload : bytes), "a header comes off, or the file stays as it was");
-  require(strip.tidy(), "nothing stays open");
+  stripHeader(strip.platform(), kCopy);
+  require(strip.bytes() == payload && strip.tidy(), "a first line comes off, whatever it is");
 
   Sandbox extract(bytes);
   require(outcomeOf([&] { return extractPayload(extract.platform(), kCopy, kPayload); }) == expected,
-          "an extraction reads the header as a strip does");
+          "the header of a file is read as its line is");
   require(extract.bytes() == bytes && extract.tidy(), "an extraction leaves the set alone");
   require(extract.fake.files.bytes(kPayload) == (expected.header ? payload : "<none>"),
           "it gives the payload or nothing");
@@ -155,13 +153,14 @@ void tryPayload(std::string_view bytes, std::string_view payload, const Outcome&
 
 void tryHeaderBefore(std::string_view bytes) {
   Sandbox box(bytes);
-  const SetHeader header{kTitle, Date{46000}, 3, 2, L"C:"};
-  writeHeader(box.platform(), kCopy, header);
+  writeHeader(box.platform(), kCopy, {kTitle, Date{46000}, 3, 2, L"C:"});
   require(box.bytes().ends_with(bytes), "a header goes before the content");
-  require(checkSet(box.platform(), kCopy, kTitle).header.has_value(), "what gets a header is a set");
-  const SetHeader taken = takeHeader(box.platform(), kCopy);
+  const auto header = checkSet(box.platform(), kCopy, kTitle).header;
+  require(header.has_value(), "what gets a header is a set");
+  require(header->totalVolumes == 3 && header->volumeNumber == 2 && header->directory == L"C:",
+          "it gives what was written");
+  stripHeader(box.platform(), kCopy);
   require(box.bytes() == bytes, "a header that was written comes off again");
-  require(taken.totalVolumes == 3 && taken.volumeNumber == 2 && taken.directory == L"C:", "it gives what was written");
 }
 
 void tryVolumes(std::string_view bytes, std::string_view payload, Outcome expected) {

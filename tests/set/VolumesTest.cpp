@@ -15,38 +15,20 @@ TEST_F(VolumesTest, WorkingCopyAndItsPiecesLieInTheWorkFoldersTemp) {
   EXPECT_EQ(workingPiece(fake.workFolder, 12), kWorkingCopy + L"12");
 }
 
-TEST_F(VolumesTest, AnArchiveOf1440000CharactersGivesOneVolume) {
-  const std::string archive(1'440'000, 'v');
-  put(golden() + archive, kWorkingCopy);
-  EXPECT_EQ(split(kVolumeBytes).totalVolumes, 1);
-  EXPECT_TRUE(bytes(piece(1)) == archive);
-  EXPECT_FALSE(fake.files.fileExists(kWorkingCopy + L"2"));
-  EXPECT_TRUE(bytes(kWorkingCopy) == golden() + archive);
-}
-
-TEST_F(VolumesTest, AnArchiveOf1440001CharactersGivesTwoTheSecondOfOneCharacter) {
-  const std::string archive = std::string(1'440'000, 'v') + "w";
-  put(golden() + archive, kWorkingCopy);
-  EXPECT_EQ(split(kVolumeBytes).totalVolumes, 2);
-  EXPECT_TRUE(bytes(piece(1)) == std::string(1'440'000, 'v'));
-  EXPECT_EQ(bytes(piece(2)), "w");
-  EXPECT_FALSE(fake.files.fileExists(kWorkingCopy + L"3"));
-  EXPECT_TRUE(bytes(kWorkingCopy) == golden() + archive);
-}
-
-TEST_F(VolumesTest, ThreeMillionBytesMakeThreeDisks) {
-  put(golden() + std::string(3'000'000, 'v'), kWorkingCopy);
-  EXPECT_EQ(split(kVolumeBytes).totalVolumes, 3);
-  EXPECT_EQ(fake.files.fileSize(kWorkingCopy + L"1"), 1'440'000u);
-  EXPECT_EQ(fake.files.fileSize(kWorkingCopy + L"2"), 1'440'000u);
-  EXPECT_EQ(fake.files.fileSize(kWorkingCopy + L"3"), 120'000u);
-}
-
-TEST_F(VolumesTest, AnEmptyArchiveGivesTotalZeroAndWritesNoPieces) {
-  put(golden(), kWorkingCopy);
-  EXPECT_EQ(split(kVolumeBytes).totalVolumes, 0);
-  EXPECT_EQ(fake.files.paths(), std::vector<std::wstring>{kWorkingCopy});
-  EXPECT_EQ(bytes(kWorkingCopy), golden());
+TEST_F(VolumesTest, ADiskTakes1440000BytesAndTheLastOneTheRest) {
+  const std::pair<std::size_t, std::vector<std::uint64_t>> archives[] = {
+      {0, {}}, {1'440'000, {1'440'000}}, {1'440'001, {1'440'000, 1}}, {3'000'000, {1'440'000, 1'440'000, 120'000}}};
+  for (const auto& [length, pieces] : archives) {
+    SetBox box;
+    const std::string set = golden() + std::string(length, 'v');
+    box.put(set, kWorkingCopy);
+    EXPECT_EQ(box.split(kVolumeBytes).totalVolumes, static_cast<int>(pieces.size()));
+    for (int i = 1; i <= static_cast<int>(pieces.size()); ++i) {
+      EXPECT_EQ(box.fake.files.fileSize(piece(i)), pieces[static_cast<std::size_t>(i - 1)]);
+    }
+    EXPECT_EQ(box.fake.files.paths().size(), 1 + pieces.size());
+    EXPECT_TRUE(box.bytes(kWorkingCopy) == set);
+  }
 }
 
 TEST_F(VolumesTest, PiecesAreBareConsecutiveSlicesAndTheCopyIsWholeAgain) {
@@ -85,6 +67,11 @@ TEST_F(VolumesTest, EveryRewriteExchangesDayAndMonthOfASmallDateAgain) {
   put(golden("1", "1", "11/05/2026") + "12345", kWorkingCopy);
   EXPECT_EQ(split(2).creationDate, moment(2026, 5, 11));
   EXPECT_EQ(bytes(kWorkingCopy), golden("1", "1", "05/11/2026") + "12345");
+}
+
+TEST_F(VolumesTest, SplittingAFileThatDoesNotExistRaises9AndCreatesNone) {
+  EXPECT_EQ(numberOf([&] { (void)split(2); }), 9);
+  EXPECT_TRUE(fake.files.paths().empty());
 }
 
 TEST_F(VolumesTest, APieceSizeOfZeroIsADivisionErrorAndNothingIsLost) {

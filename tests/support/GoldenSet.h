@@ -43,7 +43,6 @@ struct SetBox {
 
   void write() { writeHeader(fake.platform(), kSetPath, goldenHeader()); }
   void strip() { stripHeader(fake.platform(), kSetPath); }
-  SetHeader take() { return takeHeader(fake.platform(), kSetPath); }
   SetHeader extract() { return extractPayload(fake.platform(), kSetPath, kWorkingCopy); }
   SetCheck check() { return checkSet(fake.platform(), kSetPath, L"Gestion"); }
   SetHeader split(std::uint64_t pieceSize, const std::wstring& path = kWorkingCopy) {

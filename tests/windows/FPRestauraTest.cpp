@@ -640,8 +640,8 @@ TEST_F(RestoreWindow, WorksOnTheValuesOfItsStart) {
   const std::wstring set = putSet(header() + archive());
   fake_.messages.willAnswer({Answer::Yes});
   loadEngine_ = [this] {
-    state_.title = L"Otro";
-    state_.dataFolder = L"Q:\\";
+    host_.title = L"Otro";
+    host_.dataFolder = L"Q:\\";
     return loadUnzipEngine();
   };
   run([&](HWND form) {

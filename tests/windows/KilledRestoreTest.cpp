@@ -91,9 +91,9 @@ class Host {
  public:
   explicit Host(const std::wstring& folder) : folder_(folder) {
     fake_.workFolder.folder = folder + L"\\trabajo";
-    state_.title = kTitle;
-    state_.settingsKey = kKey;
-    state_.dataFolder = folder + L"\\programa\\Datos\\Emp01\\";
+    host_.title = kTitle;
+    host_.settingsKey = kKey;
+    host_.dataFolder = folder + L"\\programa\\Datos\\Emp01\\";
   }
 
   std::wstring set() const { return folder_ + L"\\copias\\copia.qev"; }
@@ -104,17 +104,16 @@ class Host {
     choice.Archivo = set();
     choice.Destino = folder_ + L"\\destino";
     choice.originalLocation = false;
-    return RestoreRun(platform_, state_, view, choice).RestaurarCopia();
+    return RestoreRun(platform_, host_, view, choice).RestaurarCopia();
   }
 
   // In safe mode, over a set that is there. Answers what the window said if it has failed.
   std::wstring backUp(const Brake& brake = {}) {
     fake_.registry.put(kKey, L"Verificar", std::int32_t{1});
     fake_.messages.willAnswer({Answer::Yes});
-    state_.BackupKind = kManual;
-    SettingsStore settings(fake_.registry, state_.settingsKey);
+    SettingsStore settings(fake_.registry, host_.settingsKey);
     BackupView view(brake);
-    BackupRun(platform_, state_, settings, view).HacerCopia(set());
+    BackupRun(platform_, host_, kManual, settings, view).HacerCopia(set());
     return view.succeeded ? L"" : L"failed: " + view.failure;
   }
 
@@ -127,7 +126,7 @@ class Host {
   const std::wstring folder_;
   FakePlatform fake_;
   Platform platform_ = with(systemPlatform(), fake_.registry, fake_.messages, fake_.workFolder, fake_.sound);
-  LibraryState state_;
+  HostSettings host_;
 };
 
 // The other process: this program again, with this test alone.

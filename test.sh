@@ -82,6 +82,7 @@ tools/install.sh || { echo "0 passed, 1 failed"; exit 1; }
 make_prefix || { echo "0 passed, 1 failed"; exit 1; }
 
 check "sources are formatted" tools/check-format.sh
+check "includes point downwards" tools/check-includes.sh
 check "clang-tidy finds nothing in the native part" tools/check-tidy.sh
 check "dist holds both architectures" ls dist/{x64,x86}/{QevBackup.dll,VANTO5.DLL,VANTO6.DLL}
 tools/coverage.py build/native --reset

@@ -59,8 +59,9 @@ int wmain(int count, wchar_t** arguments) try {
   qev::Platform platform{real.registry,      real.files,         real.clock,      real.drives,      messages,
                          real.locale,        real.workFolder,    real.sound,      real.keyboard,    real.eventLoop,
                          real.folderChooser, real.accessibility, real.textPrompt, real.fileChooser, real.processes};
-  qev::LibraryState state;
-  state.title = L"Gestion";
+  qev::HostSettings host;
+  qev::FormSession session;
+  host.title = L"Gestion";
   qev::RestoreChoice choice;
   choice.Archivo = arguments[1];
   choice.Destino = arguments[2];
@@ -68,7 +69,7 @@ int wmain(int count, wchar_t** arguments) try {
 
   SetTimer(nullptr, kWatch, kWatchMilliseconds, pressAceptar);
   const double start = milliseconds();
-  qev::FPRestaura window(platform, state, choice, nullptr);
+  qev::FPRestaura window(platform, host, session, choice, nullptr);
   window.showModal();
   const double duration = milliseconds() - start;
 

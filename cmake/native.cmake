@@ -11,15 +11,17 @@ add_executable(qev_logic_tests
   tests/platform/PathsTest.cpp
   tests/platform/ValueTest.cpp
   tests/settings/SettingsStoreTest.cpp
+  tests/set/SetFileTest.cpp
+  tests/set/SetHeaderTest.cpp
+  tests/set/VolumesTest.cpp
   tests/schedule/CalcularProximaCopiaTest.cpp
   tests/schedule/ScheduleTest.cpp
   tests/backup/ArchiveProgressTest.cpp
   tests/backup/CCopiasTest.cpp
   tests/backup/DiskCopyTest.cpp
   tests/backup/HacerCopiaTest.cpp
-  tests/backup/RunRecordTest.cpp
   tests/backup/SafeModeTest.cpp
-  tests/backup/SetFormatTest.cpp
+  tests/record/RunRecordTest.cpp
   tests/controls/ListTableTest.cpp
   tests/controls/MGeneralTest.cpp
   tests/zip/EngineLinesTest.cpp

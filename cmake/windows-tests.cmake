@@ -1,7 +1,7 @@
 # Tests that run on Windows: the logic with the real conversions, the system seams, the controls and windows, the engine, and the
 # automation object through COM.
 file(GLOB test_sources CONFIGURE_DEPENDS
-  tests/platform/*Test.cpp tests/settings/*Test.cpp tests/schedule/*Test.cpp tests/backup/*Test.cpp tests/zip/*Test.cpp
+  tests/platform/*Test.cpp tests/record/*Test.cpp tests/settings/*Test.cpp tests/set/*Test.cpp tests/schedule/*Test.cpp tests/backup/*Test.cpp tests/zip/*Test.cpp
   tests/controls/*Test.cpp tests/restore/*Test.cpp tests/windows/*Test.cpp tests/resources/*Test.cpp tests/support/*.cpp)
 add_executable(qev_tests ${test_sources} ${resources})
 target_include_directories(qev_tests PRIVATE tests)

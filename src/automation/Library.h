@@ -1,8 +1,9 @@
-// The library as a whole: the state that all objects share, and the count that says when it may be unloaded.
+// The library as a whole: the values that all objects share, and the count that says when it may be unloaded.
 #pragma once
 
-#include "automation/LibraryState.h"
+#include "controls/FormSession.h"
 #include "platform/Platform.h"
+#include "settings/HostSettings.h"
 #include "settings/SettingsStore.h"
 
 namespace qev {
@@ -10,8 +11,9 @@ namespace qev {
 // One a process, made on first use, kept until the library is unloaded.
 struct Library {
   Platform& platform = systemPlatform();
-  LibraryState state;
-  SettingsStore settings{platform.registry, state.settingsKey};
+  HostSettings host;
+  FormSession session;
+  SettingsStore settings{platform.registry, host.settingsKey};
 };
 
 Library& library();

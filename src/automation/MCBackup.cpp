@@ -8,6 +8,7 @@
 #include "restore/FCopiar.h"
 #include "restore/FRestaurar.h"
 #include "schedule/Backup.h"
+#include "set/SetFile.h"
 
 namespace qev {
 namespace {
@@ -27,34 +28,33 @@ std::wstring settingText(const std::wstring& name) {
 }
 
 void assignRegistro(const std::wstring& keyPath) {
-  LibraryState& state = library().state;
+  HostSettings& host = library().host;
   FileSystem& files = library().platform.files;
-  state.settingsKey = keyPath;
-  state.dataFolder = settingText(L"DirDatos");
+  host.settingsKey = keyPath;
+  host.dataFolder = settingText(L"DirDatos");
   const std::wstring programFolder = settingText(L"DirMDE");
-  const std::wstring beside = parentFolderName(state.dataFolder) + L"\\Backup";
+  const std::wstring beside = parentFolderName(host.dataFolder) + L"\\Backup";
   if (!files.folderExists(beside)) files.createFolder(beside);
-  state.backupFolder = programFolder + L"Backup\\";
+  host.backupFolder = programFolder + L"Backup\\";
 }
 
 // The host can call from within a form, by a timer or an event of its own.
 void requireNoForm() {
-  if (!library().state.formsShown.empty()) throw AutomationError(kFormAlreadyShown);
+  if (!library().session.formsShown.empty()) throw AutomationError(kFormAlreadyShown);
 }
 
 template <typename Form>
 void showForm() {
   requireNoForm();
-  Form(library().platform, library().state).showModal();
+  Form(library().platform, library().host, library().session).showModal();
 }
 
 void makeBackup(BackupKindValue kind, const std::wstring& folder) {
   Library& shared = library();
   requireNoForm();
-  shared.state.BackupKind = kind;
-  const SetFormat sets(shared.platform, shared.state);
-  FBackup window(shared.platform, shared.state);
-  window.RutaDestino = folder + sets.datedFileName(shared.platform.clock.now());
+  shared.session.BackupKind = kind;
+  FBackup window(shared.platform, shared.host, shared.session);
+  window.RutaDestino = folder + datedSetName(shared.platform.clock.now());
   window.showModal();
 }
 
@@ -122,27 +122,27 @@ HRESULT MCBackup::InterfaceSupportsErrorInfo(REFIID id) {
 }
 
 HRESULT MCBackup::get_Titulo(BSTR* value) {
-  return getText(library().state.title, value);
+  return getText(library().host.title, value);
 }
 
 HRESULT MCBackup::put_Titulo(BSTR value) {
-  return putText(value, library().state.title);
+  return putText(value, library().host.title);
 }
 
 HRESULT MCBackup::get_DirBackup(BSTR* value) {
-  return getText(library().state.backupFolder, value);
+  return getText(library().host.backupFolder, value);
 }
 
 HRESULT MCBackup::put_DirBackup(BSTR value) {
-  return putText(value, library().state.backupFolder);
+  return putText(value, library().host.backupFolder);
 }
 
 HRESULT MCBackup::put_DirDatos(BSTR value) {
-  return putText(value, library().state.dataFolder);
+  return putText(value, library().host.dataFolder);
 }
 
 HRESULT MCBackup::get_Registro(BSTR* value) {
-  return getText(library().state.settingsKey, value);
+  return getText(library().host.settingsKey, value);
 }
 
 HRESULT MCBackup::put_Registro(BSTR value) {
@@ -154,7 +154,7 @@ HRESULT MCBackup::FormRestaurar() {
 }
 
 HRESULT MCBackup::FormCopiar() {
-  return automationMember([] { FCopiar(library().platform, library().state).run(); });
+  return automationMember([] { FCopiar(library().platform, library().host, library().session).run(); });
 }
 
 HRESULT MCBackup::FormOpciones() {
@@ -162,39 +162,39 @@ HRESULT MCBackup::FormOpciones() {
 }
 
 HRESULT MCBackup::CopiaProg() {
-  return automationMember([] { makeBackup(kScheduled, library().state.destination); });
+  return automationMember([] { makeBackup(kScheduled, library().host.destination); });
 }
 
 HRESULT MCBackup::Destino() {
   return automationMember([] {
     Library& shared = library();
-    shared.state.destination = shared.platform.locale.toText(shared.settings.readStrict(L"Destino", L"C:\\"));
+    shared.host.destination = shared.platform.locale.toText(shared.settings.readStrict(L"Destino", L"C:\\"));
   });
 }
 
 HRESULT MCBackup::CopiaAuto() {
-  return automationMember([] { makeBackup(kAutomatic, library().state.backupFolder); });
+  return automationMember([] { makeBackup(kAutomatic, library().host.backupFolder); });
 }
 
 HRESULT MCBackup::get_Terminado(BSTR* value) {
-  return getText(library().state.finished ? L"True" : L"False", value);
+  return getText(library().session.finished ? L"True" : L"False", value);
 }
 
 HRESULT MCBackup::put_Terminado(BSTR value) {
   return automationMember(
-      [&] { library().state.finished = library().platform.locale.toBoolean(Value(Bstr::textOf(value))); });
+      [&] { library().session.finished = library().platform.locale.toBoolean(Value(Bstr::textOf(value))); });
 }
 
 HRESULT MCBackup::CCopias() {
   return automationMember([] {
     Library& shared = library();
-    qev::CCopias(shared.platform.files, shared.settings, shared.platform.locale, shared.state.backupFolder);
+    qev::CCopias(shared.platform.files, shared.settings, shared.platform.locale, shared.host.backupFolder);
   });
 }
 
 HRESULT MCBackup::get_Aceptar(VARIANT_BOOL* value) {
   if (!value) return E_POINTER;
-  *value = library().state.accepted ? VARIANT_TRUE : VARIANT_FALSE;
+  *value = library().session.accepted ? VARIANT_TRUE : VARIANT_FALSE;
   return S_OK;
 }
 

@@ -3,12 +3,13 @@
 #include <limits>
 
 #include "platform/AutomationError.h"
+#include "set/Volumes.h"
 
 namespace qev {
 namespace {
 
 constexpr std::int32_t kNoDrive = -1;
-constexpr std::int32_t kNeededBytes = static_cast<std::int32_t>(SetFormat::kVolumeBytes) + 1;
+constexpr std::int32_t kNeededBytes = static_cast<std::int32_t>(kVolumeBytes) + 1;
 
 constexpr wchar_t kInsertDisk[] = L"Introduzca un disco formateado para continuar";
 constexpr wchar_t kDiskNotEmpty[] =
@@ -17,22 +18,20 @@ constexpr wchar_t kNotReady[] = L"El disco no está preparado, ¿Reintentar?";
 
 }  // namespace
 
-DiskCopy::DiskCopy(Platform& platform, LibraryState& state, std::function<void(const std::wstring&)> showProgress,
+DiskCopy::DiskCopy(Platform& platform, std::wstring title, std::function<void(const std::wstring&)> showProgress,
                    std::function<bool()> stopAsked)
     : platform_(platform),
-      state_(state),
-      sets_(platform, state),
+      title_(std::move(title)),
       showProgress_(std::move(showProgress)),
       stopAsked_(std::move(stopAsked)) {}
 
 bool DiskCopy::run(const std::wstring& workingPath, const std::wstring& displayPath) {
   if (driveName(displayPath) != kFloppyDrive) return true;
-  sets_.splitIntoVolumes(workingPath, SetFormat::kVolumeBytes);
+  const int total = splitIntoVolumes(platform_, workingPath, kVolumeBytes).totalVolumes;
   try {
     platform_.files.deleteFile(workingPath, false);
   } catch (const AutomationError&) {  // a working copy left over is asked about by the next run
   }
-  const int total = state_.currentSet.totalVolumes;
   const std::wstring target = std::wstring(kFloppyDrive) + L"\\" + fileNamePart(displayPath);
   for (int disk = 1; disk <= total; ++disk) {
     if (ask(kInsertDisk, message::kOkCancel | message::kInformation) == Answer::Cancel) return false;
@@ -47,7 +46,7 @@ DiskCopy::DiskOutcome DiskCopy::writeDisk(int disk, int total, const std::wstrin
   while (true) {
     showProgress_(L" Copiando disco " + std::to_wstring(disk) + L" de " + std::to_wstring(total) + L"...");
     if (!findRoom()) return DiskOutcome::Cancelled;
-    const auto error = copyError(sets_.workingPiece(disk), target);
+    const auto error = copyError(workingPiece(platform_.workFolder, disk), target);
     if (!error) return DiskOutcome::Written;
     const bool notReady = *error == kDiskNotReady;
     if (notReady && ask(kNotReady, message::kYesNo | message::kCritical) == Answer::No) return DiskOutcome::Skipped;
@@ -100,7 +99,7 @@ std::optional<std::int32_t> DiskCopy::copyError(const std::wstring& piece, const
 }
 
 Answer DiskCopy::ask(const wchar_t* text, std::uint32_t style) {
-  return platform_.messages.show(text, state_.title, style);
+  return platform_.messages.show(text, title_, style);
 }
 
 }  // namespace qev

@@ -6,20 +6,16 @@
 #include <optional>
 #include <string>
 
-#include "automation/LibraryState.h"
-#include "backup/SetFormat.h"
 #include "platform/Platform.h"
 
 namespace qev {
 
-// The drive whose sets go over disks. The comparison with a path's drive is exact, letter case included.
-inline constexpr wchar_t kFloppyDrive[] = L"A:";
-
 class DiskCopy {
  public:
-  // REQUIRES: the references outlive the object. `showProgress` shows a text while a disk is written; `stopAsked` says
-  // whether the user has asked to close the window, which ends the tries with a disk that keeps failing.
-  DiskCopy(Platform& platform, LibraryState& state, std::function<void(const std::wstring&)> showProgress,
+  // `title` is that of the questions. REQUIRES: `platform` outlives the object. `showProgress` shows a text while a
+  // disk is written; `stopAsked` says whether the user has asked to close the window, which ends the tries with a disk
+  // that keeps failing.
+  DiskCopy(Platform& platform, std::wstring title, std::function<void(const std::wstring&)> showProgress,
            std::function<bool()> stopAsked);
 
   // Cuts the set at `workingPath` into volumes, deletes it, and writes the volumes to disks under the file name of
@@ -42,8 +38,7 @@ class DiskCopy {
   Answer ask(const wchar_t* text, std::uint32_t style);
 
   Platform& platform_;
-  LibraryState& state_;
-  SetFormat sets_;
+  const std::wstring title_;
   std::function<void(const std::wstring&)> showProgress_;
   std::function<bool()> stopAsked_;
 };

@@ -21,10 +21,9 @@ const wchar_t* methodText(std::uint8_t kind) {
 
 }  // namespace
 
-FBackup::FBackup(Platform& platform, LibraryState& state, CZipFiles::EngineLoader loadEngine,
+FBackup::FBackup(Platform& platform, const HostSettings& host, FormSession& session, CZipFiles::EngineLoader loadEngine,
                  CUnzipFiles::EngineLoader loadTester)
-    : ModalForm(L"FBACKUP", platform, state),
-      state_(state),
+    : ModalForm(L"FBACKUP", platform, host, session),
       loadEngine_(std::move(loadEngine)),
       loadTester_(std::move(loadTester)) {}
 
@@ -37,7 +36,7 @@ void FBackup::load() {
   BAceptar_ = control(FBackup_BAceptar);
   Progreso_ = control(FBackup_Progreso);
 
-  if (!state_.title.empty()) SetWindowTextW(window(), state_.title.c_str());
+  if (!host().title.empty()) SetWindowTextW(window(), host().title.c_str());
   ImgResultado_ = Picture(L"REALIZANDO");
   heading_.attach(window(), FBackup_Image2, FBackup_Label1, derivedFont(150, true));
   outcomeFont_ = derivedFont(100, true);
@@ -47,7 +46,7 @@ void FBackup::load() {
   SendMessageW(Progreso_, PBM_SETRANGE32, 0, kProgressSteps);
 
   showBusy(true);
-  Metodo_->setText(methodText(state_.BackupKind));
+  Metodo_->setText(methodText(session().BackupKind));
   if (!SetTimer(window(), FBackup_Tiempo, kTickMilliseconds, nullptr)) throw AutomationError(kOutOfMemory);
 }
 
@@ -60,16 +59,16 @@ void FBackup::Tiempo_Timer() {
   if (running_) return;
   running_ = true;
   showForm();
-  LibraryState atStart = state_;
+  const HostSettings atStart = host();
   SettingsStore settings(platform().registry, atStart.settingsKey);
   try {
-    BackupRun(platform(), atStart, settings, *this, loadEngine_, loadTester_).HacerCopia(RutaDestino);
+    BackupRun(platform(), atStart, session().BackupKind, settings, *this, loadEngine_, loadTester_)
+        .HacerCopia(RutaDestino);
   } catch (const std::exception&) {  // out of memory even for the failure text: the window must not stay locked
     stopTimer();
     showFailure(L"");
   }
   running_ = false;
-  state_.currentSet = atStart.currentSet;
   if (closeAsked_) closeForm();
 }
 
@@ -89,7 +88,7 @@ bool FBackup::mayClose() {
 
 void FBackup::unload() {
   Metodo_ = TOrigen_ = TDestino_ = nullptr;  // a run may still be writing to them
-  state_.finished = true;
+  session().finished = true;
 }
 
 void FBackup::showBusy(bool busy) {

@@ -1,13 +1,12 @@
 // The modal window in which a backup run happens: what kind, from where to where, how far, and how it ended. It starts
 // the run by itself soon after it is shown.
 //
-// Caller: set LibraryState::BackupKind and RutaDestino, then showModal(). When that returns the window has closed,
-// LibraryState::finished is true, and the settings Estado and UltimaCopia tell the outcome.
+// Caller: set FormSession::BackupKind and RutaDestino, then showModal(). When that returns the window has closed,
+// FormSession::finished is true, and the settings Estado and UltimaCopia tell the outcome.
 #pragma once
 
 #include <string>
 
-#include "automation/LibraryState.h"
 #include "backup/HacerCopia.h"
 #include "controls/HeadingBand.h"
 #include "controls/ModalForm.h"
@@ -21,8 +20,8 @@ namespace qev {
 class FBackup final : public ModalForm, private BackupRunView {
  public:
   // REQUIRES: all references outlive the window.
-  FBackup(Platform& platform, LibraryState& state, CZipFiles::EngineLoader loadEngine = loadZipEngine,
-          CUnzipFiles::EngineLoader loadTester = loadUnzipEngine);
+  FBackup(Platform& platform, const HostSettings& host, FormSession& session,
+          CZipFiles::EngineLoader loadEngine = loadZipEngine, CUnzipFiles::EngineLoader loadTester = loadUnzipEngine);
 
   std::wstring RutaDestino;  // target path of the run
 
@@ -54,7 +53,6 @@ class FBackup final : public ModalForm, private BackupRunView {
   void BAceptar_Click();
   void showOutcome(const wchar_t* picture, const wchar_t* line, const std::wstring& text);
 
-  LibraryState& state_;
   CZipFiles::EngineLoader loadEngine_;
   CUnzipFiles::EngineLoader loadTester_;
   UTextBox* Metodo_ = nullptr;

@@ -4,8 +4,10 @@
 
 #include "backup/ArchiveProgress.h"
 #include "backup/DiskCopy.h"
-#include "backup/RunLog.h"
+#include "record/RunLog.h"
 #include "schedule/CalcularProximaCopia.h"
+#include "set/SetFile.h"
+#include "set/Volumes.h"
 #include "zip/ArchiveCheck.h"
 
 namespace qev {
@@ -38,22 +40,22 @@ RunRecord::Kind recordKind(std::uint8_t backupKind) {
 
 }  // namespace
 
-BackupRun::BackupRun(Platform& platform, LibraryState& state, SettingsStore& settings, BackupRunView& view,
-                     CZipFiles::EngineLoader loadEngine, CUnzipFiles::EngineLoader loadTester)
+BackupRun::BackupRun(Platform& platform, HostSettings host, std::uint8_t kind, SettingsStore& settings,
+                     BackupRunView& view, CZipFiles::EngineLoader loadEngine, CUnzipFiles::EngineLoader loadTester)
     : platform_(platform),
-      state_(state),
+      host_(std::move(host)),
+      kind_(kind),
       settings_(settings),
       view_(view),
-      sets_(platform, state),
       zip_(platform.locale, platform.eventLoop, std::move(loadEngine)),
       loadTester_(std::move(loadTester)) {}
 
 void BackupRun::HacerCopia(const std::wstring& RutaDestino) {
   displayPath_ = RutaDestino;
-  record_.kind = recordKind(state_.BackupKind);
-  record_.title = state_.title;
+  record_.kind = recordKind(kind_);
+  record_.title = host_.title;
   record_.set = displayPath_;
-  record_.data = state_.dataFolder;
+  record_.data = host_.dataFolder;
   record_.start = platform_.clock.now();
   run();
   record_.end = platform_.clock.now();
@@ -79,7 +81,7 @@ void BackupRun::run() {
 
 BackupRun::Outcome BackupRun::makeSet() {
   const bool toFloppy = driveName(displayPath_) == kFloppyDrive;
-  workingPath_ = toFloppy ? sets_.workingCopy() : displayPath_;
+  workingPath_ = toFloppy ? workingCopy(platform_.workFolder) : displayPath_;
   safe_ = settings_.safeMode();
   buildPath_ = safe_ ? workingPath_ + kUnproven : workingPath_;
   zip_.setZipFileName(buildPath_);
@@ -103,17 +105,16 @@ BackupRun::Outcome BackupRun::makeSet() {
 // takes its place.
 bool BackupRun::mayReplace() {
   if (!platform_.files.fileExists(workingPath_)) return true;
-  const wchar_t* question = state_.BackupKind == kManual
-                                ? L"El nombre del archivo seleccionado ya existe, ¿Desea reemplazarlo?"
-                                : L"Hoy ya se ha realizado una copia de seguridad, ¿Desea reemplazarla?";
-  if (platform_.messages.show(question, state_.title, message::kYesNo | message::kQuestion) == Answer::No) return false;
+  const wchar_t* question = kind_ == kManual ? L"El nombre del archivo seleccionado ya existe, ¿Desea reemplazarlo?"
+                                             : L"Hoy ya se ha realizado una copia de seguridad, ¿Desea reemplazarla?";
+  if (platform_.messages.show(question, host_.title, message::kYesNo | message::kQuestion) == Answer::No) return false;
   if (!safe_) platform_.files.deleteFile(workingPath_, true);
   return true;
 }
 
 // The folder two levels above the data folder.
 std::wstring BackupRun::programFolder() const {
-  return parentFolderName(parentFolderName(state_.dataFolder));
+  return parentFolderName(parentFolderName(host_.dataFolder));
 }
 
 // What fails before the header is on, or in safe mode before the set is proven, leaves nothing under the name of a set.
@@ -136,14 +137,14 @@ void BackupRun::buildSet() {
 }
 
 void BackupRun::archive() {
-  if (safe_ && !platform_.files.folderExists(state_.dataFolder)) {
-    throw AutomationError(kPathNotFound, state_.dataFolder);
+  if (safe_ && !platform_.files.folderExists(host_.dataFolder)) {
+    throw AutomationError(kPathNotFound, host_.dataFolder);
   }
   const std::wstring utilities = programFolder() + L"\\Util.mde";
-  const std::wstring hostSettings = programFolder() + L"\\" + state_.title + L".ini";
+  const std::wstring hostSettings = programFolder() + L"\\" + host_.title + L".ini";
 
   ArchiveProgress progress;
-  platform_.files.walkFiles(state_.dataFolder,
+  platform_.files.walkFiles(host_.dataFolder,
                             [&](const std::wstring& path, std::uint64_t size) { progress.expect(path, size); });
   for (const std::wstring& path : {utilities, hostSettings}) {
     if (platform_.files.fileExists(path)) progress.expect(path, platform_.files.fileSize(path));
@@ -154,7 +155,7 @@ void BackupRun::archive() {
       view_.showProgress(progress.permille() * (safe_ ? kArchivingSafely : kWholeBar) / kWholeBar);
   };
 
-  zip_.AddFile(state_.dataFolder + L"*.*");
+  zip_.AddFile(host_.dataFolder + L"*.*");
   zip_.AddFile(utilities);
   zip_.AddFile(hostSettings);
   zip_.setRecurseFolders(true);
@@ -178,7 +179,7 @@ void BackupRun::requireWhole(std::int32_t code) const {
 }
 
 void BackupRun::stamp() {
-  sets_.writeHeader(zip_.ZipFileName(), platform_.clock.now(), 1, 1, driveName(state_.dataFolder));
+  writeHeader(platform_, zip_.ZipFileName(), {host_.title, platform_.clock.now(), 1, 1, driveName(host_.dataFolder)});
 }
 
 std::optional<std::vector<ZipDirectoryEntry>> BackupRun::contents() {
@@ -217,7 +218,7 @@ void BackupRun::prove() {
 
 bool BackupRun::copyToDisks() {
   DiskCopy disks(
-      platform_, state_, [this](const std::wstring& text) { view_.showResult(text); },
+      platform_, host_.title, [this](const std::wstring& text) { view_.showResult(text); },
       [this] { return view_.closeAsked(); });
   return disks.run(workingPath_, displayPath_);
 }
@@ -227,7 +228,7 @@ void BackupRun::succeed() {
   settings_.write(L"UltimaCopia", momentText(platform_.clock.now()));
   record_.result = RunRecord::Result::Success;
   record_.shown = std::wstring(L" La copia de seguridad se ha realizado correctamente.") + kLine +
-                  L" Origen: Datos del programa " + state_.title + kLine + L" Destino: " + displayPath_;
+                  L" Origen: Datos del programa " + host_.title + kLine + L" Destino: " + displayPath_;
   view_.showSuccess(record_.shown);
   platform_.sound.beep();
   view_.stopTimer();
@@ -235,7 +236,7 @@ void BackupRun::succeed() {
 
 void BackupRun::finishSuccessfulRun() {
   if (numericSetting(L"Copia") == 2) CalcularProximaCopia(settings_, platform_.clock, platform_.locale);
-  const bool unattended = state_.BackupKind == kAutomatic || state_.BackupKind == kScheduled;
+  const bool unattended = kind_ == kAutomatic || kind_ == kScheduled;
   if (unattended && numericSetting(L"Cerrar") == 1) view_.close();
 }
 
@@ -262,7 +263,7 @@ std::wstring BackupRun::failureText(const std::wstring& error) {
     if (numericSetting(L"Copia") > 1) return retryText(error);
   } catch (const std::exception&) {  // no next moment can be told: the plain text serves
   }
-  return L"No se ha podido realizar la copia de seguridad de " + state_.title + L"." + kLine + kLine + L"Destino: " +
+  return L"No se ha podido realizar la copia de seguridad de " + host_.title + L"." + kLine + kLine + L"Destino: " +
          displayPath_ + kLine + L"Fecha/Hora: " + momentText(platform_.clock.now()) + kLine + error;
 }
 
@@ -271,7 +272,7 @@ std::wstring BackupRun::retryText(const std::wstring& error) {
   CalcularProximaCopia(settings_, platform_.clock, platform_.locale);
   const Date stored = storedMoment(settings_.read(L"ProximaCopia"), platform_.locale);
   const Date next = stored == Date{} ? platform_.clock.now() : stored;
-  return L"Se ha intentado realizar la copia de seguridad de " + state_.title + L" sin éxito." + kLine + kLine +
+  return L"Se ha intentado realizar la copia de seguridad de " + host_.title + L" sin éxito." + kLine + kLine +
          L"Destino: " + displayPath_ + kLine + error + kLine + kLine + L"La próxima copia de seguridad" +
          L" se realizará el día " + dayText(next) + L" a las " + timeText(next);
 }

@@ -17,11 +17,10 @@
 #include <string>
 #include <vector>
 
-#include "automation/LibraryState.h"
-#include "backup/RunRecord.h"
-#include "backup/SetFormat.h"
 #include "platform/AutomationError.h"
 #include "platform/Platform.h"
+#include "record/RunRecord.h"
+#include "settings/HostSettings.h"
 #include "settings/SettingsStore.h"
 #include "zip/CUnzipFiles.h"
 #include "zip/CZipFiles.h"
@@ -48,14 +47,15 @@ class BackupRunView {
 
 class BackupRun {
  public:
-  // REQUIRES: all references outlive the run.
-  BackupRun(Platform& platform, LibraryState& state, SettingsStore& settings, BackupRunView& view,
+  // `kind` is a BackupKindValue. The run works on these values of the host, whatever the host sets meanwhile. REQUIRES:
+  // all references outlive it.
+  BackupRun(Platform& platform, HostSettings host, std::uint8_t kind, SettingsStore& settings, BackupRunView& view,
             CZipFiles::EngineLoader loadEngine = loadZipEngine, CUnzipFiles::EngineLoader loadTester = loadUnzipEngine);
 
   // Makes the backup set `RutaDestino`, a path of a folder or of a floppy in drive "A:". Nothing is thrown: whatever
   // fails becomes the failure display and the setting `Estado`. A target that exists is replaced only when the user
   // agrees; otherwise the window closes and nothing is recorded in the settings. However it ends, the run leaves a
-  // block in the log (backup/RunLog.h).
+  // block in the log (record/RunLog.h).
   void HacerCopia(const std::wstring& RutaDestino);
 
  private:
@@ -81,10 +81,10 @@ class BackupRun {
   double numericSetting(const std::wstring& name) const;
 
   Platform& platform_;
-  LibraryState& state_;
+  const HostSettings host_;
+  const std::uint8_t kind_;
   SettingsStore& settings_;
   BackupRunView& view_;
-  SetFormat sets_;
   CZipFiles zip_;
   CUnzipFiles::EngineLoader loadTester_;
   bool safe_ = false;         // as the setting was when the run began

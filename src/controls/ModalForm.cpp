@@ -35,15 +35,15 @@ class EntryControlClasses {
 // Keeps a form's name among the forms that are open.
 class ShownForm {
  public:
-  ShownForm(LibraryState& state, const wchar_t* name) : state_(state), name_(name) {
-    if (!state_.formsShown.insert(name_).second) throw AutomationError(kFormAlreadyShown);
+  ShownForm(FormSession& session, const wchar_t* name) : session_(session), name_(name) {
+    if (!session_.formsShown.insert(name_).second) throw AutomationError(kFormAlreadyShown);
   }
   ShownForm(const ShownForm&) = delete;
   ShownForm& operator=(const ShownForm&) = delete;
-  ~ShownForm() { state_.formsShown.erase(name_); }
+  ~ShownForm() { session_.formsShown.erase(name_); }
 
  private:
-  LibraryState& state_;
+  FormSession& session_;
   const std::wstring name_;
 };
 
@@ -111,13 +111,13 @@ bool isButtonPress(WPARAM wParam) {
 
 }  // namespace
 
-ModalForm::ModalForm(const wchar_t* name, Platform& platform, LibraryState& state)
-    : name_(name), platform_(platform), state_(state) {}
+ModalForm::ModalForm(const wchar_t* name, Platform& platform, const HostSettings& host, FormSession& session)
+    : name_(name), platform_(platform), host_(host), session_(session) {}
 
 ModalForm::~ModalForm() = default;
 
 void ModalForm::showModal() {
-  const ShownForm shown(state_, name_);
+  const ShownForm shown(session_, name_);
   const VisualStyles styles;
   const EntryControlClasses classes;
   const HostWindows windows;
@@ -236,7 +236,7 @@ void ModalForm::showCurrentError() noexcept {
       description = error.description();
     } catch (const std::exception&) {  // the library throws no other but for want of memory
     }
-    platform_.messages.show(description, state_.title, message::kOk | message::kExclamation);
+    platform_.messages.show(description, host_.title, message::kOk | message::kExclamation);
   } catch (...) {  // not even a message box can be shown
   }
 }

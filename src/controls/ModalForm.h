@@ -12,10 +12,11 @@
 #include <string>
 #include <vector>
 
-#include "automation/LibraryState.h"
 #include "controls/ControlSite.h"
+#include "controls/FormSession.h"
 #include "platform/Handle.h"
 #include "platform/Platform.h"
+#include "settings/HostSettings.h"
 
 namespace qev {
 
@@ -39,7 +40,7 @@ class ModalForm {
 
  protected:
   // `name` is the name of the form's resources. REQUIRES: the references outlive the form.
-  ModalForm(const wchar_t* name, Platform& platform, LibraryState& state);
+  ModalForm(const wchar_t* name, Platform& platform, const HostSettings& host, FormSession& session);
 
   // Handlers. An error that one throws is shown in a message box with the host's title, and the form goes on; one from
   // load() ends showModal() with that error.
@@ -54,6 +55,8 @@ class ModalForm {
   virtual bool busy() const { return false; }                             // the hourglass is shown over the form
 
   Platform& platform() const { return platform_; }
+  const HostSettings& host() const { return host_; }
+  FormSession& session() const { return session_; }
   HWND window() const { return window_; }
   HWND control(int id) const { return GetDlgItem(window_, id); }
 
@@ -94,7 +97,8 @@ class ModalForm {
 
   const wchar_t* name_;
   Platform& platform_;
-  LibraryState& state_;
+  const HostSettings& host_;
+  FormSession& session_;
   HWND window_ = nullptr;
   std::unique_ptr<FormProperties> properties_;
   std::unique_ptr<ToolTips> toolTips_;

@@ -9,15 +9,15 @@
 
 namespace qev {
 
-FCopiar::FCopiar(Platform& platform, LibraryState& state, CZipFiles::EngineLoader loadEngine)
-    : ModalForm(L"FCOPIAR", platform, state), state_(state), loadEngine_(std::move(loadEngine)) {}
+FCopiar::FCopiar(Platform& platform, const HostSettings& host, FormSession& session, CZipFiles::EngineLoader loadEngine)
+    : ModalForm(L"FCOPIAR", platform, host, session), loadEngine_(std::move(loadEngine)) {}
 
 void FCopiar::run() {
-  if (!state_.formsShown.empty()) throw AutomationError(kFormAlreadyShown);
+  if (!session().formsShown.empty()) throw AutomationError(kFormAlreadyShown);
   RutaDestino_.reset();
   showModal();
   if (!RutaDestino_) return;
-  FBackup window(platform(), state_, loadEngine_);
+  FBackup window(platform(), host(), session(), loadEngine_);
   window.RutaDestino = *RutaDestino_;
   window.showModal();
 }
@@ -64,7 +64,7 @@ void FCopiar::Archivo_Click() {
 
 // Folder and name are joined as they stand: it is the chooser that ends a folder with a backslash.
 void FCopiar::BCopiar_Click() {
-  state_.BackupKind = kManual;
+  session().BackupKind = kManual;
   const std::wstring folder = TDestino_->Text();
   const std::wstring name = TNArchivo_->Text();
   if (folder.empty()) {
@@ -77,20 +77,20 @@ void FCopiar::BCopiar_Click() {
     return;
   }
   RutaDestino_ = folder + name + L".qev";
-  state_.accepted = true;
+  session().accepted = true;
   closeForm();
 }
 
 void FCopiar::inform(const std::wstring& text) const {
-  platform().messages.show(text, state_.title, message::kOk | message::kInformation);
+  platform().messages.show(text, host().title, message::kOk | message::kInformation);
 }
 
 // Whatever closes the dialog but BCopiar is a cancellation: BCancelar, Esc, the close box, the end of the host's
 // window.
 void FCopiar::unload() {
   if (RutaDestino_) return;
-  state_.accepted = false;
-  state_.finished = true;
+  session().accepted = false;
+  session().finished = true;
 }
 
 }  // namespace qev

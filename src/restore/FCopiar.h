@@ -1,14 +1,13 @@
 // The dialog "Crear Copia": a backup by hand, into a folder and under a name of the user's choice.
 //
 // It asks for both and hands them to the backup window, which is shown when the dialog has closed. Pressing BCopiar
-// sets LibraryState::accepted; BCancelar, Esc and the close box take it back and set LibraryState::finished, which
+// sets FormSession::accepted; BCancelar, Esc and the close box take it back and set FormSession::finished, which
 // after BCopiar the backup window sets when it closes in its turn.
 #pragma once
 
 #include <optional>
 #include <string>
 
-#include "automation/LibraryState.h"
 #include "controls/HeadingBand.h"
 #include "controls/ModalForm.h"
 #include "controls/UTextBox.h"
@@ -21,7 +20,8 @@ namespace qev {
 class FCopiar final : public ModalForm {
  public:
   // REQUIRES: all references outlive the dialog.
-  FCopiar(Platform& platform, LibraryState& state, CZipFiles::EngineLoader loadEngine = loadZipEngine);
+  FCopiar(Platform& platform, const HostSettings& host, FormSession& session,
+          CZipFiles::EngineLoader loadEngine = loadZipEngine);
 
   // Shows the dialog and, when the user goes ahead, the backup window after it; returns when the last of them has
   // closed. Throws 400 when a form of the library is shown already, and what ModalForm::showModal throws.
@@ -42,7 +42,6 @@ class FCopiar final : public ModalForm {
   void showIcon(int button, const wchar_t* picture, UniqueIcon& icon) const;
   void inform(const std::wstring& text) const;
 
-  LibraryState& state_;
   CZipFiles::EngineLoader loadEngine_;
   UTextBox* TDestino_ = nullptr;
   UTextBox* TNArchivo_ = nullptr;

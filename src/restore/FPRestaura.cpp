@@ -4,8 +4,8 @@
 
 #include <utility>
 
-#include "backup/RunLog.h"
 #include "platform/FlagScope.h"
+#include "record/RunLog.h"
 #include "resources/resource.h"
 #include "settings/SettingsStore.h"
 
@@ -18,10 +18,9 @@ constexpr int kProgressSteps = 1000;
 
 }  // namespace
 
-FPRestaura::FPRestaura(Platform& platform, LibraryState& state, RestoreChoice choice, std::function<void()> shown,
-                       CUnzipFiles::EngineLoader loadEngine)
-    : ModalForm(L"FPRESTAURA", platform, state),
-      state_(state),
+FPRestaura::FPRestaura(Platform& platform, const HostSettings& host, FormSession& session, RestoreChoice choice,
+                       std::function<void()> shown, CUnzipFiles::EngineLoader loadEngine)
+    : ModalForm(L"FPRESTAURA", platform, host, session),
       choice_(std::move(choice)),
       shown_(std::move(shown)),
       loadEngine_(std::move(loadEngine)) {}
@@ -29,7 +28,7 @@ FPRestaura::FPRestaura(Platform& platform, LibraryState& state, RestoreChoice ch
 void FPRestaura::load() {
   BAceptar_ = control(FPRestaura_BAceptar);
   Progreso_ = control(FPRestaura_Progreso);
-  if (!state_.title.empty()) SetWindowTextW(window(), state_.title.c_str());
+  if (!host().title.empty()) SetWindowTextW(window(), host().title.c_str());
   heading_.attach(window(), FPRestaura_P, FPRestaura_Label1, derivedFont(150, true), L"RESTAURAR");
   outcomeFont_ = derivedFont(100, true);
   SendMessageW(control(FPRestaura_ESalida), WM_SETFONT, reinterpret_cast<WPARAM>(outcomeFont_.get()), FALSE);
@@ -62,21 +61,19 @@ void FPRestaura::Tiempo_Timer() {
   {
     const FlagScope running(running_);
     showForm();
-    LibraryState atStart = state_;
     std::optional<RestoreRun> run;
     const Date start = platform().clock.now();
-    const RunRecord::Result result = restore(run, atStart);
-    state_.currentSet = atStart.currentSet;
+    const RunRecord::Result result = restore(run);
     if (run) writeRecord(run->record(), start, result);
   }
   if (closeAsked_) closeForm();
 }
 
-RunRecord::Result FPRestaura::restore(std::optional<RestoreRun>& run, LibraryState& state) {
+RunRecord::Result FPRestaura::restore(std::optional<RestoreRun>& run) {
   try {
-    choice_.safe = SettingsStore(platform().registry, state.settingsKey).safeMode();
+    choice_.safe = SettingsStore(platform().registry, host().settingsKey).safeMode();
     RestoreRunView& view = *this;
-    run.emplace(platform(), state, view, choice_, loadEngine_);
+    run.emplace(platform(), host(), view, choice_, loadEngine_);
     if (run->RestaurarCopia() == RestoreRun::Outcome::Restored) {
       showResult();
       return RunRecord::Result::Success;
@@ -153,7 +150,7 @@ void FPRestaura::showError(std::int32_t number, const std::wstring& text) {
   shownText_ = text;
   KillTimer(window(), FPRestaura_Tiempo);
   showBusy(false);
-  atEdge([&] { platform().messages.show(text, state_.title, message::kOk | message::kExclamation); });
+  atEdge([&] { platform().messages.show(text, host().title, message::kOk | message::kExclamation); });
   endRun(nullptr, L"Se han producido errores", L"");
 }
 

@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 
-#include "automation/LibraryState.h"
 #include "controls/HeadingBand.h"
 #include "controls/ModalForm.h"
 #include "platform/Platform.h"
@@ -19,8 +18,8 @@ namespace qev {
 class FPRestaura final : public ModalForm, private RestoreRunView {
  public:
   // `shown` is called when the window is about to appear. REQUIRES: the references outlive the window.
-  FPRestaura(Platform& platform, LibraryState& state, RestoreChoice choice, std::function<void()> shown,
-             CUnzipFiles::EngineLoader loadEngine = loadUnzipEngine);
+  FPRestaura(Platform& platform, const HostSettings& host, FormSession& session, RestoreChoice choice,
+             std::function<void()> shown, CUnzipFiles::EngineLoader loadEngine = loadUnzipEngine);
 
   // Whether the run came to its result, which closes the dialog behind the window.
   bool restored() const { return restored_; }
@@ -42,7 +41,7 @@ class FPRestaura final : public ModalForm, private RestoreRunView {
   bool closeAsked() const override { return closeAsked_; }
 
   void Tiempo_Timer();
-  RunRecord::Result restore(std::optional<RestoreRun>& run, LibraryState& state);
+  RunRecord::Result restore(std::optional<RestoreRun>& run);
   void writeRecord(RunRecord record, Date start, RunRecord::Result result) const;
   void BAceptar_Click();
   void startTimer(UINT milliseconds) const;
@@ -51,7 +50,6 @@ class FPRestaura final : public ModalForm, private RestoreRunView {
   void endRun(const wchar_t* picture, const wchar_t* line, const std::wstring& text);
   void showBusy(bool busy);
 
-  LibraryState& state_;
   RestoreChoice choice_;
   std::function<void()> shown_;
   CUnzipFiles::EngineLoader loadEngine_;

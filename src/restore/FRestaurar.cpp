@@ -2,12 +2,12 @@
 
 #include <utility>
 
-#include "backup/SetFormat.h"
 #include "platform/AutomationError.h"
 #include "resources/Picture.h"
 #include "resources/resource.h"
 #include "restore/FPRestaura.h"
 #include "restore/RestaurarCopia.h"
+#include "set/SetFile.h"
 
 namespace qev {
 namespace {
@@ -17,10 +17,10 @@ constexpr wchar_t kOriginalFolder[] = L"  Carpeta Origen";
 
 }  // namespace
 
-FRestaurar::FRestaurar(Platform& platform, LibraryState& state, CUnzipFiles::EngineLoader loadEngine)
-    : ModalForm(L"FRESTAURAR", platform, state),
-      state_(state),
-      settings_(platform.registry, state.settingsKey),
+FRestaurar::FRestaurar(Platform& platform, const HostSettings& host, FormSession& session,
+                       CUnzipFiles::EngineLoader loadEngine)
+    : ModalForm(L"FRESTAURAR", platform, host, session),
+      settings_(platform.registry, host.settingsKey),
       loadEngine_(std::move(loadEngine)) {}
 
 void FRestaurar::load() {
@@ -86,10 +86,10 @@ void FRestaurar::BCargar_Click() {
   if (!path) return;
   clearSet();
   try {
-    if (SetFormat(platform(), state_).checkSet(*path).matches) {
-      showSet(*path);
+    if (const auto header = checkSet(platform(), *path, host().title).header) {
+      showSet(*path, *header);
     } else {
-      tell(foreignSetText(state_.title), message::kOk | message::kExclamation);
+      tell(foreignSetText(host().title), message::kOk | message::kExclamation);
     }
   } catch (const AutomationError& error) {
     throw setError(error, *path);
@@ -104,7 +104,7 @@ void FRestaurar::TNombre_AfterUpdate() {
   TNombre_->setText(path);
   if (path.empty()) return;
   try {
-    if (SetFormat(platform(), state_).checkSet(path).matches) showSet(path);
+    if (const auto header = checkSet(platform(), path, host().title).header) showSet(path, *header);
   } catch (const AutomationError&) {
   }
 }
@@ -116,11 +116,11 @@ void FRestaurar::clearSet() {
   TNVol_->setText(L"");
 }
 
-void FRestaurar::showSet(const std::wstring& path) {
-  set_ = state_.currentSet;
+void FRestaurar::showSet(const std::wstring& path, const SetHeader& set) {
+  set_ = set;
   TNombre_->setText(path);
-  TFecha_->setText(platform().locale.format(set_->creationDate, L"dd-mm-yyyy"));
-  TNVol_->setText(std::to_wstring(set_->totalVolumes));
+  TFecha_->setText(platform().locale.format(set.creationDate, L"dd-mm-yyyy"));
+  TNVol_->setText(std::to_wstring(set.totalVolumes));
 }
 
 bool FRestaurar::originalLocation() const {
@@ -166,7 +166,7 @@ void FRestaurar::restore() {
   const RestoreChoice choice{TNombre_->Text(), set_, TDestino_->Text(), originalLocation(),
                              IsDlgButtonChecked(window(), FRestaurar_TEstructura) == BST_CHECKED};
   FPRestaura run(
-      platform(), state_, choice, [this] { ShowWindow(window(), SW_HIDE); }, loadEngine_);
+      platform(), host(), session(), choice, [this] { ShowWindow(window(), SW_HIDE); }, loadEngine_);
   try {
     run.showModal();
   } catch (const AutomationError&) {
@@ -186,7 +186,7 @@ void FRestaurar::comeBack() {
 }
 
 Answer FRestaurar::tell(const std::wstring& text, std::uint32_t style) const {
-  return platform().messages.show(text, state_.title, style);
+  return platform().messages.show(text, host().title, style);
 }
 
 }  // namespace qev

@@ -2,19 +2,19 @@
 // confirms. The restore window follows while the dialog is hidden; when that has restored the set the dialog closes,
 // otherwise it is there again.
 //
-// Whatever closes it sets LibraryState::finished.
+// Whatever closes it sets FormSession::finished.
 #pragma once
 
 #include <optional>
 #include <string>
 
-#include "automation/LibraryState.h"
 #include "controls/HeadingBand.h"
 #include "controls/ModalForm.h"
 #include "controls/UComboBox.h"
 #include "controls/UTextBox.h"
 #include "platform/Handle.h"
 #include "platform/Platform.h"
+#include "set/SetHeader.h"
 #include "settings/SettingsStore.h"
 #include "zip/CUnzipFiles.h"
 
@@ -23,13 +23,14 @@ namespace qev {
 class FRestaurar final : public ModalForm {
  public:
   // REQUIRES: all references outlive the dialog.
-  FRestaurar(Platform& platform, LibraryState& state, CUnzipFiles::EngineLoader loadEngine = loadUnzipEngine);
+  FRestaurar(Platform& platform, const HostSettings& host, FormSession& session,
+             CUnzipFiles::EngineLoader loadEngine = loadUnzipEngine);
 
  private:
   // ModalForm
   void load() override;
   void command(int id) override;
-  void unload() override { state_.finished = true; }
+  void unload() override { session().finished = true; }
   void drawItem(int id, HDC dc, const RECT& area) override { heading_.drawItem(id, dc, area); }
   HBRUSH colours(int id, HDC dc) override { return heading_.colours(id, dc); }
   void paint(HDC dc) override { heading_.paint(dc); }
@@ -43,7 +44,7 @@ class FRestaurar final : public ModalForm {
   void bindFields();
   void closeOnEscape(EntryControl& field);
   void clearSet();
-  void showSet(const std::wstring& path);
+  void showSet(const std::wstring& path, const SetHeader& set);
   bool originalLocation() const;
   bool mayOverwrite() const;
   void restore();
@@ -51,7 +52,6 @@ class FRestaurar final : public ModalForm {
   void showIcon(int button, const wchar_t* picture, UniqueIcon& icon) const;
   Answer tell(const std::wstring& text, std::uint32_t style) const;
 
-  LibraryState& state_;
   SettingsStore settings_;
   CUnzipFiles::EngineLoader loadEngine_;
   UTextBox* TNombre_ = nullptr;
@@ -64,9 +64,9 @@ class FRestaurar final : public ModalForm {
   UniqueIcon folderIcon_;
   UniqueIcon restoreIcon_;
   UniqueIcon cancelIcon_;
-  std::optional<CurrentSet> set_;  // what the header of the set in TNombre says
-  bool shownAsOriginal_ = false;   // the destination is that of the original location
-  bool typed_ = false;             // what is in the field that has the focus may differ from what it had
+  std::optional<SetHeader> set_;  // what the header of the set in TNombre says
+  bool shownAsOriginal_ = false;  // the destination is that of the original location
+  bool typed_ = false;            // what is in the field that has the focus may differ from what it had
 };
 
 }  // namespace qev

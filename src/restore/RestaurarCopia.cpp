@@ -5,7 +5,8 @@
 #include <string_view>
 #include <utility>
 
-#include "backup/DiskCopy.h"
+#include "set/SetFile.h"
+#include "set/Volumes.h"
 #include "zip/ArchiveCheck.h"
 #include "zip/UnpackProgress.h"
 
@@ -88,17 +89,16 @@ std::wstring foreignSetText(const std::wstring& title) {
   return L"Esta Copia de Seguridad no es del programa " + title;
 }
 
-RestoreRun::RestoreRun(Platform& platform, LibraryState& state, RestoreRunView& view, RestoreChoice choice,
+RestoreRun::RestoreRun(Platform& platform, HostSettings host, RestoreRunView& view, RestoreChoice choice,
                        CUnzipFiles::EngineLoader loadEngine)
     : platform_(platform),
-      state_(state),
+      host_(std::move(host)),
       view_(view),
       choice_(std::move(choice)),
       loadEngine_(std::move(loadEngine)),
-      sets_(platform, state),
       bareDisks_(choice_.bareDisks) {
   record_.kind = RunRecord::Kind::Restore;
-  record_.title = state.title;
+  record_.title = host_.title;
   record_.set = choice_.Archivo;
   record_.data = choice_.Destino;
 }
@@ -106,14 +106,14 @@ RestoreRun::RestoreRun(Platform& platform, LibraryState& state, RestoreRunView& 
 RestoreRun::Outcome RestoreRun::RestaurarCopia() {
   try {
     removeLeftOvers();
-    readSet();
-    if (!bareDisks_ && state_.currentSet.totalVolumes == 1) {
+    SetHeader set = readSet();
+    if (!bareDisks_ && set.totalVolumes == 1) {
       extract(choice_.Archivo);
       return Outcome::Restored;
     }
-    if (!gatherDisks()) return Outcome::Cancelled;
-    const TemporaryFile joined(platform_.files, sets_.workingCopy());
-    sets_.joinVolumes();
+    if (!gatherDisks(set)) return Outcome::Cancelled;
+    const TemporaryFile joined(platform_.files, workingCopy(platform_.workFolder));
+    joinVolumes(platform_, set);
     extract(joined.path());
     return Outcome::Restored;
   } catch (const AutomationError& error) {
@@ -123,7 +123,7 @@ RestoreRun::Outcome RestoreRun::RestaurarCopia() {
 
 // Those of a run that is under way in another process are in use, and stay.
 void RestoreRun::removeLeftOvers() const {
-  const std::wstring folder = parentFolderName(sets_.workingCopy());
+  const std::wstring folder = parentFolderName(workingCopy(platform_.workFolder));
   for (const ListedFile& file : platform_.files.filesIn(folder)) {
     const std::wstring name = fileNamePart(file.path);
     const bool payload = name.starts_with(kPayloadName) && name.ends_with(kPayloadExtension);
@@ -133,18 +133,14 @@ void RestoreRun::removeLeftOvers() const {
 }
 
 // Of a set on several disks any disk may be in the drive now, or none: it is what the dialog has read.
-void RestoreRun::readSet() {
-  if (choice_.set && choice_.set->totalVolumes != 1) {
-    state_.currentSet = *choice_.set;
-    return;
+SetHeader RestoreRun::readSet() {
+  if (choice_.set && choice_.set->totalVolumes != 1) return *choice_.set;
+  if (!bareDisks_) {
+    if (const auto header = checkSet(platform_, choice_.Archivo, host_.title).header) return *header;
+    bareDisks_ = isBareSlice();
   }
-  if (!bareDisks_ && sets_.checkSet(choice_.Archivo).matches) return;
-  bareDisks_ = bareDisks_ || isBareSlice();
-  if (bareDisks_) {
-    state_.currentSet = {state_.title, platform_.clock.now(), 0, 1, driveName(state_.dataFolder)};
-  } else {
-    throw refusal(foreignSetText(state_.title) + L": " + choice_.Archivo);
-  }
+  if (!bareDisks_) throw refusal(foreignSetText(host_.title) + L": " + choice_.Archivo);
+  return {host_.title, platform_.clock.now(), 0, 1, driveName(host_.dataFolder)};
 }
 
 // The disks of a set that a backup run has spread hold bare slices of the archive: nothing but the beginning of the
@@ -158,21 +154,19 @@ bool RestoreRun::isBareSlice() const {
 }
 
 // False when the user gives up. Pieces of an earlier run must not stand in for disks that are skipped.
-bool RestoreRun::gatherDisks() {
-  const CurrentSet set = state_.currentSet;
+bool RestoreRun::gatherDisks(SetHeader& set) {
   const int most = bareDisks_ ? std::numeric_limits<std::int16_t>::max() : set.totalVolumes;
   int gathered = 0;
   for (bool last = false; gathered < most && !last;) {
     const int number = ++gathered;
-    const std::wstring piece = sets_.workingPiece(number);
+    const std::wstring piece = workingPiece(platform_.workFolder, number);
     if (platform_.files.fileExists(piece)) platform_.files.deleteFile(piece, true);
     const std::wstring request = L"Introduzca el disco " + std::to_wstring(number) + L" para continuar";
     if (ask(request, message::kOkCancel | message::kInformation) == Answer::Cancel) return false;
     if (!gatherDisk(number)) return false;
     last = bareDisks_ && endsArchive(number);
   }
-  state_.currentSet = set;  // the disks may have been of another one
-  if (bareDisks_) state_.currentSet.totalVolumes = static_cast<std::int16_t>(gathered);
+  if (bareDisks_) set.totalVolumes = static_cast<std::int16_t>(gathered);
   return true;
 }
 
@@ -181,7 +175,7 @@ bool RestoreRun::gatherDisk(int number) {
   while (true) {
     const std::wstring wrong = L"Este no es el disco número " + std::to_wstring(number) + L" , inserte el correcto";
     if (!isDisk(number) && ask(wrong, message::kOkCancel | message::kInformation) == Answer::Cancel) return false;
-    const auto error = copyError(sets_.workingPiece(number));
+    const auto error = copyError(workingPiece(platform_.workFolder, number));
     if (!error) return true;
     if (error->number() == kDiskFull) throw *error;  // it is the work folder that has no room: no disk changes that
     const bool notReady = error->number() == kDiskNotReady;
@@ -197,7 +191,8 @@ bool RestoreRun::gatherDisk(int number) {
 // Whether the disk in the drive is the one asked for. Of an empty drive the copy tells, with a question of its own.
 bool RestoreRun::isDisk(int number) {
   try {
-    return sets_.checkSet(choice_.Archivo).matches && state_.currentSet.volumeNumber == number;
+    const auto header = checkSet(platform_, choice_.Archivo, host_.title).header;
+    return header && header->volumeNumber == number;
   } catch (const AutomationError& error) {
     return error.number() == kDiskNotReady;
   }
@@ -214,9 +209,9 @@ std::optional<AutomationError> RestoreRun::copyError(const std::wstring& piece) 
 
 // Of slices without header the last is the one that is shorter, or that ends as an archive does.
 bool RestoreRun::endsArchive(int number) const {
-  const std::wstring piece = sets_.workingPiece(number);
+  const std::wstring piece = workingPiece(platform_.workFolder, number);
   if (!platform_.files.fileExists(piece)) return false;
-  if (platform_.files.fileSize(piece) < SetFormat::kVolumeBytes) return true;
+  if (platform_.files.fileSize(piece) < kVolumeBytes) return true;
   return endsWithZipEnd(*platform_.files.openForReading(piece));
 }
 
@@ -241,10 +236,10 @@ void RestoreRun::extract(const std::wstring& set) {
   };
 
   const TemporaryFile payload(platform_.files, payloadPath());
-  sets_.extractPayload(set, payload.path(), show);
-  if (state_.currentSet.program != state_.title) throw refusal(foreignSetText(state_.title) + L": " + set);
+  const SetHeader header = extractPayload(platform_, set, payload.path(), show);
+  if (header.program != host_.title) throw refusal(foreignSetText(host_.title) + L": " + set);
 
-  const std::wstring folder = extractionFolder();
+  const std::wstring folder = extractionFolder(header);
   const auto inUse = platform_.files.openForReading(payload.path());  // no other run may take it for left over
   if (choice_.safe) {
     prove(payload.path(), set, entries, [&](std::uint64_t bytes) {
@@ -290,9 +285,9 @@ void RestoreRun::prove(const std::wstring& payload, const std::wstring& set,
   view_.showTesting(false);
 }
 
-std::wstring RestoreRun::extractionFolder() const {
+std::wstring RestoreRun::extractionFolder(const SetHeader& set) const {
   if (!choice_.originalLocation) return choice_.Destino;
-  const std::wstring& directory = state_.currentSet.directory;
+  const std::wstring& directory = set.directory;
   if (!isPlace(directory)) {
     throw refusal(L"El directorio de origen que indica la copia de seguridad no es válido (" +
                   directory.substr(0, 300) + L"): " + choice_.Archivo);
@@ -302,12 +297,12 @@ std::wstring RestoreRun::extractionFolder() const {
 
 // Of this process alone: other hosts may restore at the same time.
 std::wstring RestoreRun::payloadPath() const {
-  return parentFolderName(sets_.workingCopy()) + L"\\" + kPayloadName + std::to_wstring(platform_.processes.id()) +
-         kPayloadExtension;
+  return parentFolderName(workingCopy(platform_.workFolder)) + L"\\" + kPayloadName +
+         std::to_wstring(platform_.processes.id()) + kPayloadExtension;
 }
 
 Answer RestoreRun::ask(const std::wstring& text, std::uint32_t style) const {
-  return platform_.messages.show(text, state_.title, style);
+  return platform_.messages.show(text, host_.title, style);
 }
 
 }  // namespace qev

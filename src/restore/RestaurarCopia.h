@@ -14,11 +14,11 @@
 #include <string>
 #include <vector>
 
-#include "automation/LibraryState.h"
-#include "backup/RunRecord.h"
-#include "backup/SetFormat.h"
 #include "platform/AutomationError.h"
 #include "platform/Platform.h"
+#include "record/RunRecord.h"
+#include "set/SetHeader.h"
+#include "settings/HostSettings.h"
 #include "zip/CUnzipFiles.h"
 #include "zip/ZipDirectory.h"
 
@@ -26,13 +26,13 @@ namespace qev {
 
 // What the user chose in the restore dialog.
 struct RestoreChoice {
-  std::wstring Archivo;           // path of the set
-  std::optional<CurrentSet> set;  // what its header says; nothing where the dialog did not take it for a set
-  std::wstring Destino;           // the folder to extract to, as the dialog shows it
-  bool originalLocation = true;   // extract to where the data came from, in place of Destino
-  bool keepFolders = true;        // re-create the folders stored in the archive
-  bool safe = false;              // test the archive before anything is restored
-  bool bareDisks = false;         // an earlier run has found a set on disks without headers
+  std::wstring Archivo;          // path of the set
+  std::optional<SetHeader> set;  // what its header says; nothing where the dialog did not take it for a set
+  std::wstring Destino;          // the folder to extract to, as the dialog shows it
+  bool originalLocation = true;  // extract to where the data came from, in place of Destino
+  bool keepFolders = true;       // re-create the folders stored in the archive
+  bool safe = false;             // test the archive before anything is restored
+  bool bareDisks = false;        // an earlier run has found a set on disks without headers
 };
 
 // The window of a run, as the run sees it.
@@ -49,8 +49,8 @@ class RestoreRun {
  public:
   enum class Outcome { Restored, Cancelled };
 
-  // REQUIRES: all references outlive the run. `state.title` is the host's, `state.currentSet` the set of the run.
-  RestoreRun(Platform& platform, LibraryState& state, RestoreRunView& view, RestoreChoice choice,
+  // The run works on these values of the host, whatever the host sets meanwhile. REQUIRES: all references outlive it.
+  RestoreRun(Platform& platform, HostSettings host, RestoreRunView& view, RestoreChoice choice,
              CUnzipFiles::EngineLoader loadEngine = loadUnzipEngine);
 
   // Restores the set. A failure of the engine is told in a message box, and counts as restored; Cancelled is the user's
@@ -67,9 +67,9 @@ class RestoreRun {
 
  private:
   void removeLeftOvers() const;
-  void readSet();
+  SetHeader readSet();
   bool isBareSlice() const;
-  bool gatherDisks();
+  bool gatherDisks(SetHeader& set);
   bool gatherDisk(int number);
   bool isDisk(int number);
   std::optional<AutomationError> copyError(const std::wstring& piece);
@@ -77,16 +77,15 @@ class RestoreRun {
   void extract(const std::wstring& set);
   void prove(const std::wstring& payload, const std::wstring& set, const std::vector<ZipDirectoryEntry>& entries,
              const std::function<void(std::uint64_t)>& tested);
-  std::wstring extractionFolder() const;
+  std::wstring extractionFolder(const SetHeader& set) const;
   std::wstring payloadPath() const;
   Answer ask(const std::wstring& text, std::uint32_t style) const;
 
   Platform& platform_;
-  LibraryState& state_;
+  const HostSettings host_;
   RestoreRunView& view_;
   const RestoreChoice choice_;
   CUnzipFiles::EngineLoader loadEngine_;
-  SetFormat sets_;
   RunRecord record_;
   bool bareDisks_;  // without headers: the archive's end tells the last of them
 };

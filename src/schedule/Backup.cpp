@@ -93,8 +93,8 @@ bool isOne(const EntryControl& field) {
 
 }  // namespace
 
-Backup::Backup(Platform& platform, LibraryState& state)
-    : ModalForm(L"BACKUP", platform, state), state_(state), settings_(platform.registry, state.settingsKey) {}
+Backup::Backup(Platform& platform, const HostSettings& host, FormSession& session)
+    : ModalForm(L"BACKUP", platform, host, session), settings_(platform.registry, host.settingsKey) {}
 
 void Backup::load() {
   bindControls();
@@ -232,7 +232,7 @@ std::uint8_t Backup::mode() const {
 // Where scheduled backups go but for the backup folder. As long as the host has not asked for it, what it would have
 // been told.
 std::wstring Backup::destinationState() const {
-  if (!state_.destination.empty()) return state_.destination;
+  if (!host().destination.empty()) return host().destination;
   if (!ownDestination_.empty()) return ownDestination_;
   return platform().locale.toText(settings_.readStrict(L"Destino", L"C:\\"));
 }
@@ -381,7 +381,7 @@ void Backup::BCarpeta_Click() {
 void Backup::EDir_Click() {
   const bool usesBackupFolder = isChecked(Backup_EDir);
   if (usesBackupFolder) ownDestination_ = Destino_->Text();
-  Destino_->setText(usesBackupFolder ? state_.backupFolder : destinationState());
+  Destino_->setText(usesBackupFolder ? host().backupFolder : destinationState());
   refreshDestination();
   settings_.write(L"Destino", Destino_->Value());
   settings_.write(L"EDir", static_cast<std::int16_t>(usesBackupFolder));
@@ -396,7 +396,7 @@ void Backup::Cerrar_Click() {
 void Backup::TCopias_AfterUpdate(bool& cancel) {
   const std::wstring entry = TCopias_->Text();
   if (!isNumeric(platform().locale, entry)) {
-    platform().messages.show(L"El valor introducido debe de ser un número", state_.title,
+    platform().messages.show(L"El valor introducido debe de ser un número", host().title,
                              message::kOk | message::kInformation);
     cancel = true;  // which also gives the focus back
     return;

@@ -4,7 +4,7 @@
 // There is no OK button: what the user changes is in the settings at once, and the next moment is computed anew and
 // shown. Opening the dialog writes every setting back, defaults included. While the backup folder is the destination
 // (EDir), no other can be chosen. Caller: showModal(); when that returns the dialog has closed and
-// LibraryState::finished is true.
+// FormSession::finished is true.
 //
 // What cannot be read or is no value of its setting is reported when the dialog opens, shown as its default, and
 // nothing is written before the user changes something.
@@ -14,7 +14,6 @@
 #include <exception>
 #include <string>
 
-#include "automation/LibraryState.h"
 #include "controls/ModalForm.h"
 #include "controls/UComboBox.h"
 #include "controls/UTextBox.h"
@@ -28,14 +27,14 @@ namespace qev {
 class Backup final : public ModalForm {
  public:
   // REQUIRES: both references outlive the dialog.
-  Backup(Platform& platform, LibraryState& state);
+  Backup(Platform& platform, const HostSettings& host, FormSession& session);
 
  private:
   // ModalForm
   void load() override;
   void command(int id) override;
   void timer(UINT_PTR id) override;
-  void unload() override { state_.finished = true; }
+  void unload() override { session().finished = true; }
   void drawItem(int id, HDC dc, const RECT& area) override;
 
   void Copia_Click();
@@ -79,7 +78,6 @@ class Backup final : public ModalForm {
 
   enum class Loading { Filling = 1, Done = 2 };
 
-  LibraryState& state_;
   SettingsStore settings_;
   Loading loading_ = Loading::Filling;  // no event does anything while the controls are filled
   std::exception_ptr loadError_;        // shown as soon as the dialog is

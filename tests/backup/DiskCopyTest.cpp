@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/AutomationError.h"
+#include "set/SetFile.h"
 #include "support/ErrorOf.h"
 #include "support/FakePlatform.h"
 
@@ -42,7 +43,6 @@ class UndeletableFiles : public FakeFiles {
 class DiskCopyTest : public testing::Test {
  protected:
   DiskCopyTest() {
-    state.title = L"Gestion";
     fake.files.putFolder(L"A:\\");
     fake.drives.willReport({FakeDrives::bytesFree(kFormatted)});
     // A disk is taken out when the next one is asked for.
@@ -60,7 +60,7 @@ class DiskCopyTest : public testing::Test {
   // A finished set at the place of the working copy, of an archive with these bytes.
   void putSet(std::string_view archive) {
     fake.files.put(kWorkingCopy, archive);
-    SetFormat(fake.platform(), state).writeHeader(kWorkingCopy, fake.clock.now(), 1, 1, L"C:");
+    writeHeader(fake.platform(), kWorkingCopy, {L"Gestion", fake.clock.now(), 1, 1, L"C:"});
   }
 
   // Bytes that tell where they are: no two volumes of them are alike.
@@ -73,7 +73,7 @@ class DiskCopyTest : public testing::Test {
 
   bool run(const std::wstring& displayPath = kDisplayed) {
     DiskCopy copy(
-        fake.platform(), state,
+        fake.platform(), L"Gestion",
         [this](const std::wstring& text) {
           progress.push_back(text);
           if (onProgress) onProgress();
@@ -86,7 +86,7 @@ class DiskCopyTest : public testing::Test {
 
   std::int32_t freeBytes(const DiskFreeSpace& space) {
     fake.drives.willReport({space});
-    return DiskCopy(fake.platform(), state, nullptr, nullptr).freeBytes(L"A:");
+    return DiskCopy(fake.platform(), L"Gestion", nullptr, nullptr).freeBytes(L"A:");
   }
 
   // The texts of the boxes shown, in their order.
@@ -97,7 +97,6 @@ class DiskCopyTest : public testing::Test {
   }
 
   FakePlatform fake;
-  LibraryState state;
   std::vector<std::wstring> progress;
   std::function<void()> onProgress;
   std::vector<std::string> disks;  // what each disk held when it was taken out
@@ -166,11 +165,11 @@ TEST_F(DiskCopyTest, AWorkingCopyThatCannotBeDeletedIsLeftAndWasNotForced) {
   FakeWorkFolder workFolder(files);
   Platform platform = with(fake.platform(), files, workFolder);
   files.put(kWorkingCopy, "PK");
-  SetFormat(platform, state).writeHeader(kWorkingCopy, fake.clock.now(), 1, 1, L"C:");
+  writeHeader(platform, kWorkingCopy, {L"Gestion", fake.clock.now(), 1, 1, L"C:"});
   fake.messages.onShow = nullptr;
   fake.messages.willAnswer({Answer::Ok});
   DiskCopy copy(
-      platform, state, [](const std::wstring&) {}, [] { return false; });
+      platform, L"Gestion", [](const std::wstring&) {}, [] { return false; });
   EXPECT_TRUE(copy.run(kWorkingCopy, kDisplayed));
   EXPECT_EQ(files.tries, 1);
   EXPECT_FALSE(files.forced);

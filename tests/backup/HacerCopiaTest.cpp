@@ -38,10 +38,10 @@ constexpr wchar_t kSuccess[] =
 class HacerCopiaTest : public testing::Test {
  protected:
   HacerCopiaTest() {
-    state.title = L"Gestion";
-    state.dataFolder = L"C:\\Prog\\Datos\\Emp01\\";
-    state.settingsKey = L"Software\\Gestion";
-    state.BackupKind = kAutomatic;
+    host.title = L"Gestion";
+    host.dataFolder = L"C:\\Prog\\Datos\\Emp01\\";
+    host.settingsKey = L"Software\\Gestion";
+    kind = kAutomatic;
     fake.files.put(L"C:\\Prog\\Datos\\Emp01\\clientes.db", std::string(600, 'c'));
     fake.files.put(L"C:\\Prog\\Datos\\Emp01\\Año\\facturas.db", std::string(300, 'f'));
     fake.files.put(L"C:\\Prog\\Util.mde", std::string(60, 'u'));
@@ -67,8 +67,8 @@ class HacerCopiaTest : public testing::Test {
     };
   }
 
-  void set(const wchar_t* name, const Value& value) { fake.registry.put(state.settingsKey, name, value); }
-  Value setting(const wchar_t* name) { return fake.registry.read(state.settingsKey, name, kLocalMachine); }
+  void set(const wchar_t* name, const Value& value) { fake.registry.put(host.settingsKey, name, value); }
+  Value setting(const wchar_t* name) { return fake.registry.read(host.settingsKey, name, kLocalMachine); }
 
   // A schedule that makes 22:00 of the present day the next moment.
   void scheduleDaily() {
@@ -80,7 +80,7 @@ class HacerCopiaTest : public testing::Test {
   }
 
   void run(const std::wstring& target = kTarget) {
-    BackupRun(fake.platform(), state, settings, view, engine.loader(), tester.loader()).HacerCopia(target);
+    BackupRun(fake.platform(), host, kind, settings, view, engine.loader(), tester.loader()).HacerCopia(target);
   }
 
   static std::wstring plainFailure(const std::wstring& target, const std::wstring& error) {
@@ -96,8 +96,9 @@ class HacerCopiaTest : public testing::Test {
   }
 
   FakePlatform fake;
-  LibraryState state;
-  SettingsStore settings{fake.registry, state.settingsKey};
+  HostSettings host;
+  std::uint8_t kind = kManual;
+  SettingsStore settings{fake.registry, host.settingsKey};
   RecordingView view;
   ScriptedZip engine;
   ScriptedUnzip tester;
@@ -134,20 +135,20 @@ TEST_F(HacerCopiaTest, TheArchiveIsBuiltAtTheTargetItself) {
 }
 
 TEST_F(HacerCopiaTest, TheDataFolderIsJoinedToItsPatternWithoutASeparatorSoItMustEndInABackslash) {
-  state.dataFolder = L"C:\\Prog\\Datos\\Emp01";
+  host.dataFolder = L"C:\\Prog\\Datos\\Emp01";
   run();
   EXPECT_EQ(engine.request.names.at(1), L"C:\\Prog\\Datos\\Emp01*.*");
   EXPECT_EQ(engine.request.names.at(2), L"C:\\Prog\\Util.mde");
 }
 
 TEST_F(HacerCopiaTest, ADataFolderOneLevelBelowTheRootHasItsUtilitiesInTheRoot) {
-  state.dataFolder = L"C:\\Gestion\\Datos\\";
+  host.dataFolder = L"C:\\Gestion\\Datos\\";
   run();
   EXPECT_EQ(engine.request.names.at(2), L"C:\\\\Util.mde");
 }
 
 TEST_F(HacerCopiaTest, TheHostsSettingsFileIsNamedAfterTheTitle) {
-  state.title = L"Nóminas";
+  host.title = L"Nóminas";
   run();
   EXPECT_EQ(engine.request.names.at(3), L"C:\\Prog\\Nóminas.ini");
 }
@@ -158,7 +159,7 @@ TEST_F(HacerCopiaTest, TheSetGetsAHeaderOfOneVolumeTheFirstAndTheDriveOfTheDataF
 }
 
 TEST_F(HacerCopiaTest, TheDriveInTheHeaderIsThatOfTheDataFolderAndNotOfTheTarget) {
-  state.dataFolder = L"E:\\Prog\\Datos\\Emp01\\";
+  host.dataFolder = L"E:\\Prog\\Datos\\Emp01\\";
   run();
   EXPECT_THAT(fake.files.bytes(kTarget), HasSubstr("Directorio : E:;\r\n"));
 }
@@ -230,7 +231,7 @@ TEST_F(HacerCopiaTest, ASecondAutomaticRunOnTheSameDayAsksAndNoClosesTheWindowWi
 }
 
 TEST_F(HacerCopiaTest, ASecondScheduledRunOnTheSameDayAsksTheSameAndNoTouchesNothing) {
-  state.BackupKind = kScheduled;
+  kind = kScheduled;
   scheduleDaily();
   fake.files.put(kTarget, "la copia de hoy");
   fake.messages.willAnswer({Answer::No});
@@ -241,7 +242,7 @@ TEST_F(HacerCopiaTest, ASecondScheduledRunOnTheSameDayAsksTheSameAndNoTouchesNot
 }
 
 TEST_F(HacerCopiaTest, AManualRunAsksWhetherTheChosenFileMayBeReplaced) {
-  state.BackupKind = kManual;
+  kind = kManual;
   fake.files.put(kTarget, "otra");
   fake.messages.willAnswer({Answer::No});
   run();
@@ -251,7 +252,7 @@ TEST_F(HacerCopiaTest, AManualRunAsksWhetherTheChosenFileMayBeReplaced) {
 }
 
 TEST_F(HacerCopiaTest, AKindThatIsNoneOfTheThreeAsksAsAnAutomaticRunDoes) {
-  state.BackupKind = 7;
+  kind = 7;
   fake.files.put(kTarget, "otra");
   fake.messages.willAnswer({Answer::No});
   run();
@@ -348,21 +349,21 @@ TEST_F(HacerCopiaTest, CerrarStoredAsTextClosesToo) {
 }
 
 TEST_F(HacerCopiaTest, CerrarClosesTheWindowAfterAScheduledSuccess) {
-  state.BackupKind = kScheduled;
+  kind = kScheduled;
   set(L"Cerrar", std::int32_t{1});
   run();
   EXPECT_EQ(view.events.back(), L"closed");
 }
 
 TEST_F(HacerCopiaTest, CerrarNeverClosesTheWindowAfterAManualSuccess) {
-  state.BackupKind = kManual;
+  kind = kManual;
   set(L"Cerrar", std::int32_t{1});
   run();
   EXPECT_FALSE(view.did(L"closed"));
 }
 
 TEST_F(HacerCopiaTest, AKindThatIsNoneOfTheThreeStaysOpenAsAManualRunDoes) {
-  state.BackupKind = 7;
+  kind = 7;
   set(L"Cerrar", std::int32_t{1});
   run();
   EXPECT_THAT(view.textOf(L"success"), Not(L"<none>"));
@@ -370,8 +371,8 @@ TEST_F(HacerCopiaTest, AKindThatIsNoneOfTheThreeStaysOpenAsAManualRunDoes) {
 }
 
 TEST_F(HacerCopiaTest, CerrarNeverClosesTheWindowAfterAFailure) {
-  for (const std::uint8_t kind : {kManual, kAutomatic, kScheduled}) {
-    state.BackupKind = kind;
+  for (const std::uint8_t each : {kManual, kAutomatic, kScheduled}) {
+    kind = each;
     set(L"Cerrar", std::int32_t{1});
     failsToArchive(L"zip error: disk full\r\n", 14);
     run();

@@ -38,10 +38,9 @@ class HostileEngine final : public ZipEngine {
 class SafeModeOnDisk : public testing::Test {
  protected:
   SafeModeOnDisk() {
-    state_.title = L"Gestion";
-    state_.dataFolder = folder_ / L"Prog\\Datos\\Emp01\\";
-    state_.settingsKey = L"Software\\Gestion";
-    state_.BackupKind = kAutomatic;
+    host_.title = L"Gestion";
+    host_.dataFolder = folder_ / L"Prog\\Datos\\Emp01\\";
+    host_.settingsKey = L"Software\\Gestion";
     fake_.workFolder.folder = folder_ / L"trabajo";
     folder_.makeFolder(L"trabajo\\temp");
     folder_.makeFolder(L"Copias");
@@ -60,8 +59,8 @@ class SafeModeOnDisk : public testing::Test {
   }
 
   void runSafely(const std::wstring& target, const CZipFiles::EngineLoader& engine = loadZipEngine) {
-    fake_.registry.put(state_.settingsKey, L"Verificar", std::int32_t{1});
-    BackupRun(platform_, state_, settings_, view_, engine).HacerCopia(target);
+    fake_.registry.put(host_.settingsKey, L"Verificar", std::int32_t{1});
+    BackupRun(platform_, host_, kAutomatic, settings_, view_, engine).HacerCopia(target);
   }
 
   std::wstring target() const { return folder_ / L"Copias\\copia.qev"; }
@@ -78,13 +77,13 @@ class SafeModeOnDisk : public testing::Test {
   FakePlatform fake_;
   Platform& system_ = systemPlatform();
   Platform platform_ = with(fake_.platform(), system_.files, system_.locale);
-  LibraryState state_;
-  SettingsStore settings_{fake_.registry, state_.settingsKey};
+  HostSettings host_;
+  SettingsStore settings_{fake_.registry, host_.settingsKey};
   RecordingView view_;
 };
 
 TEST_F(SafeModeOnDisk, ASafeRunMakesTheSameBytesAsAnOrdinaryOne) {
-  BackupRun(platform_, state_, settings_, view_).HacerCopia(folder_ / L"Copias\\normal.qev");
+  BackupRun(platform_, host_, kAutomatic, settings_, view_).HacerCopia(folder_ / L"Copias\\normal.qev");
   putOld();
   runSafely(target());
   EXPECT_TRUE(view_.succeeded);
@@ -103,7 +102,7 @@ TEST_F(SafeModeOnDisk, AByteThatIsWrongInTheArchiveIsFound) {
 
 TEST_F(SafeModeOnDisk, ADataFileThatAnotherProgramHasOpenIsAFailureThatNamesIt) {
   putOld();
-  const auto held = validHandle<UniqueFile>(CreateFileW((state_.dataFolder + L"clientes.db").c_str(), GENERIC_READ, 0,
+  const auto held = validHandle<UniqueFile>(CreateFileW((host_.dataFolder + L"clientes.db").c_str(), GENERIC_READ, 0,
                                                         nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
   ASSERT_TRUE(held);
   runSafely(target());

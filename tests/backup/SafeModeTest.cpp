@@ -42,10 +42,9 @@ std::string archiveBytes() {
 class SafeMode : public testing::Test {
  protected:
   SafeMode() {
-    state.title = L"Gestion";
-    state.dataFolder = L"C:\\Prog\\Datos\\Emp01\\";
-    state.settingsKey = L"Software\\Gestion";
-    state.BackupKind = kAutomatic;
+    host.title = L"Gestion";
+    host.dataFolder = L"C:\\Prog\\Datos\\Emp01\\";
+    host.settingsKey = L"Software\\Gestion";
     fake.files.put(L"C:\\Prog\\Datos\\Emp01\\clientes.db", std::string(600, 'c'));
     fake.files.put(L"C:\\Prog\\Util.mde", std::string(60, 'u'));
     fake.files.putFolder(L"D:\\Copias");
@@ -68,11 +67,11 @@ class SafeMode : public testing::Test {
     fake.messages.willAnswer({Answer::Yes});
   }
 
-  void set(const wchar_t* name, const Value& value) { fake.registry.put(state.settingsKey, name, value); }
-  Value setting(const wchar_t* name) { return fake.registry.read(state.settingsKey, name, kLocalMachine); }
+  void set(const wchar_t* name, const Value& value) { fake.registry.put(host.settingsKey, name, value); }
+  Value setting(const wchar_t* name) { return fake.registry.read(host.settingsKey, name, kLocalMachine); }
 
   void run(const std::wstring& target = kTarget) {
-    BackupRun(fake.platform(), state, settings, view, engine.loader(), tester.loader()).HacerCopia(target);
+    BackupRun(fake.platform(), host, kAutomatic, settings, view, engine.loader(), tester.loader()).HacerCopia(target);
   }
 
   void expectFailure(const std::wstring& error) {
@@ -84,8 +83,8 @@ class SafeMode : public testing::Test {
   }
 
   FakePlatform fake;
-  LibraryState state;
-  SettingsStore settings{fake.registry, state.settingsKey};
+  HostSettings host;
+  SettingsStore settings{fake.registry, host.settingsKey};
   RecordingView view;
   ScriptedZip engine;
   ScriptedUnzip tester;
@@ -228,7 +227,7 @@ TEST_F(SafeMode, WithoutTheEngineThatTestsNothingIsProven) {
 
 TEST_F(SafeMode, ADataFolderThatIsMissingIsAFailureBeforeTheEngineRuns) {
   putOld();
-  state.dataFolder = L"C:\\Prog\\Datos\\Emp02\\";
+  host.dataFolder = L"C:\\Prog\\Datos\\Emp02\\";
   run();
   expectFailure(L"76-");
   EXPECT_EQ(engine.loads, 0);

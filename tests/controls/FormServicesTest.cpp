@@ -233,7 +233,8 @@ TEST_F(FormServicesTest, ADisabledFieldTypesNoTabIntoAnotherApplication) {
 // A form of the library's own layout that closes itself as soon as it is shown.
 class BriefForm : public ModalForm {
  public:
-  BriefForm(Platform& platform, LibraryState& state) : ModalForm(L"FBACKUP", platform, state) {}
+  BriefForm(Platform& platform, const HostSettings& host, FormSession& session)
+      : ModalForm(L"FBACKUP", platform, host, session) {}
 
   std::function<void(HWND form)> onTick;
 
@@ -254,8 +255,9 @@ TEST_F(FormServicesTest, TheHostsWindowOwnsTheFormIsDisabledMeanwhileAndHasTheFo
   const HWND host = CreateWindowExW(0, L"STATIC", L"Gestión", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 50, 50, 300, 200,
                                     nullptr, nullptr, nullptr, nullptr);
   test::bringToForeground(host);
-  LibraryState state;
-  BriefForm form(platform_, state);
+  HostSettings settings;
+  FormSession session;
+  BriefForm form(platform_, settings, session);
   bool disabled = false;
   HWND owner = nullptr;
   form.onTick = [&](HWND window) {
@@ -273,8 +275,9 @@ TEST_F(FormServicesTest, TheHostsWindowOwnsTheFormIsDisabledMeanwhileAndHasTheFo
 }
 
 TEST_F(FormServicesTest, AFormNamesItsFieldsByItselfAndTakesTheNamesBack) {
-  LibraryState state;
-  BriefForm form(platform_, state);
+  HostSettings settings;
+  FormSession session;
+  BriefForm form(platform_, settings, session);
   std::vector<std::wstring> names;
   form.onTick = [&](HWND) {
     for (const auto& [window, name] : fakes_.accessibility.names) names.push_back(name);

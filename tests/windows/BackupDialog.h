@@ -31,9 +31,9 @@ class BackupDialog : public testing::Test {
 
   void SetUp() override {
     SetThreadDpiAwarenessContext(DPI_AWARENESS_CONTEXT_SYSTEM_AWARE);  // at the scale of the system, whatever it is
-    state_.title = kTitle;
-    state_.settingsKey = kKey;
-    state_.backupFolder = L"C:\\Gestion\\Backup\\";
+    host_.title = kTitle;
+    host_.settingsKey = kKey;
+    host_.backupFolder = L"C:\\Gestion\\Backup\\";
   }
 
   // Opens the dialog, lets `user` act on it, and closes it if that did not.
@@ -41,7 +41,7 @@ class BackupDialog : public testing::Test {
     user_ = std::move(user);
     current_ = this;
     const UINT_PTR timer = SetTimer(nullptr, 0, 10, &tick);
-    Backup dialog(platform_, state_);
+    Backup dialog(platform_, host_, session_);
     dialog.showModal();
     KillTimer(nullptr, timer);
     form_ = nullptr;
@@ -122,7 +122,8 @@ class BackupDialog : public testing::Test {
   FakePlatform fake_;
   LocaleWindows locale_;
   Platform platform_ = with(fake_.platform(), locale_, systemPlatform().keyboard, systemPlatform().eventLoop);
-  LibraryState state_;
+  HostSettings host_;
+  FormSession session_;
   bool realKeys_ = true;  // false: the test sends messages to the controls, and need not wait for the keyboard
 
  private:

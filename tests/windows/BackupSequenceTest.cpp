@@ -303,7 +303,7 @@ class BackupSequences : public BackupDialog {
   std::string toggleBox() {
     if (below(2) == 0) {
       model_.defaultFolder = !model_.defaultFolder;
-      model_.shownDestination = model_.defaultFolder ? state_.backupFolder : state_.destination;
+      model_.shownDestination = model_.defaultFolder ? host_.backupFolder : host_.destination;
       model_.storedDestination = model_.shownDestination;
       toggle(Backup_EDir);
       EXPECT_EQ(Value(std::int32_t{model_.defaultFolder}), stored(L"EDir"));
@@ -337,7 +337,7 @@ class BackupSequences : public BackupDialog {
 };
 
 TEST_F(BackupSequences, SettingsDialogAndScheduleAgreeAfterEveryEdit) {
-  state_.destination = L"E:\\Del host\\";
+  host_.destination = L"E:\\Del host\\";
   realKeys_ = false;
   newMoment();
   model_.startTime =

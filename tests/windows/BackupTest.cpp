@@ -539,7 +539,7 @@ TEST_F(BackupOptions, CheckingEDirPutsTheBackupFolderIntoDestino) {
 TEST_F(BackupOptions, ClearingEDirShowsTheDestinationOfTheHostAgain) {
   putSchedule(L"Diariamente");
   put(L"EDir", Value(std::int32_t{1}));
-  state_.destination = L"F:\\Del host\\";
+  host_.destination = L"F:\\Del host\\";
   show([this] {
     EXPECT_TRUE(checked(Backup_EDir));
     expectEnabled({Backup_Destino, Backup_BCarpeta}, false);
@@ -551,7 +551,7 @@ TEST_F(BackupOptions, ClearingEDirShowsTheDestinationOfTheHostAgain) {
     EXPECT_EQ(L"F:\\Del host\\", storedText(L"Destino")) << "what is shown is what is stored";
     EXPECT_EQ(Value(std::int16_t{0}), fake_.registry.writes[1].second);
   });
-  EXPECT_EQ(L"F:\\Del host\\", state_.destination);
+  EXPECT_EQ(L"F:\\Del host\\", host_.destination);
 }
 
 TEST_F(BackupOptions, ClearingEDirGivesBackTheDestinationBeforeAsLongAsTheHostHasAskedForNone) {
@@ -695,11 +695,11 @@ TEST_F(BackupOptions, SettingsThatCannotBeWrittenAreReportedAndTheDialogStaysAli
 
 TEST_F(BackupOptions, TheButtonClosesItAndTheHostIsTold) {
   show([this] {
-    EXPECT_FALSE(state_.finished);
+    EXPECT_FALSE(session_.finished);
     click(Backup_BSalir);
     EXPECT_FALSE(open());
   });
-  EXPECT_TRUE(state_.finished);
+  EXPECT_TRUE(session_.finished);
 }
 
 TEST_F(BackupOptions, EnterEscapeTheCloseBoxAndTheAccessKeyCloseIt) {
@@ -710,12 +710,12 @@ TEST_F(BackupOptions, EnterEscapeTheCloseBoxAndTheAccessKeyCloseIt) {
                                         },
                                         [this] { press('S', kAlt); }};
   for (const auto& way : ways) {
-    state_.finished = false;
+    session_.finished = false;
     show([&] {
       way();
       EXPECT_FALSE(open());
     });
-    EXPECT_TRUE(state_.finished);
+    EXPECT_TRUE(session_.finished);
   }
 }
 

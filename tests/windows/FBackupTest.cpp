@@ -92,12 +92,12 @@ class BackupWindow : public testing::Test, public Hands {
     root_ = fs::path(temp) / L"QevBackupWindow";
     fs::remove_all(root_);
     fs::create_directories(root_ / L"Datos" / L"Emp01");
-    state_.title = kTitle;
-    state_.settingsKey = kKey;
-    state_.dataFolder = (root_ / L"Datos" / L"Emp01").wstring() + L"\\";
-    state_.BackupKind = kAutomatic;
+    host_.title = kTitle;
+    host_.settingsKey = kKey;
+    host_.dataFolder = (root_ / L"Datos" / L"Emp01").wstring() + L"\\";
+    session_.BackupKind = kAutomatic;
     slow::files = 0;
-    slow::folder = state_.dataFolder.substr(3);
+    slow::folder = host_.dataFolder.substr(3);
     std::ranges::replace(slow::folder, L'\\', L'/');
     slow::runs = 0;
     slow::deepest = 0;
@@ -120,7 +120,7 @@ class BackupWindow : public testing::Test, public Hands {
 
   // Shows the window while `user` does what a user would.
   void show(const std::function<void(HWND form)>& user, CZipFiles::EngineLoader engine = slow::load) {
-    FBackup window(systemPlatform(), state_, std::move(engine));
+    FBackup window(systemPlatform(), host_, session_, std::move(engine));
     window.RutaDestino = target();
     const auto showModal = [&] { window.showModal(); };
     use(kTitle, FBackup_TResultado, showModal, user);
@@ -133,8 +133,9 @@ class BackupWindow : public testing::Test, public Hands {
   }
 
   fs::path root_;
-  LibraryState state_;
-  SettingsStore settings_{systemPlatform().registry, state_.settingsKey};
+  HostSettings host_;
+  FormSession session_;
+  SettingsStore settings_{systemPlatform().registry, host_.settingsKey};
 };
 
 TEST_F(BackupWindow, ShowsWhatItDoesWhileItRunsAndHowItEnded) {
@@ -160,10 +161,10 @@ TEST_F(BackupWindow, ShowsWhatItDoesWhileItRunsAndHowItEnded) {
     EXPECT_EQ(1000, SendMessageW(GetDlgItem(form, FBackup_Progreso), PBM_GETPOS, 0, 0));
     std::this_thread::sleep_for(300ms);
     saveScreenshot(form, L"FBackup-correcta");
-    EXPECT_FALSE(state_.finished);
+    EXPECT_FALSE(session_.finished);
     press(form, VK_RETURN);
   });
-  EXPECT_TRUE(state_.finished);
+  EXPECT_TRUE(session_.finished);
   EXPECT_TRUE(fs::exists(target()));
 }
 
@@ -181,7 +182,7 @@ TEST_F(BackupWindow, ShowsAFailureAndStaysOpen) {
         click(form, FBackup_BAceptar);
       },
       []() -> std::unique_ptr<ZipEngine> { throw AutomationError(kFileNotFound, L"VANTO5.DLL"); });
-  EXPECT_TRUE(state_.finished);
+  EXPECT_TRUE(session_.finished);
 }
 
 // The longest of all failures: of safe mode, with the engine's text, the next moment and a long destination.
@@ -210,7 +211,7 @@ TEST_F(BackupWindow, NamesTheKindOfBackup) {
   const std::pair<std::uint8_t, const wchar_t*> kinds[] = {
       {kManual, L" Copia de Seguridad Manual"}, {kScheduled, L" Copia de Seguridad Programada"}, {7, L""}};
   for (const auto& [kind, text] : kinds) {
-    state_.BackupKind = kind;
+    session_.BackupKind = kind;
     fs::remove(target());
     show([&, expected = text](HWND form) {
       ASSERT_TRUE(finished(form));
@@ -223,13 +224,13 @@ TEST_F(BackupWindow, NamesTheKindOfBackup) {
 TEST_F(BackupWindow, ClosesByItselfAfterASuccessWhenTheHostWantsIt) {
   settings_.write(L"Cerrar", std::int16_t{1});
   show([](HWND) {});
-  EXPECT_TRUE(state_.finished);
+  EXPECT_TRUE(session_.finished);
   EXPECT_EQ(1, slow::runs);
 }
 
 TEST_F(BackupWindow, StaysOpenAfterAManualBackup) {
   settings_.write(L"Cerrar", std::int16_t{1});
-  state_.BackupKind = kManual;
+  session_.BackupKind = kManual;
   show([](HWND form) {
     ASSERT_TRUE(finished(form));
     std::this_thread::sleep_for(300ms);
@@ -287,15 +288,15 @@ TEST_F(BackupWindow, TheOtherWindowsOfTheHostCannotBeUsedMeanwhile) {
 TEST_F(BackupWindow, WorksOnTheValuesOfItsStart) {
   makeFiles(2);
   slow::afterFirstFile = [this] {
-    state_.title = L"Otro";
-    state_.BackupKind = kManual;
-    state_.settingsKey = L"Software\\QevBackupOtra";
+    host_.title = L"Otro";
+    session_.BackupKind = kManual;
+    host_.settingsKey = L"Software\\QevBackupOtra";
   };
   show([](HWND form) {
     ASSERT_TRUE(finished(form));
     click(form, FBackup_BAceptar);
   });
-  state_.settingsKey = kKey;
+  host_.settingsKey = kKey;
   EXPECT_EQ(Value(std::wstring(L"Ultima copia de seguridad realizada correctamente")), settings_.read(L"Estado"));
   std::ifstream set(fs::path(target()), std::ios::binary);
   std::string header;
@@ -335,11 +336,11 @@ TEST_F(BackupWindow, ACloseAskedForInTheMiddleTakesEffectWhenTheRunHasEnded) {
     ASSERT_TRUE(waitFor([] { return slow::runs > 0; }));
     PostMessageW(form, WM_SYSCOMMAND, SC_CLOSE, 0);
     std::this_thread::sleep_for(300ms);
-    openAtEnd = IsWindow(form) && !state_.finished;
+    openAtEnd = IsWindow(form) && !session_.finished;
     slow::held = false;
   });
   EXPECT_TRUE(openAtEnd);
-  EXPECT_TRUE(state_.finished);
+  EXPECT_TRUE(session_.finished);
   EXPECT_TRUE(fs::exists(target())) << "the run was not cut short";
 }
 
@@ -348,7 +349,7 @@ TEST_F(BackupWindow, ClosingItAnyOtherWaySetsTheFinishedFlag) {
     ASSERT_TRUE(finished(form));
     press(form, VK_ESCAPE);
   });
-  EXPECT_TRUE(state_.finished);
+  EXPECT_TRUE(session_.finished);
 }
 
 TEST_F(BackupWindow, CannotBeShownTwiceAtOnce) {
@@ -356,7 +357,7 @@ TEST_F(BackupWindow, CannotBeShownTwiceAtOnce) {
   std::int32_t number = 0;
   slow::afterFirstFile = [&] {
     try {
-      FBackup(systemPlatform(), state_, slow::load).showModal();
+      FBackup(systemPlatform(), host_, session_, slow::load).showModal();
     } catch (const AutomationError& error) {
       number = error.number();
     }
@@ -383,7 +384,7 @@ TEST_F(BackupWindow, ANoToTheReplaceQuestionClosesItAndRecordsNothing) {
     saveScreenshot(form, L"FBackup-reemplazar");
     click(question, IDNO);
   });
-  EXPECT_TRUE(state_.finished);
+  EXPECT_TRUE(session_.finished);
   EXPECT_EQ(0, slow::runs);
   EXPECT_EQ(Value(Empty{}), settings_.read(L"Estado"));
   std::ifstream kept{fs::path(target())};

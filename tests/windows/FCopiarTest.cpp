@@ -54,10 +54,10 @@ class ManualBackup : public testing::Test, public Hands {
     fs::create_directories(root_ / L"Datos" / L"Emp01");
     fs::create_directories(root_ / L"Copias");
     std::ofstream(root_ / L"Datos" / L"Emp01" / L"clientes.txt") << "Ibáñez";
-    state_.title = kTitle;
-    state_.settingsKey = L"Software\\Gestion";
-    state_.dataFolder = (root_ / L"Datos" / L"Emp01").wstring() + L"\\";
-    state_.BackupKind = kScheduled;
+    host_.title = kTitle;
+    host_.settingsKey = L"Software\\Gestion";
+    host_.dataFolder = (root_ / L"Datos" / L"Emp01").wstring() + L"\\";
+    session_.BackupKind = kScheduled;
     fake_.clock.time = systemPlatform().clock.now();
   }
 
@@ -70,7 +70,7 @@ class ManualBackup : public testing::Test, public Hands {
   void run(const std::function<void(HWND form)>& user) { runOn(platform_, user); }
 
   void runOn(Platform& platform, const std::function<void(HWND form)>& user) {
-    const auto show = [&] { FCopiar(platform, state_).run(); };
+    const auto show = [&] { FCopiar(platform, host_, session_).run(); };
     use(kCaption, FCopiar_TDestino, show, [&](HWND form) {
       toFront(form);
       user(form);
@@ -113,8 +113,8 @@ class ManualBackup : public testing::Test, public Hands {
       target = textOf(window, FBackup_TDestino);
     });
     EXPECT_EQ(L" " + folder + name + L".qev", target);
-    EXPECT_TRUE(state_.accepted);
-    EXPECT_TRUE(state_.finished);
+    EXPECT_TRUE(session_.accepted);
+    EXPECT_TRUE(session_.finished);
     return result;
   }
 
@@ -130,7 +130,8 @@ class ManualBackup : public testing::Test, public Hands {
   CountedMessages messages_{fake_.messages};
   Platform& system_ = systemPlatform();
   Platform platform_ = with(system_, fake_.registry, messages_, fake_.sound, fake_.folderChooser);
-  LibraryState state_;
+  HostSettings host_;
+  FormSession session_;
   fs::path root_;
 };
 
@@ -224,9 +225,9 @@ TEST_F(ManualBackup, BothFieldsEmptyShowsTheFolderMessageOnly) {
     click(form, FCopiar_BCopiar);
     EXPECT_TRUE(told(1));
     EXPECT_TRUE(IsWindow(form));
-    EXPECT_EQ(kManual, state_.BackupKind) << "set before any check";
-    EXPECT_FALSE(state_.accepted);
-    EXPECT_FALSE(state_.finished);
+    EXPECT_EQ(kManual, session_.BackupKind) << "set before any check";
+    EXPECT_FALSE(session_.accepted);
+    EXPECT_FALSE(session_.finished);
     click(form, FCopiar_BCancelar);
   });
   EXPECT_THAT(fake_.messages.shown,
@@ -286,13 +287,13 @@ TEST_F(ManualBackup, AFolderWithoutItsBackslashIsJoinedAsItStands) {
 TEST_F(ManualBackup, GoingAheadSetsAceptarAtOnceAndTerminadoWhenTheBackupWindowCloses) {
   bool accepted = false, finished = true;
   copy(copias(), L"Lunes", [&](HWND) {
-    accepted = state_.accepted;
-    finished = state_.finished;
+    accepted = session_.accepted;
+    finished = session_.finished;
   });
   EXPECT_TRUE(accepted);
   EXPECT_FALSE(finished);
-  EXPECT_TRUE(state_.accepted);
-  EXPECT_TRUE(state_.finished);
+  EXPECT_TRUE(session_.accepted);
+  EXPECT_TRUE(session_.finished);
 }
 
 TEST_F(ManualBackup, TheKeyboardAloneIsEnough) {
@@ -343,15 +344,15 @@ struct Leaving {
 class Cancelling : public ManualBackup, public testing::WithParamInterface<Leaving> {};
 
 TEST_P(Cancelling, SaysNotAcceptedAndFinished) {
-  state_.accepted = true;  // of an earlier dialog
+  session_.accepted = true;  // of an earlier dialog
   run([](HWND form) {
     enter(form, FCopiar_TNArchivo, L"Lunes");
     GetParam().act(form);
     EXPECT_TRUE(closed(form));
   });
-  EXPECT_FALSE(state_.accepted);
-  EXPECT_TRUE(state_.finished);
-  EXPECT_EQ(kScheduled, state_.BackupKind) << "only BCopiar sets it";
+  EXPECT_FALSE(session_.accepted);
+  EXPECT_TRUE(session_.finished);
+  EXPECT_EQ(kScheduled, session_.BackupKind) << "only BCopiar sets it";
   EXPECT_THAT(sets(), IsEmpty());
 }
 
@@ -378,7 +379,7 @@ TEST_F(ManualBackup, EscInAFieldFirstTakesBackWhatWasTyped) {
     press(form, VK_ESCAPE);
     EXPECT_TRUE(closed(form));
   });
-  EXPECT_TRUE(state_.finished);
+  EXPECT_TRUE(session_.finished);
 }
 
 TEST_F(ManualBackup, ANameThatNoFileMayHoldFailsInTheBackupWindow) {
@@ -420,20 +421,20 @@ TEST_F(ManualBackup, ASetOfThatNameIsReplacedOnlyWhenTheUserAgrees) {
   ASSERT_THAT(fake_.messages.shown, SizeIs(1));
   EXPECT_EQ(L"El nombre del archivo seleccionado ya existe, ¿Desea reemplazarlo?", fake_.messages.shown[0].text);
   EXPECT_EQ("de ayer", contentOf(root_ / L"Copias" / L"Lunes.qev"));
-  EXPECT_TRUE(state_.accepted);
-  EXPECT_TRUE(state_.finished);
+  EXPECT_TRUE(session_.accepted);
+  EXPECT_TRUE(session_.finished);
 }
 
 TEST_F(ManualBackup, CannotBeShownWhileAFormIsOpen) {
   std::int32_t number = 0;
-  state_.formsShown.insert(L"FBACKUP");
+  session_.formsShown.insert(L"FBACKUP");
   try {
-    FCopiar(platform_, state_).run();
+    FCopiar(platform_, host_, session_).run();
   } catch (const AutomationError& error) {
     number = error.number();
   }
   EXPECT_EQ(400, number);
-  EXPECT_FALSE(state_.finished);
+  EXPECT_FALSE(session_.finished);
 }
 
 TEST_F(ManualBackup, ShowsEachMessageOverItself) {

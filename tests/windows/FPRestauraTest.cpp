@@ -3,6 +3,7 @@
 
 #include <commctrl.h>
 
+#include "set/Volumes.h"
 #include "support/ScriptedEngine.h"
 #include "support/SlowToShow.h"
 #include "support/SmallDisk.h"
@@ -379,7 +380,7 @@ TEST_F(RestoreFromDisks, DisksWithoutHeadersDrawTheWrongDiskPromptEachAndAreRest
   for (std::size_t i = 0; i < content.size(); ++i) content[i] = static_cast<char>(i * 2654435761u >> 13);
   zip_ = zipOf({storedEntry("0.bin", content)});
   for (int i = 0; i < 3; ++i) {
-    putDisk(i + 1, zip_.substr(SetFormat::kVolumeBytes * static_cast<std::size_t>(i), SetFormat::kVolumeBytes));
+    putDisk(i + 1, zip_.substr(kVolumeBytes * static_cast<std::size_t>(i), kVolumeBytes));
   }
   whenAsked();
   fake_.messages.willAnswer({Answer::Yes, Answer::Ok, Answer::Ok, Answer::Ok, Answer::Ok, Answer::Ok, Answer::Ok});
@@ -629,8 +630,8 @@ TEST_F(RestoreWindow, WorksOnTheValuesOfItsStart) {
   const std::wstring set = putSet(header() + archive());
   fake_.messages.willAnswer({Answer::Yes});
   loadEngine_ = [this] {
-    state_.title = L"Otro";
-    state_.dataFolder = L"Q:\\";
+    host_.title = L"Otro";
+    host_.dataFolder = L"Q:\\";
     return loadUnzipEngine();
   };
   run([&](HWND form) {

@@ -253,14 +253,14 @@ TEST_F(RestoreDialog, IsHiddenDuringTheRunAndClosedByItsResult) {
     click(form, FRestaurar_BRestaurar);
     const HWND window = ended();
     hidden = !IsWindowVisible(form);
-    finishedBefore = state_.finished;
+    finishedBefore = session_.finished;
     click(window, FPRestaura_BAceptar);
     EXPECT_TRUE(closed(form));
   });
   EXPECT_TRUE(hidden);
   EXPECT_FALSE(finishedBefore);
-  EXPECT_TRUE(state_.finished);
-  EXPECT_FALSE(state_.accepted) << "that is of the dialog for backups by hand";
+  EXPECT_TRUE(session_.finished);
+  EXPECT_FALSE(session_.accepted) << "that is of the dialog for backups by hand";
 }
 
 TEST_F(RestoreDialog, TheHostsWindowCannotBeUsedUntilTheEndAndIsActiveThen) {
@@ -313,8 +313,8 @@ TEST_P(LeavingRestore, SaysFinished) {
     GetParam().act(form);
     EXPECT_TRUE(closed(form));
   });
-  EXPECT_TRUE(state_.finished);
-  EXPECT_FALSE(state_.accepted);
+  EXPECT_TRUE(session_.finished);
+  EXPECT_FALSE(session_.accepted);
 }
 
 INSTANTIATE_TEST_SUITE_P(

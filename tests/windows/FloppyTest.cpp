@@ -88,10 +88,9 @@ class Floppy : public testing::Test {
     changer_.takeDiskOut();
     changer_.names.clear();
     changer_.disks.clear();
-    state_.title = L"Gestion";
-    state_.settingsKey = kKey;
-    state_.BackupKind = kScheduled;
-    state_.dataFolder = L"C:\\QevFloppy\\Datos\\Emp01\\";
+    host_.title = L"Gestion";
+    host_.settingsKey = kKey;
+    host_.dataFolder = L"C:\\QevFloppy\\Datos\\Emp01\\";
     removeWorkFiles();
   }
 
@@ -108,15 +107,15 @@ class Floppy : public testing::Test {
 
   void run(std::size_t archiveSize) {
     fixed::size = archiveSize;
-    BackupRun(platform_, state_, settings_, view_, fixed::load).HacerCopia(L"A:\\Backup21-11-26.qev");
+    BackupRun(platform_, host_, kScheduled, settings_, view_, fixed::load).HacerCopia(L"A:\\Backup21-11-26.qev");
     changer_.takeDiskOut();
   }
 
   Platform& system_ = systemPlatform();
   DiskChanger changer_;
   Platform platform_ = with(system_, changer_);
-  LibraryState state_;
-  SettingsStore settings_{system_.registry, state_.settingsKey};
+  HostSettings host_;
+  SettingsStore settings_{system_.registry, host_.settingsKey};
   RecordingView view_;
 };
 
@@ -154,7 +153,7 @@ TEST_F(Floppy, ADiskThatIsNotEmptyIsRefusedUntilAnotherIsInserted) {
 }
 
 TEST_F(Floppy, AFormattedDiskReportsItsFreeBytes) {
-  DiskCopy disks(platform_, state_, nullptr, nullptr);
+  DiskCopy disks(platform_, host_.title, nullptr, nullptr);
   EXPECT_GE(disks.freeBytes(L"A:"), 1'440'001);
   EXPECT_LT(disks.freeBytes(L"A:"), 1'500'000);
 }

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "backup/HacerCopia.h"
-#include "backup/SetFormat.h"
 #include "platform/Handle.h"
 #include "restore/RestaurarCopia.h"
+#include "set/SetFile.h"
 #include "support/FakePlatform.h"
 #include "support/RecordingView.h"
 #include "support/TemporaryFolder.h"
@@ -91,9 +91,9 @@ class Host {
  public:
   explicit Host(const std::wstring& folder) : folder_(folder) {
     fake_.workFolder.folder = folder + L"\\trabajo";
-    state_.title = kTitle;
-    state_.settingsKey = kKey;
-    state_.dataFolder = folder + L"\\programa\\Datos\\Emp01\\";
+    host_.title = kTitle;
+    host_.settingsKey = kKey;
+    host_.dataFolder = folder + L"\\programa\\Datos\\Emp01\\";
   }
 
   std::wstring set() const { return folder_ + L"\\copias\\copia.qev"; }
@@ -104,26 +104,21 @@ class Host {
     choice.Archivo = set();
     choice.Destino = folder_ + L"\\destino";
     choice.originalLocation = false;
-    return RestoreRun(platform_, state_, view, choice).RestaurarCopia();
+    return RestoreRun(platform_, host_, view, choice).RestaurarCopia();
   }
 
   // In safe mode, over a set that is there. Answers what the window said if it has failed.
   std::wstring backUp(const Brake& brake = {}) {
     fake_.registry.put(kKey, L"Verificar", std::int32_t{1});
     fake_.messages.willAnswer({Answer::Yes});
-    state_.BackupKind = kManual;
-    SettingsStore settings(fake_.registry, state_.settingsKey);
+    SettingsStore settings(fake_.registry, host_.settingsKey);
     BackupView view(brake);
-    BackupRun(platform_, state_, settings, view).HacerCopia(set());
+    BackupRun(platform_, host_, kManual, settings, view).HacerCopia(set());
     return view.succeeded ? L"" : L"failed: " + view.failure;
   }
 
   // What a check of the set finds.
-  CurrentSet checked() {
-    state_.currentSet = {};
-    EXPECT_TRUE(SetFormat(platform_, state_).checkSet(set()).matches);
-    return state_.currentSet;
-  }
+  std::optional<SetHeader> checked() { return checkSet(platform_, set(), kTitle).header; }
 
   FakeMessages& messages() { return fake_.messages; }
 
@@ -131,7 +126,7 @@ class Host {
   const std::wstring folder_;
   FakePlatform fake_;
   Platform platform_ = with(systemPlatform(), fake_.registry, fake_.messages, fake_.workFolder, fake_.sound);
-  LibraryState state_;
+  HostSettings host_;
 };
 
 // The other process: this program again, with this test alone.
@@ -191,12 +186,7 @@ class KilledRestore : public testing::Test {
   void expectWholeSet() {
     EXPECT_TRUE(folder_.bytes(L"copias\\copia.qev") == set_);
     EXPECT_THAT(folder_.list(L"copias"), ElementsAre(L"copia.qev"));
-    const CurrentSet found = host_.checked();
-    EXPECT_EQ(kTitle, found.program);
-    EXPECT_EQ(moment(2026, 11, 16), found.creationDate);
-    EXPECT_EQ(1, found.totalVolumes);
-    EXPECT_EQ(1, found.volumeNumber);
-    EXPECT_EQ(L"C:", found.directory);
+    EXPECT_EQ((SetHeader{kTitle, moment(2026, 11, 16), 1, 1, L"C:"}), host_.checked());
   }
 
   void expectTheNextRestoreSucceeds() {

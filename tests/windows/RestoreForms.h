@@ -14,7 +14,6 @@
 #include <thread>
 #include <vector>
 
-#include "backup/SetFormat.h"
 #include "platform/Handle.h"
 #include "platform/LocaleWindows.h"
 #include "resources/resource.h"
@@ -40,9 +39,9 @@ class RestoreForms : public testing::Test, public Hands {
 
   void SetUp() override {
     SetThreadDpiAwarenessContext(DPI_AWARENESS_CONTEXT_SYSTEM_AWARE);  // at the scale of the system, whatever it is
-    state_.title = kTitle;
-    state_.settingsKey = kKey;
-    state_.dataFolder = folder_ / L"Datos\\Emp01\\";
+    host_.title = kTitle;
+    host_.settingsKey = kKey;
+    host_.dataFolder = folder_ / L"Datos\\Emp01\\";
     emptyWorkFolder();
   }
 
@@ -75,7 +74,7 @@ class RestoreForms : public testing::Test, public Hands {
   void run(const std::function<void(HWND form)>& user) { runOn(platform_, user); }
 
   void runOn(Platform& platform, const std::function<void(HWND form)>& user) {
-    const auto show = [&] { FRestaurar(platform, state_, loadEngine_).showModal(); };
+    const auto show = [&] { FRestaurar(platform, host_, session_, loadEngine_).showModal(); };
     use(kCaption, FRestaurar_TNombre, show, [&](HWND form) {
       toFront(form);
       user(form);
@@ -175,7 +174,8 @@ class RestoreForms : public testing::Test, public Hands {
   DiskDrive files_{system_.files};
   Platform platform_ = with(system_, fake_.registry, files_, messages_, fake_.sound, fake_.folderChooser,
                             fake_.textPrompt, fake_.fileChooser);
-  LibraryState state_;
+  HostSettings host_;
+  FormSession session_;
   CUnzipFiles::EngineLoader loadEngine_ = loadUnzipEngine;
 };
 

@@ -61,7 +61,7 @@ class RoundTrip : public RestoreForms {
   void SetUp() override {
     if (!drive_.isThere()) GTEST_SKIP() << "no drive R:";
     RestoreForms::SetUp();
-    state_.dataFolder = L"R:\\Datos\\Emp01\\";
+    host_.dataFolder = L"R:\\Datos\\Emp01\\";
     put(L"Datos\\Emp01\\clientes.db", std::string(70'000, 'c') + "Ibáñez");
     put(L"Datos\\Emp01\\vacio.txt", "");
     put(L"Datos\\Emp01\\Año 2026\\Facturas de enero.db", noise(150'000, 1));
@@ -97,10 +97,9 @@ class RoundTrip : public RestoreForms {
 
   // A backup run to `path`.
   void backUp(const std::wstring& path) {
-    SettingsStore settings(fake_.registry, state_.settingsKey);
+    SettingsStore settings(fake_.registry, host_.settingsKey);
     RecordingView view;
-    state_.BackupKind = kManual;
-    BackupRun(platform_, state_, settings, view).HacerCopia(path);
+    BackupRun(platform_, host_, kManual, settings, view).HacerCopia(path);
     ASSERT_TRUE(view.succeeded) << std::string(view.failure.begin(), view.failure.end());
   }
 
@@ -176,15 +175,14 @@ class RoundTripOverDisks : public RoundTrip {
     };
     fake_.messages.willAnswer({Answer::Ok, Answer::Ok, Answer::Ok});
     Platform withDrive = with(platform_, fake_.drives);
-    SettingsStore settings(fake_.registry, state_.settingsKey);
+    SettingsStore settings(fake_.registry, host_.settingsKey);
     RecordingView view;
-    BackupRun(withDrive, state_, settings, view).HacerCopia(L"A:\\Backup16-11-26.qev");
+    BackupRun(withDrive, host_, kManual, settings, view).HacerCopia(L"A:\\Backup16-11-26.qev");
     ASSERT_TRUE(view.succeeded);
     ASSERT_EQ(3, written);
     fake_.messages.shown.clear();
     messages_.forget();
     emptyWorkFolder();
-    state_.currentSet = {};  // another day, another process
     damage();
     insert(1);
   }

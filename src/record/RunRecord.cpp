@@ -1,4 +1,4 @@
-#include "backup/RunRecord.h"
+#include "record/RunRecord.h"
 
 #include <algorithm>
 

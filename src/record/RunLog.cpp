@@ -1,4 +1,4 @@
-#include "backup/RunLog.h"
+#include "record/RunLog.h"
 
 #include <cstdint>
 #include <span>

@@ -1,6 +1,6 @@
 // The log on a real disk: two processes at once, a folder that cannot be written, a full disk, and what a run leaves
 // in it.
-#include "backup/RunLog.h"
+#include "record/RunLog.h"
 
 #include <gmock/gmock.h>
 
@@ -246,10 +246,9 @@ TEST_F(RunLogTest, AProcessThatKeepsTheLockCostsARecordAndAFewSecondsNoMore) {
 class LoggedRun : public RunLogTest {
  protected:
   LoggedRun() {
-    state_.title = L"Gestion";
-    state_.settingsKey = L"Software\\Gestion";
-    state_.BackupKind = kAutomatic;
-    state_.dataFolder = folder_ / L"Prog\\Datos\\Emp01\\";
+    host_.title = L"Gestion";
+    host_.settingsKey = L"Software\\Gestion";
+    host_.dataFolder = folder_ / L"Prog\\Datos\\Emp01\\";
     folder_.write(L"Prog\\Datos\\Emp01\\clientes.db", std::string(100'000, 'c'));
     folder_.write(L"Prog\\Datos\\Emp01\\A\u00f1o\\facturas.db", std::string(50'000, 'f'));
     folder_.write(L"Prog\\Util.mde", "utilidades");
@@ -258,11 +257,11 @@ class LoggedRun : public RunLogTest {
     useFolder(folder_ / L"trabajo");
   }
 
-  void run() { BackupRun(platform_, state_, settings_, view_).HacerCopia(folder_ / L"copia.qev"); }
+  void run() { BackupRun(platform_, host_, kAutomatic, settings_, view_).HacerCopia(folder_ / L"copia.qev"); }
   std::string runLog() const { return folder_.bytes(L"trabajo\\registro.log"); }
 
-  LibraryState state_;
-  SettingsStore settings_{fake_.registry, state_.settingsKey};
+  HostSettings host_;
+  SettingsStore settings_{fake_.registry, host_.settingsKey};
   RecordingView view_;
 };
 
@@ -281,7 +280,7 @@ TEST_F(LoggedRun, ASuccessIsRecordedWithItsFilesAndBytes) {
 }
 
 TEST_F(LoggedRun, AFileThatAnotherProgramHasOpenIsASuccessForTheWindowAndTroubleInTheLog) {
-  const auto held = validHandle<UniqueFile>(CreateFileW((state_.dataFolder + L"clientes.db").c_str(), GENERIC_READ, 0,
+  const auto held = validHandle<UniqueFile>(CreateFileW((host_.dataFolder + L"clientes.db").c_str(), GENERIC_READ, 0,
                                                         nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
   ASSERT_TRUE(held);
   run();
@@ -293,7 +292,7 @@ TEST_F(LoggedRun, AFileThatAnotherProgramHasOpenIsASuccessForTheWindowAndTrouble
 }
 
 TEST_F(LoggedRun, AFailureIsRecordedWithItsErrorAndTheTextThatWasShown) {
-  BackupRun(platform_, state_, settings_, view_).HacerCopia(folder_ / L"no est\u00e1\\copia.qev");
+  BackupRun(platform_, host_, kAutomatic, settings_, view_).HacerCopia(folder_ / L"no est\u00e1\\copia.qev");
   ASSERT_FALSE(view_.succeeded);
   EXPECT_THAT(runLog(), HasSubstr("  Resultado: con errores\r\n"));
   EXPECT_THAT(runLog(), HasSubstr("\r\n  Error: 53-"));
@@ -312,7 +311,7 @@ TEST_F(LoggedRun, WhateverKeepsTheLogFromBeingWrittenTheRunIsASuccess) {
   run();
   EXPECT_TRUE(view_.succeeded);
   EXPECT_EQ(Value(std::wstring(L"Ultima copia de seguridad realizada correctamente")),
-            fake_.registry.read(state_.settingsKey, L"Estado", kLocalMachine));
+            fake_.registry.read(host_.settingsKey, L"Estado", kLocalMachine));
 }
 
 }  // namespace

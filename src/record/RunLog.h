@@ -1,10 +1,10 @@
-// Writes the record of the runs (backup/RunRecord.h tells its format): registro.log in the work folder.
+// Writes the record of the runs (record/RunRecord.h tells its format): registro.log in the work folder.
 #pragma once
 
 #include <string>
 
-#include "backup/RunRecord.h"
 #include "platform/Platform.h"
+#include "record/RunRecord.h"
 
 namespace qev {
 

@@ -1,5 +1,5 @@
 // The block of a run, and how the log keeps to its size.
-#include "backup/RunRecord.h"
+#include "record/RunRecord.h"
 
 #include <gmock/gmock.h>
 

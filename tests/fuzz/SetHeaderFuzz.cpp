@@ -1,9 +1,9 @@
 // The header of a backup set: any bytes as a set file.
-#include "backup/SetFormat.h"
-
 #include <cmath>
 
 #include "fuzz/Fuzz.h"
+#include "set/SetFile.h"
+#include "set/Volumes.h"
 #include "support/FakePlatform.h"
 #include "support/MemoryPeak.h"
 
@@ -17,23 +17,30 @@ constexpr std::size_t kLongRun = 3u << 20;
 const std::wstring kTitle = L"Gestion";
 const std::wstring kCopy = L"C:\\Trabajo\\temp\\copia.zip";
 const std::wstring kPayload = L"C:\\Trabajo\\temp\\payload.zip";
-const CurrentSet kUntouched{L"nadie", Date{7}, 77, 7, L"Z:"};
+const SpanishLocale kLocale{};
 
-bool operator==(const CurrentSet& a, const CurrentSet& b) {
-  return a.program == b.program && a.creationDate == b.creationDate && a.totalVolumes == b.totalVolumes &&
-         a.volumeNumber == b.volumeNumber && a.directory == b.directory;
-}
+// The bytes of an input as a file.
+class BytesReader : public FileReader {
+ public:
+  explicit BytesReader(std::string_view bytes) : content_(bytes) {}
+  std::size_t read(std::span<std::byte> buffer) override {
+    const std::size_t got = content_.read(position_, buffer);
+    position_ += got;
+    return got;
+  }
+  std::uint64_t size() const override { return content_.size(); }
+  void seek(std::uint64_t position) override { position_ = position; }
+
+ private:
+  FileContent content_;
+  std::uint64_t position_ = 0;
+};
 
 // A set file in memory and what looks at it.
 struct Sandbox {
-  explicit Sandbox(std::string_view bytes) {
-    state.title = kTitle;
-    state.currentSet = kUntouched;
-    fake.files.put(kCopy, bytes);
-  }
+  explicit Sandbox(std::string_view bytes) { fake.files.put(kCopy, bytes); }
 
-  const CurrentSet& set() const { return state.currentSet; }
-  bool untouched() const { return state.currentSet == kUntouched; }
+  Platform& platform() { return fake.platform(); }
   std::string bytes() const { return fake.files.bytes(kCopy); }
   bool tidy() const {
     return fake.files.openReaders() == 0 && fake.files.openReplacements() == 0 &&
@@ -41,8 +48,6 @@ struct Sandbox {
   }
 
   FakePlatform fake;
-  LibraryState state;
-  SetFormat format{fake.platform(), state};
 };
 
 std::vector<std::wstring> fieldsOf(const std::wstring& line) {
@@ -66,7 +71,7 @@ std::wstring firstItem(std::string_view bytes) {
   bytes.remove_prefix(first);
   const bool quoted = bytes[0] == '"';
   if (quoted) bytes.remove_prefix(1);
-  return SpanishLocale().textFromAnsi(bytes.substr(0, bytes.find_first_of(quoted ? "\"" : ",\r\n")));
+  return kLocale.textFromAnsi(bytes.substr(0, bytes.find_first_of(quoted ? "\"" : ",\r\n")));
 }
 
 bool isParseError(std::int32_t number) {
@@ -74,95 +79,100 @@ bool isParseError(std::int32_t number) {
 }
 
 // What a line that was taken says, read another way.
-void requireValuesOf(const std::wstring& line, const CurrentSet& set) {
-  const SpanishLocale locale;
+void requireValuesOf(const std::wstring& line, const SetHeader& header) {
   const auto fields = fieldsOf(line);
   require(fields.size() >= 5, "a header that is taken has five fields");
-  require(set.program == from(fields[0], 12), "the title begins at character 12");
-  require(set.creationDate == locale.dateFromText(from(fields[1], 17)), "the date begins at character 17");
-  require(set.totalVolumes == locale.toInt16(from(fields[2], 21)), "the total begins at character 21");
-  require(set.volumeNumber == locale.toInt16(from(fields[3], 20)), "the number begins at character 20");
-  require(set.directory == from(fields[4], 14), "the directory begins at character 14");
-  require(errorOf([&] { calendarDay(set.creationDate); }) == 0, "the date lies in the calendar");
+  require(header.program == from(fields[0], 12), "the title begins at character 12");
+  require(header.creationDate == kLocale.dateFromText(from(fields[1], 17)), "the date begins at character 17");
+  require(header.totalVolumes == kLocale.toInt16(from(fields[2], 21)), "the total begins at character 21");
+  require(header.volumeNumber == kLocale.toInt16(from(fields[3], 20)), "the number begins at character 20");
+  require(header.directory == from(fields[4], 14), "the directory begins at character 14");
+  require(errorOf([&] { calendarDay(header.creationDate); }) == 0, "the date lies in the calendar");
 }
 
 // Written again and read again a header keeps its values; day and month change places, and the second time back.
-void requireRoundTrip(const CurrentSet& set) {
-  Sandbox again("");
-  again.state.title = set.program;
-  Date date = set.creationDate;
-  for (int turn = 0; turn < 2; ++turn) {
-    again.format.parseHeader(again.format.headerLine(date, set.totalVolumes, set.volumeNumber, set.directory));
-    date = again.set().creationDate;
-  }
-  require(again.set() == CurrentSet{set.program, Date{std::trunc(set.creationDate.days)}, set.totalVolumes,
-                                    set.volumeNumber, set.directory},
-          "a header that is written reads back");
+void requireRoundTrip(SetHeader header) {
+  SetHeader again = header;
+  for (int turn = 0; turn < 2; ++turn) again = SetHeader::parse(again.line(kLocale), kLocale);
+  header.creationDate.days = std::trunc(header.creationDate.days);
+  require(again == header, "a header that is written reads back");
 }
 
 void tryCheck(std::string_view bytes) {
-  Sandbox box(bytes);
   const std::wstring item = firstItem(bytes);
   SetCheck check;
-  const std::int32_t error = errorOf([&] { check = box.format.checkSet(kCopy); });
+  const std::int32_t error = errorOf([&] {
+    BytesReader reader(bytes);
+    check = checkSet(reader, kTitle, kLocale);
+  });
   const bool ours = !item.empty() && from(fieldsOf(item)[0], 12) == kTitle;
   require(error == 0 || (ours && isParseError(error)), "only a header with the host's title can fail to be read");
-  require(error != 0 || check.matches == ours, "a set is told by its title");
-  require(check.matches || box.untouched(), "what is no set, or a broken one, leaves the current set alone");
-  if (check.matches) requireValuesOf(item, box.set());
-  require(box.tidy() && box.bytes() == bytes, "a check only reads");
+  require(error != 0 || check.header.has_value() == ours, "a set is told by its title");
+  if (check.header) requireValuesOf(item, *check.header);
+}
+
+// The header that an action answers, or the number of the error that it ends in.
+struct Outcome {
+  std::int32_t error = 0;
+  std::optional<SetHeader> header;
+  bool operator==(const Outcome&) const = default;
+};
+
+template <typename Action>
+Outcome outcomeOf(const Action& action) {
+  Outcome outcome;
+  outcome.error = errorOf([&] { outcome.header = action(); });
+  return outcome;
+}
+
+Outcome parsed(const std::wstring& line) {
+  return outcomeOf([&] { return SetHeader::parse(line, kLocale); });
 }
 
 void tryLine(const std::wstring& line) {
-  Sandbox box("");
-  const std::int32_t error = errorOf([&] { box.format.parseHeader(line); });
+  const auto [error, header] = parsed(line);
   require(error == 0 || isParseError(error), "a line is taken or refused with 9, 13 or 6");
-  require(error == 0 || box.untouched(), "a refused line leaves the current set alone");
-  if (error != 0) return;
-  requireValuesOf(line, box.set());
-  requireRoundTrip(box.set());
+  if (!header) return;
+  requireValuesOf(line, *header);
+  requireRoundTrip(*header);
 }
 
 // The two ways to the payload: off the file itself, and into another file.
-void tryPayload(std::string_view bytes, std::string_view payload, std::int32_t expected) {
+void tryPayload(std::string_view bytes, std::string_view payload, const Outcome& expected) {
   Sandbox strip(bytes);
-  const std::int32_t stripError = errorOf([&] { strip.format.stripHeader(kCopy, true); });
-  require(stripError == expected, "the header of a file is read as its line is");
-  require(strip.bytes() == (expected == 0 ? payload : bytes), "a header comes off, or the file stays as it was");
-  require(strip.tidy(), "nothing stays open");
+  stripHeader(strip.platform(), kCopy);
+  require(strip.bytes() == payload && strip.tidy(), "a first line comes off, whatever it is");
 
   Sandbox extract(bytes);
-  const std::int32_t extractError = errorOf([&] { extract.format.extractPayload(kCopy, kPayload); });
-  require(extractError == expected, "an extraction reads the header as a strip does");
+  require(outcomeOf([&] { return extractPayload(extract.platform(), kCopy, kPayload); }) == expected,
+          "the header of a file is read as its line is");
   require(extract.bytes() == bytes && extract.tidy(), "an extraction leaves the set alone");
-  require(extract.fake.files.bytes(kPayload) == (expected == 0 ? payload : "<none>"),
+  require(extract.fake.files.bytes(kPayload) == (expected.header ? payload : "<none>"),
           "it gives the payload or nothing");
-  require(extract.set() == strip.set() && (expected == 0 || extract.untouched()), "both find the same values");
 }
 
 void tryHeaderBefore(std::string_view bytes) {
   Sandbox box(bytes);
-  box.format.writeHeader(kCopy, Date{46000}, 3, 2, L"C:");
+  writeHeader(box.platform(), kCopy, {kTitle, Date{46000}, 3, 2, L"C:"});
   require(box.bytes().ends_with(bytes), "a header goes before the content");
-  require(box.format.checkSet(kCopy).matches, "what gets a header is a set");
-  box.format.stripHeader(kCopy, true);
-  require(box.bytes() == bytes, "a header that was written comes off again");
-  require(box.set().totalVolumes == 3 && box.set().volumeNumber == 2 && box.set().directory == L"C:",
+  const auto header = checkSet(box.platform(), kCopy, kTitle).header;
+  require(header.has_value(), "what gets a header is a set");
+  require(header->totalVolumes == 3 && header->volumeNumber == 2 && header->directory == L"C:",
           "it gives what was written");
+  stripHeader(box.platform(), kCopy);
+  require(box.bytes() == bytes, "a header that was written comes off again");
 }
 
-void tryVolumes(std::string_view bytes, std::string_view payload, std::int32_t expected) {
+void tryVolumes(std::string_view bytes, std::string_view payload, Outcome expected) {
   Sandbox box(bytes);
   const std::uint64_t pieceSize = payload.size() / 3 + 1;
-  const std::int32_t error = errorOf([&] { box.format.splitIntoVolumes(kCopy, pieceSize); });
-  require(error == expected, "a set is cut where its header is taken");
-  if (expected != 0) require(box.bytes() == bytes && box.untouched(), "what cannot be cut stays as it was");
-  if (expected == 0) {
-    require(box.set().totalVolumes == static_cast<int>((payload.size() + pieceSize - 1) / pieceSize),
-            "the total is the number of pieces");
-    box.format.stripHeader(kCopy, false);
-    require(box.bytes() == payload, "pieces joined give the payload");
-  }
+  const auto pieces = static_cast<std::int16_t>((payload.size() + pieceSize - 1) / pieceSize);
+  if (expected.header) expected.header->totalVolumes = pieces;
+  require(outcomeOf([&] { return splitIntoVolumes(box.platform(), kCopy, pieceSize); }) == expected,
+          "a set is cut where its header is taken, and its total is the number of pieces");
+  if (expected.header) stripHeader(box.platform(), kCopy);
+  require(box.bytes() == (expected.header ? payload : bytes),
+          "pieces joined give the payload; else the file stays as it was");
   require(box.tidy(), "nothing stays open");
 }
 
@@ -173,8 +183,8 @@ void tryLongLine(std::string_view bytes) {
   Sandbox box("");
   box.fake.files.putContent(kCopy, std::move(content));
   const MemoryPeak peak;
-  errorOf([&] { box.format.checkSet(kCopy); });
-  errorOf([&] { box.format.extractPayload(kCopy, kPayload); });
+  errorOf([&] { (void)checkSet(box.platform(), kCopy, kTitle); });
+  errorOf([&] { (void)extractPayload(box.platform(), kCopy, kPayload); });
   require(peak.bytes() < kMostMemory && box.tidy(), "memory does not grow with a file");
 }
 
@@ -215,7 +225,7 @@ std::vector<std::string> seeds() {
 
 void tryInput(std::string_view bytes) {
   const auto lineEnd = bytes.find("\r\n");
-  const std::wstring line = SpanishLocale().textFromAnsi(bytes.substr(0, lineEnd));
+  const std::wstring line = kLocale.textFromAnsi(bytes.substr(0, lineEnd));
   const std::string_view payload = lineEnd == std::string_view::npos ? "" : bytes.substr(lineEnd + 2);
   tryCheck(bytes);
   tryLine(line);
@@ -223,11 +233,10 @@ void tryInput(std::string_view bytes) {
 
   // Every work on the file takes a buffer of one MiB; a share of the inputs is enough for it.
   if (bytes.size() % 16 != 0) return;
-  Sandbox box("");
-  const std::int32_t error = errorOf([&] { box.format.parseHeader(line); });
-  tryPayload(bytes, payload, error);
+  const Outcome expected = parsed(line);
+  tryPayload(bytes, payload, expected);
   tryHeaderBefore(bytes);
-  tryVolumes(bytes, payload, error);
+  tryVolumes(bytes, payload, expected);
   if (bytes.size() % 256 == 0) tryLongLine(bytes);
 }
 

@@ -112,11 +112,19 @@ class SystemEventLoop : public EventLoop {
   }
 };
 
+void WINAPI giveMessages(void*) {
+  SystemEventLoop().yield();
+}
+
 }  // namespace
+
+Patience systemPatience() {
+  return {.giveMessages = giveMessages};
+}
 
 Platform& systemPlatform() {
   static RegistryWindows registry;
-  static FileSystemWindows files;
+  static FileSystemWindows files(systemPatience());
   static SystemClock clock;
   static SystemDrives drives;
   static SystemMessages messages;

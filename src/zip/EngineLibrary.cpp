@@ -2,8 +2,9 @@
 
 #include <cstring>
 
+#include "engine/Vanto6.h"
 #include "platform/AutomationError.h"
-#include "platform/FileSystem.h"
+#include "platform/FileSystemWindows.h"
 #include "platform/Module.h"
 
 namespace qev {
@@ -20,10 +21,19 @@ UniqueModule loadModule(const std::wstring& fileName) {
 }  // namespace
 
 EngineLibrary::EngineLibrary(const std::wstring& fileName) : fileName_(fileName), module_(loadModule(fileName)) {
-  if (module_) return;
   const DWORD error = GetLastError();
+  if (module_) {
+    setPatience(systemPatience());
+    return;
+  }
   const bool missing = error == ERROR_MOD_NOT_FOUND || error == ERROR_FILE_NOT_FOUND;
   throw AutomationError(missing ? kFileNotFound : kCannotLoadLibrary, fileName);
+}
+
+void EngineLibrary::setPatience(const Patience& patience) const {
+  const auto set = reinterpret_cast<void*>(GetProcAddress(module_.get(), "QevSetPatience"));
+  if (!set) return;
+  reinterpret_cast<decltype(&QevSetPatience)>(set)(patience.milliseconds, patience.giveMessages, patience.context);
 }
 
 void* EngineLibrary::address(const char* name) const {

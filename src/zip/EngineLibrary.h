@@ -4,6 +4,7 @@
 #include <string>
 
 #include "platform/Handle.h"
+#include "platform/NewFile.h"
 
 namespace qev {
 
@@ -23,6 +24,10 @@ class EngineLibrary {
   void find(const char* name, Function& call) const {
     call = reinterpret_cast<Function>(address(name));
   }
+
+  // How long the engine's runs wait for places that others hold; the system's patience until this is called. An engine
+  // that cannot be told has its own.
+  void setPatience(const Patience& patience) const;
 
  private:
   void* address(const char* name) const;

@@ -41,6 +41,7 @@ add_library(qev_windows STATIC
   src/platform/FolderChooserWindows.cpp
   src/platform/LocaleWindows.cpp
   src/platform/Module.cpp
+  src/platform/NewFile.cpp
   src/platform/OpenDialog.cpp
   src/platform/RegistryWindows.cpp
   src/platform/SystemPlatform.cpp

@@ -158,6 +158,11 @@ ZPOPT* WINAPI ZpGetOptions(void);
  * declarations use. */
 int WINAPI ZpArchive(int argc, char* zipFileName, char** names);
 
+/* How long each later run waits, in milliseconds and in all, for places that other programs hold: 30,000 until this is
+ * called. Meanwhile it calls `giveMessages`, which may be null, every 50 ms at least. The older generation had no such
+ * function. */
+void WINAPI QevSetPatience(unsigned long milliseconds, void(WINAPI* giveMessages)(void* context), void* context);
+
 #ifdef __cplusplus
 }
 #endif

@@ -24,7 +24,7 @@
  * handles and temporary files of the run are gone, and the next call starts from the same state as the first one.
  *
  * What is written, and where. Each file is complete or not there: it is unpacked in memory, or, from 1 MiB on, into a
- * new file of its folder ("~qevXXXXXXXX.tmp"), and takes its place, and the place of a file of that name, in one step
+ * new file of its folder ("qev...tmp"), and takes its place, and the place of a file of that name, in one step
  * once its length and its CRC-32 are right. If they are not, or the disk fills up, the file that was there stays as it
  * was, the messages say so, and the answer is not UZ_OK; the entries that follow are extracted all the same.
  *
@@ -204,6 +204,11 @@ int WINAPI Wiz_SingleEntryUnzip(int ifnc, char** ifnv, int xfnc, char** xfnv, DC
 
 /* Describes the engine. Answers 0; 1, and leaves the record alone, if its structlen is not 64. */
 int WINAPI UzpVersion2(UZPVER* version);
+
+/* How long each later run waits, in milliseconds and in all, for places that other programs hold: 30,000 until this is
+ * called. Meanwhile it calls `giveMessages`, which may be null, every 50 ms at least. The older generation had no such
+ * function. */
+void WINAPI QevSetPatience(unsigned long milliseconds, void(WINAPI* giveMessages)(void* context), void* context);
 
 #ifdef __cplusplus
 }

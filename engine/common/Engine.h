@@ -11,6 +11,7 @@
 
 #include "EngineMemory.h"
 #include "EngineRun.h"
+#include "platform/NewFile.h"
 
 namespace qev::engine {
 
@@ -91,9 +92,14 @@ bool isTaken();
 // errno for a Windows error code.
 int errnoOf(DWORD error);
 
-// Moves a new file to its place, over the file that is there. A scanner or indexer may hold either for a moment: a few
-// tries over about a second, unless what is in the place is read-only or a folder. Answers false, with the last error
-// set, if it cannot be. MoveFileExW.
-bool moveIntoPlace(const wchar_t* file, const wchar_t* place);
+namespace patience {
+
+// Each run begins with what QevSetPatience has set.
+void begin();
+
+// What is left to this run of the time that it may wait for places that others hold.
+Patience& left();
+
+}  // namespace patience
 
 }  // namespace qev::engine

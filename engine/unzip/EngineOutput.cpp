@@ -19,9 +19,8 @@ size_t used = 0;
 bool isOpen = false;
 unsigned long long declared = 0;  // bytes that the entry says it has
 
-HANDLE file = INVALID_HANDLE_VALUE;  // the new file beside the place, once there is one
-wchar_t temporary[longestPath + 1];  // its path
-bool isFleeting = false;             // it is deleted when it is closed
+constinit NewFile file;                                // beside the place, once there is one
+constinit wchar_t cleanFolder[longestPath + 1] = L"";  // the last that left-overs were removed from
 
 const char* failure = nullptr;  // what could not be done, and why
 DWORD failureError = 0;
@@ -44,49 +43,21 @@ bool fail(const char* what, DWORD error) {
   return false;
 }
 
-bool writeAll(HANDLE handle, const unsigned char* from, size_t size) {
-  while (size > 0) {
-    DWORD written = 0;
-    if (!WriteFile(handle, from, static_cast<DWORD>(size), &written, nullptr)) {
-      return fail("cannot write", GetLastError());
-    }
-    if (written == 0) return fail("cannot write", ERROR_DISK_FULL);
-    from += written;
-    size -= written;
-  }
-  return true;
-}
-
-// Whether the new file is to be deleted when it is closed, by the system too if it ends this process. Where the file's
-// system cannot do that, a killed run leaves the file behind. SetFileInformationByHandle.
-bool deleteWhenClosed(bool isDeleted) {
-  FILE_DISPOSITION_INFO disposition{isDeleted};
-  return SetFileInformationByHandle(file, FileDispositionInfo, &disposition, sizeof disposition);
+// Answers whether `code` is none of an error.
+bool done(DWORD code) {
+  return code == ERROR_SUCCESS || fail("cannot write", code);
 }
 
 bool makeTemporary() {
-  static DWORD serial = GetTickCount() ^ GetCurrentProcessId() << 16;  // others may restore here too
+  const wchar_t* const place = places::current();
   const size_t folder = places::currentFolderLength();
-  if (folder + 16 > longestPath) return fail("cannot create a file", ERROR_FILENAME_EXCED_RANGE);
-  wmemcpy(temporary, places::current(), folder);
-  for (int attempt = 0; attempt < 1000; ++attempt) {
-    _snwprintf(temporary + folder, 17, L"~qev%08lx.tmp", static_cast<unsigned long>(++serial));
-    file = CreateFileW(temporary, GENERIC_WRITE | DELETE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, CREATE_NEW,
-                       FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file != INVALID_HANDLE_VALUE) {
-      isFleeting = deleteWhenClosed(true);
-      return true;
-    }
-    if (GetLastError() != ERROR_FILE_EXISTS) break;
+  if (wcsncmp(cleanFolder, place, folder) != 0 || cleanFolder[folder] != 0) {
+    NewFile::removeLeftOvers(place);
+    wmemcpy(cleanFolder, place, folder);
+    cleanFolder[folder] = 0;
   }
-  return fail("cannot create a file", GetLastError());
-}
-
-void dropTemporary() {
-  if (file == INVALID_HANDLE_VALUE) return;
-  CloseHandle(file);
-  file = INVALID_HANDLE_VALUE;
-  DeleteFileW(temporary);
+  const DWORD code = file.create(place);
+  return code == ERROR_SUCCESS || fail("cannot create a file", code);
 }
 
 // Reserves the room that a large entry says it needs: what cannot fit fails before the disk is full.
@@ -95,17 +66,17 @@ bool reserve() {
   end.QuadPart = static_cast<LONGLONG>(declared);
   const LARGE_INTEGER start{};
   if (end.QuadPart < 0) return fail("cannot write", ERROR_DISK_FULL);
-  if (SetFilePointerEx(file, end, nullptr, FILE_BEGIN) && SetEndOfFile(file) &&
-      SetFilePointerEx(file, start, nullptr, FILE_BEGIN)) {
+  if (SetFilePointerEx(file.handle(), end, nullptr, FILE_BEGIN) && SetEndOfFile(file.handle()) &&
+      SetFilePointerEx(file.handle(), start, nullptr, FILE_BEGIN)) {
     return true;
   }
   return fail("cannot write", GetLastError());
 }
 
 bool spill() {
-  const bool done = writeAll(file, buffer, used);
+  const size_t size = used;
   used = 0;
-  return done;
+  return done(file.write(buffer, size));
 }
 
 // Time and attributes of the entry for an open file. A read-only file can still be renamed.
@@ -126,56 +97,42 @@ void dress(HANDLE handle, const QevEntry& entry) {
 
 // Writes a file that is whole in memory straight to its place, if nothing is there. Answers false if something is.
 bool writeNew(const QevEntry& entry) {
-  const HANDLE handle = CreateFileW(places::current(), GENERIC_WRITE | DELETE, FILE_SHARE_READ | FILE_SHARE_DELETE,
-                                    nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (handle == INVALID_HANDLE_VALUE) {
-    const DWORD error = GetLastError();
-    if (error == ERROR_FILE_EXISTS || error == ERROR_ACCESS_DENIED) return false;
-    fail("cannot create the file", error);
+  const DWORD code = file.createAt(places::current());
+  if (code == ERROR_FILE_EXISTS || code == ERROR_ACCESS_DENIED) return false;
+  if (code != ERROR_SUCCESS) {
+    fail("cannot create the file", code);
     return true;
   }
-  const bool done = writeAll(handle, buffer, used);
-  if (done) dress(handle, entry);
-  CloseHandle(handle);
-  if (!done) DeleteFileW(places::current());
+  if (!spill()) {
+    file.discard();
+    return true;
+  }
+  dress(file.handle(), entry);
+  file.close();
   return true;
 }
 
-// Moves the new file to its place, over what is there.
-void replace() {
+// Moves the new file to its place, over what is there. Waiting for the disk after each of many small files would take
+// minutes: they are not.
+void replace(bool isLarge) {
   const wchar_t* const place = places::current();
-  if (moveIntoPlace(temporary, place)) return;
-  DWORD error = GetLastError();
+  const DWORD code = file.commit(place, isLarge, patience::left());
+  if (code == ERROR_SUCCESS) return;
   const DWORD attributes = GetFileAttributesW(place);
   const bool exists = attributes != INVALID_FILE_ATTRIBUTES;
-  if (exists && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
-    fail("a folder is in the place of the file", error);
-  } else if (exists && (attributes & FILE_ATTRIBUTE_READONLY) != 0) {
-    SetFileAttributesW(place, attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
-    if (moveIntoPlace(temporary, place)) return;
-    error = GetLastError();
-    SetFileAttributesW(place, attributes);
-  }
-  DeleteFileW(temporary);
-  fail(exists ? "cannot replace the file" : "cannot create the file", error);
+  const bool isFolder = exists && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+  fail(isFolder ? "a folder is in the place of the file"
+       : exists ? "cannot replace the file"
+                : "cannot create the file",
+       code);
 }
 
 void commit(const QevEntry& entry) {
-  const bool isLarge = file != INVALID_HANDLE_VALUE;
+  const bool isLarge = file.isOpen();
   if (!isLarge && (writeNew(entry) || !makeTemporary())) return;
-  if (!spill() || !SetEndOfFile(file)) {
-    fail("cannot write", GetLastError());
-    return dropTemporary();
-  }
-  dress(file, entry);
-  if (isLarge) FlushFileBuffers(file);  // waiting for the disk after each of many small files would take minutes
-  if (isFleeting && !deleteWhenClosed(false)) {
-    fail("cannot write", GetLastError());
-    return dropTemporary();
-  }
-  CloseHandle(file);
-  file = INVALID_HANDLE_VALUE;
-  replace();
+  if (!spill() || !done(SetEndOfFile(file.handle()) ? ERROR_SUCCESS : GetLastError())) return file.discard();
+  dress(file.handle(), entry);
+  replace(isLarge);
 }
 
 void rememberDamage(const QevEntry& entry, const char* what) {
@@ -189,13 +146,14 @@ void rememberDamage(const QevEntry& entry, const char* what) {
 void begin() {
   buffer = nullptr;
   isOpen = false;
-  file = INVALID_HANDLE_VALUE;
+  cleanFolder[0] = 0;
+  patience::begin();
   failure = damage = nullptr;
   countedEntry = -1;
 }
 
 void end() {
-  dropTemporary();
+  file.discard();
   reportLast();
 }
 
@@ -220,9 +178,10 @@ void write(const unsigned char* data, size_t size) {
   if (failure != nullptr || !isOpen) return;
   while (size > 0) {
     if (used == bufferSize) {
-      const bool isFirst = file == INVALID_HANDLE_VALUE;
+      const bool isFirst = !file.isOpen();
       if (isFirst && !makeTemporary()) return;
-      if ((isFirst && !reserve()) || !spill()) return dropTemporary();
+      if (isFirst) file.deleteIfKilled();
+      if ((isFirst && !reserve()) || !spill()) return file.discard();
     }
     const size_t part = size < bufferSize - used ? size : bufferSize - used;
     memcpy(buffer + used, data, part);
@@ -240,7 +199,7 @@ void close(const QevEntry& entry, unsigned long checksum, bool convertedLines) {
     commit(entry);
     if (failure == nullptr) return answers::restored(entry.name, entry.size);
   }
-  dropTemporary();
+  file.discard();
   if (failure != nullptr) {
     messages::reportError(entry.name, failure, failureError);
     outcome::raise(UZ_DISK);

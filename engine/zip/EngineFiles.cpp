@@ -620,20 +620,17 @@ BOOL qevVolume(const char* root, char* label, DWORD labelSize, DWORD* longestNam
 // The archive is not deleted to make room for the new one: qevRename replaces it.
 int qevUnlink(const char* name) {
   const wchar_t* const path = paths::native(name);
-  if (paths::isArchive(path) || DeleteFileW(path)) return 0;
+  if (paths::isArchive(path) || streams::dropArchive(path) || DeleteFileW(path)) return 0;
   errno = errnoOf(GetLastError());
   return -1;
 }
 
-int qevRename(const char* from, const char* to) {
-  static wchar_t source[32768];
-  wcsncpy(source, paths::native(from), 32767);
-  if (!moveIntoPlace(source, paths::native(to))) {
-    errno = errnoOf(GetLastError());
-    return -1;
-  }
-  streams::releaseTemporary(source);
-  return 0;
+// The sources rename nothing but the new archive.
+int qevRename(const char*, const char* to) {
+  const DWORD code = streams::placeArchive(paths::native(to));
+  if (code == ERROR_SUCCESS) return 0;
+  errno = errnoOf(code);
+  return -1;
 }
 
 int qevRmdir(const char* name) {
@@ -657,22 +654,10 @@ int qevUtime(const char* name, const struct utimbuf* times) {
   return done ? 0 : -1;
 }
 
-// `name` ends in XXXXXX, which become the characters of a name that is free.
+// The sources ask for a name of the new archive, and mean it to be free. This one serves as it is: the file gets
+// another.
 char* qevMktemp(char* name) {
-  static const char digits[] = "0123456789abcdefghijklmnopqrstuvwxyz";
-  char* const tail = name + strlen(name) - 6;
-  LARGE_INTEGER counter;
-  QueryPerformanceCounter(&counter);
-  ULONGLONG seed = static_cast<ULONGLONG>(counter.QuadPart) * 2654435761u + GetCurrentProcessId();
-  for (int attempt = 0; attempt < 1000; ++attempt) {
-    ULONGLONG value = seed += 0x9E3779B97F4A7C15u;
-    for (int at = 0; at < 6; ++at, value /= 36) tail[at] = digits[value % 36];
-    const wchar_t* const path = paths::native(name);
-    if (GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES) continue;
-    streams::addTemporary(path);
-    return name;
-  }
-  errno = EEXIST;
-  return nullptr;
+  streams::expectArchive(paths::native(name));
+  return name;
 }
 }

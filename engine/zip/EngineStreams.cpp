@@ -20,7 +20,6 @@ struct QevStream {
   bool failed = false;
   bool atEnd = false;
   bool isArchiveProbe = false;
-  bool isFleeting = false;  // deleted when it is closed, unless it is whole
   QevStream* next = nullptr;
 };
 
@@ -40,14 +39,16 @@ namespace {
 constexpr size_t bufferSize = 1 << 20;  // bytes
 constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
-struct Temporary {
-  Temporary* next;
-  wchar_t path[1];
-};
-
 QevStream* open = nullptr;
-Temporary* temporaries = nullptr;
 bool writingArchive = false;
+
+// The new archive, and the path that the sources know it by, "" before they have asked for one.
+constinit NewFile archive;
+constinit wchar_t archiveAlias[NewFile::kLongestPath + 1] = L"";
+
+bool isNewArchive(const wchar_t* path) {
+  return archiveAlias[0] != 0 && wcscmp(path, archiveAlias) == 0;
+}
 
 bool fail(QevStream* stream, DWORD error) {
   stream->failed = true;
@@ -144,35 +145,40 @@ struct Access {
 Access accessFor(const char* mode, const wchar_t* path) {
   const bool update = strchr(mode, '+') != nullptr;
   if (mode[0] == 'r') return {GENERIC_READ | (update ? GENERIC_WRITE : 0u), OPEN_EXISTING, 0, false};
-  if (!paths::isArchive(path)) {
-    return {GENERIC_READ | GENERIC_WRITE | DELETE, CREATE_ALWAYS, FILE_FLAG_SEQUENTIAL_SCAN, false};
-  }
+  if (!paths::isArchive(path)) return {GENERIC_READ | GENERIC_WRITE, CREATE_ALWAYS, 0, false};
   if (GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES) return {GENERIC_WRITE, OPEN_EXISTING, 0, true};
   return {GENERIC_WRITE | DELETE, CREATE_NEW, FILE_FLAG_DELETE_ON_CLOSE, true};
 }
 
-// Whether a file is to be deleted when it is closed, by the system too if it ends this process. Where the file's system
-// cannot do that, a killed run leaves the file behind. SetFileInformationByHandle.
-bool deleteWhenClosed(HANDLE file, bool isDeleted) {
-  FILE_DISPOSITION_INFO disposition{isDeleted};
-  return SetFileInformationByHandle(file, FileDispositionInfo, &disposition, sizeof disposition);
-}
-
+// The new archive stays open until it takes its place.
 bool close(QevStream* stream) {
   if (stream->handle == INVALID_HANDLE_VALUE) return false;
-  bool whole = flush(stream) && !stream->failed;
-  if (whole && stream->isFleeting && !deleteWhenClosed(stream->handle, false)) whole = fail(stream, GetLastError());
-  CloseHandle(stream->handle);
+  stream->failed = !flush(stream) || stream->failed;
+  if (stream->handle != archive.handle()) CloseHandle(stream->handle);
   stream->handle = INVALID_HANDLE_VALUE;
-  stream->failed = !whole;
-  return whole;
+  return !stream->failed;
+}
+
+HANDLE openHandle(const wchar_t* path, const Access& access) {
+  if (access.disposition == CREATE_ALWAYS && isNewArchive(path)) {
+    const DWORD code = archive.create(path);
+    SetLastError(code);
+    if (code != ERROR_SUCCESS) return INVALID_HANDLE_VALUE;
+    archive.deleteIfKilled();
+    writingArchive = true;
+    return archive.handle();
+  }
+  const DWORD sharing = access.rights == GENERIC_READ ? shareAll : FILE_SHARE_READ | FILE_SHARE_DELETE;
+  return CreateFileW(path, access.rights, sharing, nullptr, access.disposition, FILE_ATTRIBUTE_NORMAL | access.flags,
+                     nullptr);
 }
 
 }  // namespace
 
 void begin() {
+  patience::begin();
   open = nullptr;
-  temporaries = nullptr;
+  archiveAlias[0] = 0;
   writingArchive = false;
   qevMessages = QevStream{StreamKind::messages};
   qevAnswers = QevStream{StreamKind::answers};
@@ -181,13 +187,11 @@ void begin() {
 void end() {
   for (QevStream* stream = open; stream != nullptr; stream = stream->next) {
     stream->dirty = false;
-    if (stream->handle != INVALID_HANDLE_VALUE) CloseHandle(stream->handle);
+    close(stream);
   }
   open = nullptr;
-  for (const Temporary* file = temporaries; file != nullptr; file = file->next) {
-    if (file->path[0] != 0) DeleteFileW(file->path);
-  }
-  temporaries = nullptr;
+  archive.discard();
+  archiveAlias[0] = 0;
   writingArchive = false;
 }
 
@@ -195,19 +199,21 @@ bool writing() {
   return writingArchive;
 }
 
-void addTemporary(const wchar_t* path) {
-  const size_t length = wcslen(path);
-  auto* const file = static_cast<Temporary*>(qevMalloc(sizeof(Temporary) + length * sizeof(wchar_t)));
-  if (file == nullptr) return;
-  wcscpy(file->path, path);
-  file->next = temporaries;
-  temporaries = file;
+void expectArchive(const wchar_t* path) {
+  wcsncpy(archiveAlias, path, NewFile::kLongestPath);
+  NewFile::removeLeftOvers(path);
 }
 
-void releaseTemporary(const wchar_t* path) {
-  for (Temporary* file = temporaries; file != nullptr; file = file->next) {
-    if (wcscmp(file->path, path) == 0) file->path[0] = 0;
-  }
+DWORD placeArchive(const wchar_t* place) {
+  // A new archive in place of none can be made again; one that takes another's place cannot.
+  const bool isDurable = GetFileAttributesW(place) != INVALID_FILE_ATTRIBUTES;
+  return archive.isOpen() ? archive.commit(place, isDurable, patience::left()) : ERROR_FILE_NOT_FOUND;
+}
+
+bool dropArchive(const wchar_t* path) {
+  if (!isNewArchive(path)) return false;
+  archive.discard();
+  return true;
 }
 
 // The system may let a privileged process write to a file that is marked read-only; an archive so marked is meant to
@@ -227,9 +233,7 @@ QevStream* openFile(const char* name, const char* mode) {
   void* const memory = qevMalloc(sizeof(QevStream));
   auto* const buffer = access.probe ? nullptr : static_cast<unsigned char*>(qevMalloc(bufferSize));
   if (memory == nullptr || (buffer == nullptr && !access.probe)) return nullptr;
-  const DWORD sharing = access.rights == GENERIC_READ ? shareAll : FILE_SHARE_READ | FILE_SHARE_DELETE;
-  const HANDLE handle = CreateFileW(path, access.rights, sharing, nullptr, access.disposition,
-                                    FILE_ATTRIBUTE_NORMAL | access.flags, nullptr);
+  const HANDLE handle = openHandle(path, access);
   if (handle == INVALID_HANDLE_VALUE) {
     const DWORD error = GetLastError();
     qevFree(buffer);
@@ -243,10 +247,6 @@ QevStream* openFile(const char* name, const char* mode) {
   stream->isArchiveProbe = access.probe;
   stream->next = open;
   open = stream;
-  if (access.disposition == CREATE_ALWAYS) {
-    stream->isFleeting = deleteWhenClosed(handle, true);
-    writingArchive = true;
-  }
   return stream;
 }
 

@@ -57,15 +57,21 @@ namespace streams {
 
 void begin();
 
-// Closes what is open and deletes the temporary files that have not become the archive.
+// Closes what is open and deletes the new archive, if it has not taken its place.
 void end();
 
 // Whether the sources have begun to write the new archive.
 bool writing();
 
-// Remembers a temporary file, and that it has become the archive.
-void addTemporary(const wchar_t* path);
-void releaseTemporary(const wchar_t* path);
+// The sources will write the new archive under this name, beside its place as a rule. What gone runs have left there
+// goes.
+void expectArchive(const wchar_t* path);
+
+// Moves the new archive to its place. Answers a Win32 code.
+DWORD placeArchive(const wchar_t* place);
+
+// Deletes the new archive, if that is its name.
+bool dropArchive(const wchar_t* path);
 
 }  // namespace streams
 

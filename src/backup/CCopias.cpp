@@ -18,6 +18,7 @@ Value filesToKeep(const SettingsStore& settings) {
 
 void CCopias(FileSystem& files, const SettingsStore& settings, const Locale& locale, const std::wstring& backupFolder) {
   if (!files.folderExists(backupFolder)) files.createFolder(backupFolder);
+  files.removeLeftOvers(backupFolder);
   std::vector<ListedFile> listed = files.filesIn(backupFolder);
   if (listed.empty()) return;
   sortNewestFirst(listed);

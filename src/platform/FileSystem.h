@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -40,8 +41,10 @@ class FileReplacement {
   virtual void write(std::span<const std::byte> bytes) = 0;
 
   // Flushes what was written to the disk and puts it under the name in one step, read-only old files too. Readers of
-  // the old file must be closed. FlushFileBuffers; MoveFileExW with MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH.
-  virtual void commit() = 0;
+  // the old file must be closed; while somebody else holds it, the windows get their messages, for 30 seconds in all,
+  // or `longestWait` milliseconds if that is less. FlushFileBuffers; MoveFileExW with MOVEFILE_REPLACE_EXISTING |
+  // MOVEFILE_WRITE_THROUGH.
+  virtual void commit(std::optional<std::uint32_t> longestWait = {}) = 0;
 };
 
 // A file as its folder lists it.
@@ -60,7 +63,8 @@ class FileSystem {
   // Creates one folder; its parent must exist. Throws 58 when something of that name exists. CreateDirectoryW.
   virtual void createFolder(const std::wstring& path) = 0;
 
-  // Deletes a file; with `force` read-only ones too (else they are refused with 70). DeleteFileW.
+  // Deletes a file; with `force` read-only ones too (else they are refused with 70). Where another program still has it
+  // open, waits until its name is free, as long as commit() does. DeleteFileW.
   virtual void deleteFile(const std::wstring& path, bool force) = 0;
 
   // Copies a file over an existing one. A half-written copy is removed when the copy fails. CopyFileW.
@@ -82,11 +86,16 @@ class FileSystem {
   virtual void walkFiles(const std::wstring& folder,
                          const std::function<void(const std::wstring& path, std::uint64_t size)>& visit) const = 0;
 
-  // The files that lie directly in `folder` (with or without its last backslash), hidden and system ones too, in the
-  // order in which the file system enumerates them. `created` is what the scripting file-system object gives as
-  // DateCreated: the creation time that the file system keeps, in local time by the present difference to UTC, its
-  // fraction of a second dropped. Throws 76 when there is no such folder, and when the listing ends in an error.
-  // FindFirstFileExW, FindNextFileW, FileTimeToLocalFileTime, SystemTimeToVariantTime.
+  // Deletes what replacements of processes that are gone have left in `folder`; what cannot be deleted stays, and that
+  // is no error. The next replacement in a folder does so too.
+  virtual void removeLeftOvers(const std::wstring& folder) = 0;
+
+  // The files that lie directly in `folder` (with or without its last backslash), hidden and system ones too, but none
+  // that a replacement is writing or has left, in the order in which the file system enumerates them. `created` is what
+  // the scripting file-system object gives as DateCreated: the creation time that the file system keeps, in local time
+  // by the present difference to UTC, its fraction of a second dropped. Throws 76 when there is no such folder, and
+  // when the listing ends in an error. FindFirstFileExW, FindNextFileW, FileTimeToLocalFileTime,
+  // SystemTimeToVariantTime.
   virtual std::vector<ListedFile> filesIn(const std::wstring& folder) const = 0;
 
   // Length of a file in bytes, 0 when there is none. GetFileAttributesExW.

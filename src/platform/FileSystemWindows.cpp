@@ -5,7 +5,6 @@
 #include <oleauto.h>
 
 #include <algorithm>
-#include <atomic>
 
 #include "platform/Handle.h"
 #include "platform/Win32Error.h"
@@ -61,78 +60,32 @@ void keepCreationTime(const std::wstring& from, HANDLE to) {
   }
 }
 
-// A scanner or indexer may hold a fresh file for a moment: a few tries over about a second.
-bool moveIntoPlace(const std::wstring& from, const std::wstring& to) {
-  constexpr int tries = 6;
-  constexpr DWORD pauseMilliseconds = 200;
-  for (int i = 1;; ++i) {
-    constexpr DWORD flags = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
-    if (MoveFileExW(from.c_str(), to.c_str(), flags)) return true;
-    const DWORD code = GetLastError();
-    const bool held = code == ERROR_ACCESS_DENIED || code == ERROR_SHARING_VIOLATION;
-    if (!held || i == tries) return SetLastError(code), false;
-    Sleep(pauseMilliseconds);
-  }
-}
-
-// The same over a read-only file, which stays so where the move fails. Throws then.
-void replaceInOneStep(const std::wstring& from, const std::wstring& to) {
-  const DWORD attributes = attributesOf(to);
-  const bool readOnly = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY);
-  if (readOnly) SetFileAttributesW(to.c_str(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
-  if (moveIntoPlace(from, to)) return;
-  const DWORD code = GetLastError();
-  if (readOnly) SetFileAttributesW(to.c_str(), attributes);
-  throwWin32(code, to);
+void check(DWORD code, const std::wstring& path) {
+  if (code != ERROR_SUCCESS) throwWin32(code, path);
 }
 
 class Replacement : public FileReplacement {
  public:
-  explicit Replacement(std::wstring path) : path_(std::move(path)) {
-    do {
-      temporary_ = temporaryName();
-      file_ = validHandle<UniqueFile>(
-          CreateFileW(temporary_.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
-    } while (!file_ && GetLastError() == ERROR_FILE_EXISTS);
-    if (!file_) throwLastError(path_);
+  Replacement(std::wstring path, const Patience& patience) : path_(std::move(path)), patience_(patience) {
+    NewFile::removeLeftOvers(path_.c_str());
+    check(file_.create(path_.c_str()), path_);
+    file_.deleteIfKilled();
   }
 
-  ~Replacement() override {
-    if (committed_) return;
-    file_.reset();
-    DeleteFileW(temporary_.c_str());
-  }
+  ~Replacement() override { file_.discard(); }
 
-  void write(std::span<const std::byte> bytes) override {
-    while (!bytes.empty()) {
-      const auto wanted = static_cast<DWORD>(std::min<std::size_t>(bytes.size(), 0x40000000));
-      DWORD count = 0;
-      if (!WriteFile(file_.get(), bytes.data(), wanted, &count, nullptr)) throwLastError(path_);
-      if (count == 0) throwWin32(ERROR_DISK_FULL, path_);
-      bytes = bytes.subspan(count);
-    }
-  }
+  void write(std::span<const std::byte> bytes) override { check(file_.write(bytes.data(), bytes.size()), path_); }
 
-  void commit() override {
-    keepCreationTime(path_, file_.get());
-    if (!FlushFileBuffers(file_.get())) throwLastError(path_);
-    file_.reset();
-    replaceInOneStep(temporary_, path_);
-    committed_ = true;
+  void commit(std::optional<std::uint32_t> longestWait) override {
+    patience_.milliseconds = std::min<DWORD>(patience_.milliseconds, longestWait.value_or(patience_.milliseconds));
+    keepCreationTime(path_, file_.handle());
+    check(file_.commit(path_.c_str(), true, patience_), path_);
   }
 
  private:
-  std::wstring temporaryName() const {
-    static std::atomic<unsigned> counter{0};
-    const std::size_t folderEnd = path_.find_last_of(L"\\/:") + 1;
-    return path_.substr(0, folderEnd) + L"qev" + std::to_wstring(GetCurrentProcessId()) + L"-" +
-           std::to_wstring(counter++) + L".tmp";
-  }
-
   std::wstring path_;
-  std::wstring temporary_;
-  UniqueFile file_;
-  bool committed_ = false;
+  Patience patience_;
+  NewFile file_;
 };
 
 // What a write changes in a file; all zero when there is none.
@@ -180,13 +133,12 @@ void FileSystemWindows::createFolder(const std::wstring& path) {
 }
 
 void FileSystemWindows::deleteFile(const std::wstring& path, bool force) {
-  const DWORD attributes = attributesOf(path);
-  const bool readOnly = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY);
-  if (force && readOnly) SetFileAttributesW(path.c_str(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
-  if (DeleteFileW(path.c_str())) return;
-  const DWORD code = GetLastError();
-  if (force && readOnly) SetFileAttributesW(path.c_str(), attributes);
-  throwWin32(code, path);
+  Patience patience = patience_;
+  check(deleteAndFreeName(path.c_str(), force, patience), path);
+}
+
+void FileSystemWindows::removeLeftOvers(const std::wstring& folder) {
+  NewFile::removeLeftOvers((folder + L"\\").c_str());
 }
 
 // Not every system takes back what a failed copy has written.
@@ -199,7 +151,8 @@ void FileSystemWindows::copyFile(const std::wstring& from, const std::wstring& t
 }
 
 void FileSystemWindows::moveFile(const std::wstring& from, const std::wstring& to) {
-  replaceInOneStep(from, to);
+  Patience patience = patience_;
+  check(moveIntoPlace(from.c_str(), to.c_str(), true, patience), to);
 }
 
 std::unique_ptr<FileReader> FileSystemWindows::openForReading(const std::wstring& path) {
@@ -207,7 +160,7 @@ std::unique_ptr<FileReader> FileSystemWindows::openForReading(const std::wstring
 }
 
 std::unique_ptr<FileReplacement> FileSystemWindows::replaceFile(const std::wstring& path) {
-  return std::make_unique<Replacement>(path);
+  return std::make_unique<Replacement>(path, patience_);
 }
 
 void FileSystemWindows::walkFiles(const std::wstring& folder,
@@ -242,7 +195,7 @@ std::vector<ListedFile> FileSystemWindows::filesIn(const std::wstring& folder) c
     throwWin32(code == ERROR_FILE_NOT_FOUND ? ERROR_PATH_NOT_FOUND : code, folder);
   }
   do {
-    if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) continue;
+    if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY || NewFile::isName(entry.cFileName)) continue;
     files.push_back({start + entry.cFileName, localSecond(entry.ftCreationTime)});
   } while (FindNextFileW(find.get(), &entry));
   if (const DWORD code = GetLastError(); code != ERROR_NO_MORE_FILES) throwWin32(code, folder);

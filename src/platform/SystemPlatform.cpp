@@ -138,11 +138,19 @@ class SystemProcesses : public Processes {
   }
 };
 
+void WINAPI giveMessages(void*) {
+  SystemEventLoop().yield();
+}
+
 }  // namespace
+
+Patience systemPatience() {
+  return {.giveMessages = giveMessages};
+}
 
 Platform& systemPlatform() {
   static RegistryWindows registry;
-  static FileSystemWindows files;
+  static FileSystemWindows files(systemPatience());
   static SystemClock clock;
   static SystemDrives drives;
   static SystemMessages messages;

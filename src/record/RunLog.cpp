@@ -9,7 +9,8 @@ namespace qev {
 namespace {
 
 constexpr wchar_t kLogName[] = L"registro.log";
-constexpr std::uint32_t kLongestWait = 2000;  // milliseconds
+constexpr std::uint32_t kLongestWait = 2000;  // milliseconds, for another process's turn
+constexpr std::uint32_t kLongestHold = 1000;  // milliseconds, for a file that somebody holds
 
 // The log's path as the name of a lock: the hash FNV-1a of it, of 64 bits.
 std::wstring lockName(const std::wstring& path) {
@@ -39,8 +40,7 @@ void RunLog::write(const RunRecord& record) {
   const std::string bytes = logWith(oldBytes(log), block);
   const auto replacement = platform_.files.replaceFile(log);
   replacement->write(std::as_bytes(std::span(bytes)));
-  replacement->commit();
-  removeLeftOvers(parentFolderName(log));
+  replacement->commit(kLongestHold);
 }
 
 // No more than the log may have: a file that somebody else has made larger costs no more.
@@ -58,14 +58,6 @@ std::string RunLog::oldBytes(const std::wstring& log) const {
   }
   bytes.resize(filled);
   return bytes;
-}
-
-// Nobody else writes to this folder, so what has not taken its place is of a process that was killed.
-void RunLog::removeLeftOvers(const std::wstring& folder) const {
-  for (const ListedFile& file : platform_.files.filesIn(folder)) {
-    const std::wstring name = fileNamePart(file.path);
-    if (name.starts_with(L"qev") && name.ends_with(L".tmp")) platform_.files.deleteFile(file.path, true);
-  }
 }
 
 }  // namespace qev

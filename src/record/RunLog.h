@@ -24,7 +24,6 @@ class RunLog {
  private:
   void write(const RunRecord& record);
   std::string oldBytes(const std::wstring& log) const;
-  void removeLeftOvers(const std::wstring& folder) const;
 
   Platform& platform_;
 };

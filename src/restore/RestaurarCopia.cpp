@@ -124,11 +124,11 @@ RestoreRun::Outcome RestoreRun::RestaurarCopia() {
 // Those of a run that is under way in another process are in use, and stay.
 void RestoreRun::removeLeftOvers() const {
   const std::wstring folder = parentFolderName(workingCopy(platform_.workFolder));
+  platform_.files.removeLeftOvers(folder);
   for (const ListedFile& file : platform_.files.filesIn(folder)) {
     const std::wstring name = fileNamePart(file.path);
     const bool payload = name.starts_with(kPayloadName) && name.ends_with(kPayloadExtension);
-    const bool unfinished = name.starts_with(L"qev") && name.ends_with(L".tmp");
-    if (payload || unfinished) TemporaryFile(platform_.files, file.path);
+    if (payload) TemporaryFile(platform_.files, file.path);
   }
 }
 

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "platform/AutomationError.h"
-#include "platform/FileSystem.h"
+#include "platform/FileSystemWindows.h"
 #include "platform/LocaleWindows.h"
 #include "platform/Module.h"
 #include "zip/EngineLines.h"
@@ -247,10 +247,18 @@ class DllUnzipEngine final : public UnzipEngine {
 }  // namespace
 
 EngineLibrary::EngineLibrary(const std::wstring& fileName) : fileName_(fileName), module_(loadModule(fileName)) {
-  if (module_) return;
   const DWORD error = GetLastError();
+  if (module_) return setPatience();
   const bool missing = error == ERROR_MOD_NOT_FOUND || error == ERROR_FILE_NOT_FOUND;
   throw AutomationError(missing ? kFileNotFound : kCannotLoadLibrary, fileName);
+}
+
+// An engine that cannot be told has its own.
+void EngineLibrary::setPatience() const {
+  const auto set = reinterpret_cast<void*>(GetProcAddress(module_.get(), "QevSetPatience"));
+  if (!set) return;
+  const Patience patience = systemPatience();
+  reinterpret_cast<decltype(&QevSetPatience)>(set)(patience.milliseconds, patience.giveMessages, patience.context);
 }
 
 void* EngineLibrary::address(const char* name) const {

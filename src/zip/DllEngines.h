@@ -18,7 +18,8 @@ class EngineLibrary {
   // None.
   EngineLibrary() = default;
 
-  // Loads the file of that name ("VANTO5.DLL"), and throws what loadZipEngine says.
+  // Loads the file of that name ("VANTO5.DLL"), whose runs then wait as long as the library for a place that others
+  // hold. Throws what loadZipEngine says.
   explicit EngineLibrary(const std::wstring& fileName);
 
   // Points `call` at the exported function. Throws 453 when there is none.
@@ -28,6 +29,7 @@ class EngineLibrary {
   }
 
  private:
+  void setPatience() const;
   void* address(const char* name) const;
 
   std::wstring fileName_;

@@ -25,6 +25,8 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
+using testing::StartsWith;
+using testing::UnorderedElementsAre;
 
 constexpr wchar_t kFolder[] = L"C:\\Prog\\Backup\\";
 
@@ -288,6 +290,19 @@ TEST_F(RetentionOnDisk, KeepsTheNewestByCreationDate) {
   write(L"Copias\\d.qev", moment(2026, 3, 1, 10, 0, 4));
   retain(2, folder / L"Copias");
   EXPECT_THAT(folder.list(L"Copias"), ElementsAre(L"b.qev", L"d.qev"));
+}
+
+// What a run is writing is no file of the folder yet, whoever's run it is; what a killed one has left goes.
+TEST_F(RetentionOnDisk, WhatRunsAreWritingIsNotCountedAndWhatGoneOnesHaveLeftGoes) {
+  write(L"Copias\\a.qev", moment(2026, 3, 1));
+  write(L"Copias\\b.qev", moment(2026, 3, 2));
+  write(L"Copias\\qev4711-0.tmp", moment(2026, 3, 3));
+  write(L"Copias\\qev00000000-7-1111111111111111-0.tmp", moment(2026, 3, 3));  // of another machine
+  const auto own = files.replaceFile(folder / L"Copias\\c.qev");
+  retain(2, folder / L"Copias");
+  EXPECT_THAT(folder.list(L"Copias"),
+              UnorderedElementsAre(L"a.qev", L"b.qev", L"qev00000000-7-1111111111111111-0.tmp", StartsWith(L"qev")));
+  EXPECT_THAT(files.filesIn(folder / L"Copias"), SizeIs(2));
 }
 
 TEST_F(RetentionOnDisk, HiddenAndSystemFilesCountAndGo) {

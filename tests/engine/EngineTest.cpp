@@ -525,6 +525,34 @@ TEST_F(EngineTest, ArchiveInUseElsewhereIsLeftAsItIs) {
   EXPECT_TRUE(leftovers().empty());
 }
 
+TEST_F(EngineTest, WhatAKilledRunLeftBesideTheArchiveGoes) {
+  folder.write(L"destino\\qev4711-0.tmp", "a medias");
+  ASSERT_EQ(engine.run(target(), {everything()}), ZP_OK);
+  EXPECT_TRUE(leftovers().empty());
+}
+
+// While the archive is written somebody opens the old one, and lets go of it.
+TEST_F(EngineTest, ArchiveThatIsHeldForAMomentIsReplacedWhenItIsFree) {
+  ASSERT_EQ(engine.run(target(), {everything()}), ZP_OK);
+  const std::string before = readFile(target());
+  folder.write(L"Datos\\b.txt", "adiós");
+  static std::thread scanner;
+  static std::wstring place;
+  place = folder.wide(L"destino\\copia.zip");
+  engine.whilePrinting = [] {
+    if (scanner.joinable()) return;
+    scanner = std::thread([held = openExclusively(place)] {
+      Sleep(300);
+      CloseHandle(held);
+    });
+  };
+  EXPECT_EQ(engine.run(target(), {everything()}), ZP_OK) << engine.messages();
+  ASSERT_TRUE(scanner.joinable());
+  scanner.join();
+  EXPECT_NE(readFile(target()), before);
+  EXPECT_TRUE(leftovers().empty());
+}
+
 TEST_F(EngineTest, FileThatIsNoArchiveIsNotOverwritten) {
   folder.write(L"destino\\copia.zip", someText(5000));
   const int code = engine.run(target(), {everything()});

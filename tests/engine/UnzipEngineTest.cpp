@@ -533,6 +533,10 @@ TEST_F(UnzipEngineTest, FileInUseIsCode50NamedAndTheOthersAreRestored) {
   EXPECT_EQ(folder.list(L"destino").size(), 3u) << "nothing is left beside it";
 }
 
+void WINAPI count(void* calls) {
+  ++*static_cast<int*>(calls);
+}
+
 TEST_F(UnzipEngineTest, FileThatIsHeldForAMomentIsReplacedWhenItIsFree) {
   folder.write(L"destino\\b.txt", "vigilado");
   const HANDLE held = openExclusively(restored(L"b.txt"));
@@ -540,9 +544,20 @@ TEST_F(UnzipEngineTest, FileThatIsHeldForAMomentIsReplacedWhenItIsFree) {
     Sleep(300);
     CloseHandle(held);
   });
+  int messagesGiven = 0;
+  engine.setPatience(20'000, count, &messagesGiven);
   EXPECT_EQ(extract({storedEntry("b.txt", "b")}), UZ_OK) << engine.messages();
   scanner.join();
   EXPECT_EQ(contentOf(restored(L"b.txt")), "b");
+  EXPECT_GT(messagesGiven, 2);
+}
+
+TEST_F(UnzipEngineTest, WhatAKilledRunLeftInAFolderGoesWithTheNextFileThatIsReplacedThere) {
+  folder.write(L"destino\\b.txt", "viejo");
+  folder.write(L"destino\\qev4711-0.tmp", "a medias");
+  folder.write(L"destino\\~qev0123abcd.tmp", "a medias");
+  EXPECT_EQ(extract({storedEntry("b.txt", "b")}), UZ_OK) << engine.messages();
+  EXPECT_EQ(folder.list(L"destino"), (std::vector<std::wstring>{L"b.txt"}));
 }
 
 TEST_F(UnzipEngineTest, FolderInThePlaceOfAFileAndFileInThePlaceOfAFolderAreNamed) {

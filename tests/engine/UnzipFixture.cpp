@@ -61,7 +61,9 @@ UnzipEngine::UnzipEngine() {
   if (module_ == nullptr) throw std::runtime_error("VANTO6.DLL is not beside the test program");
   unzip = exported<decltype(&Wiz_SingleEntryUnzip)>(module_, "Wiz_SingleEntryUnzip");
   version = exported<decltype(&UzpVersion2)>(module_, "UzpVersion2");
-  if (unzip == nullptr || version == nullptr) throw std::runtime_error("VANTO6.DLL lacks an export");
+  setPatience = exported<decltype(&QevSetPatience)>(module_, "QevSetPatience");
+  if (!unzip || !version || !setPatience) throw std::runtime_error("VANTO6.DLL lacks an export");
+  setPatience(500, nullptr, nullptr);
   functions = USERFUNCTION{onPrint, nullptr, onReplace, onPassword, onEntry, onService, 0, 0, 0, 0, 0};
   options.ndflag = 1;
   options.noflag = 1;

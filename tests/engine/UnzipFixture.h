@@ -60,6 +60,7 @@ class UnzipEngine {
 
   decltype(&Wiz_SingleEntryUnzip) unzip = nullptr;
   decltype(&UzpVersion2) version = nullptr;
+  decltype(&QevSetPatience) setPatience = nullptr;  // half a second
   USERFUNCTION functions{};
 
  private:

@@ -40,6 +40,7 @@ class DiskDrive : public FileSystem {
                  const std::function<void(const std::wstring& path, std::uint64_t size)>& visit) const override {
     files_.walkFiles(folder, visit);
   }
+  void removeLeftOvers(const std::wstring& folder) override { files_.removeLeftOvers(folder); }
   std::vector<ListedFile> filesIn(const std::wstring& folder) const override { return files_.filesIn(folder); }
   std::uint64_t fileSize(const std::wstring& path) const override;
 

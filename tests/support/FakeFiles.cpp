@@ -135,7 +135,7 @@ class FakeFiles::Replacement : public FileReplacement {
     content_.append(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
   }
 
-  void commit() override {
+  void commit(std::optional<std::uint32_t>) override {
     files_.step();
     if (committed_) throw std::logic_error("a replacement is committed twice");
     // As on Windows, a name cannot be given to a new file while the old one is open.

@@ -83,6 +83,9 @@ class FakeFiles : public FileSystem {
   // Writing beyond so many bytes in all files together throws 61, disk full; nothing: no limit.
   std::optional<std::uint64_t> capacity;
 
+  // Every call of removeLeftOvers.
+  std::vector<std::wstring> leftOversRemovedFrom;
+
   // What happened since the start or the last failAt.
   std::size_t calls() const { return calls_; }
 
@@ -104,6 +107,7 @@ class FakeFiles : public FileSystem {
   void walkFiles(const std::wstring& folder,
                  const std::function<void(const std::wstring& path, std::uint64_t size)>& visit) const override;
   // In the order in which the files were first put there.
+  void removeLeftOvers(const std::wstring& folder) override { leftOversRemovedFrom.push_back(folder); }
   std::vector<ListedFile> filesIn(const std::wstring& folder) const override;
   std::uint64_t fileSize(const std::wstring& path) const override;
 

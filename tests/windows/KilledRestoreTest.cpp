@@ -4,15 +4,20 @@
 #include <windows.h>
 
 #include <filesystem>
+#include <memory>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "backup/CCopias.h"
 #include "backup/HacerCopia.h"
+#include "platform/FileSystemWindows.h"
 #include "platform/Handle.h"
 #include "restore/RestaurarCopia.h"
 #include "set/SetFile.h"
 #include "support/FakePlatform.h"
+#include "support/OtherProcess.h"
 #include "support/RecordingView.h"
 #include "support/TemporaryFolder.h"
 #include "support/ZipWriter.h"
@@ -21,6 +26,8 @@ namespace qev::test {
 namespace {
 
 using testing::AllOf;
+using testing::AnyOf;
+using testing::Each;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::IsEmpty;
@@ -29,16 +36,12 @@ using testing::StartsWith;
 constexpr wchar_t kTitle[] = L"Gestion de prueba";
 constexpr wchar_t kKey[] = L"Software\\Gestion";
 
-// What the other process is told: the folder that it works in, what it is to do, where its bar then stands (permille),
-// and the event that it is to signal.
+// What the other process is told: the folder that it works in, what it is to do, and where its bar then stands
+// (permille).
 constexpr wchar_t kFolderVariable[] = L"QEV_KILLED_FOLDER";
 constexpr wchar_t kTaskVariable[] = L"QEV_KILLED_TASK";
 constexpr wchar_t kMomentVariable[] = L"QEV_KILLED_MOMENT";
-constexpr wchar_t kEventVariable[] = L"QEV_KILLED_EVENT";
-
-std::wstring eventName() {
-  return L"QevKilledRun" + std::to_wstring(GetCurrentProcessId());
-}
+constexpr int kNever = 9999;
 
 std::string noise(std::size_t size, unsigned seed) {
   std::mt19937 random(seed);
@@ -50,19 +53,37 @@ std::string noise(std::size_t size, unsigned seed) {
 // Once the bar is where it should be, signals that and goes no further.
 class Brake {
  public:
-  Brake() = default;
-  Brake(int permille, const wchar_t* event) : permille_(permille), event_(event) {}
+  explicit Brake(int permille = kNever) : permille_(permille) {}
 
   void at(int permille) const {
-    if (event_ == nullptr || permille < permille_) return;
-    const HANDLE event = OpenEventW(EVENT_MODIFY_STATE, FALSE, event_);
-    SetEvent(event);
-    Sleep(INFINITE);
+    if (permille >= permille_) OtherProcess::signalAndSleep();
   }
 
  private:
-  int permille_ = 0;
-  const wchar_t* event_ = nullptr;
+  int permille_;
+};
+
+// Files of which none is written beyond the first mebibytes: there the process signals that and goes no further.
+class SlowFiles : public FileSystemWindows {
+ public:
+  std::unique_ptr<FileReplacement> replaceFile(const std::wstring& path) override {
+    return std::make_unique<Replacement>(FileSystemWindows::replaceFile(path));
+  }
+
+ private:
+  class Replacement : public FileReplacement {
+   public:
+    explicit Replacement(std::unique_ptr<FileReplacement> file) : file_(std::move(file)) {}
+    void write(std::span<const std::byte> bytes) override {
+      file_->write(bytes);
+      if ((written_ += bytes.size()) > 2 << 20) OtherProcess::signalAndSleep();
+    }
+    void commit(std::optional<std::uint32_t> longestWait) override { file_->commit(longestWait); }
+
+   private:
+    std::unique_ptr<FileReplacement> file_;
+    std::size_t written_ = 0;
+  };
 };
 
 class RestoreView : public RestoreRunView {
@@ -89,7 +110,9 @@ class BackupView : public RecordingView {
 // in one folder.
 class Host {
  public:
-  explicit Host(const std::wstring& folder) : folder_(folder) {
+  explicit Host(const std::wstring& folder, FileSystem& files = systemPlatform().files)
+      : folder_(folder),
+        platform_(with(systemPlatform(), files, fake_.registry, fake_.messages, fake_.workFolder, fake_.sound)) {
     fake_.workFolder.folder = folder + L"\\trabajo";
     host_.title = kTitle;
     host_.settingsKey = kKey;
@@ -125,7 +148,7 @@ class Host {
  private:
   const std::wstring folder_;
   FakePlatform fake_;
-  Platform platform_ = with(systemPlatform(), fake_.registry, fake_.messages, fake_.workFolder, fake_.sound);
+  Platform platform_;
   HostSettings host_;
 };
 
@@ -134,44 +157,29 @@ TEST(KilledRun, DISABLED_OtherProcess) {
   const wchar_t* const folder = _wgetenv(kFolderVariable);
   const wchar_t* const task = _wgetenv(kTaskVariable);
   const wchar_t* const moment = _wgetenv(kMomentVariable);
-  const wchar_t* const event = _wgetenv(kEventVariable);
-  ASSERT_TRUE(folder && task && moment && event);
-  const Brake brake(_wtoi(moment), event);
-  Host host(folder);
+  ASSERT_TRUE(folder && task && moment);
+  const Brake brake(_wtoi(moment));
+  SlowFiles slow;
   if (std::wstring(task) == L"restaurar") {
-    host.restore(brake);
+    Host(folder).restore(brake);
+  } else if (std::wstring(task) == L"copiar") {
+    Host(folder).backUp(brake);
   } else {
-    host.backUp(brake);
+    Host(folder, slow).backUp();
   }
 }
 
 // Lets another process do something in `folder` until its bar has come so far, and ends it there. Answers whether it
 // has come so far.
 bool startAndKill(const std::wstring& folder, const std::wstring& task, int moment) {
-  const UniqueHandle<KernelTraits> event(CreateEventW(nullptr, TRUE, FALSE, eventName().c_str()));
-  std::wstring program(MAX_PATH, L'\0');
-  program.resize(GetModuleFileNameW(nullptr, program.data(), MAX_PATH));
-  std::wstring command =
-      L"\"" + program + L"\" --gtest_filter=KilledRun.DISABLED_OtherProcess --gtest_also_run_disabled_tests";
   SetEnvironmentVariableW(kFolderVariable, folder.c_str());
   SetEnvironmentVariableW(kTaskVariable, task.c_str());
   SetEnvironmentVariableW(kMomentVariable, std::to_wstring(moment).c_str());
-  SetEnvironmentVariableW(kEventVariable, eventName().c_str());
-  STARTUPINFOW startup{};
-  startup.cb = sizeof startup;
-  PROCESS_INFORMATION made{};
-  if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, DETACHED_PROCESS, nullptr, nullptr, &startup,
-                      &made)) {
-    return false;
-  }
-  const UniqueHandle<KernelTraits> process(made.hProcess);
-  const UniqueHandle<KernelTraits> thread(made.hThread);
-  const HANDLE first[] = {event.get(), process.get()};
-  const bool hasCome = WaitForMultipleObjects(2, first, FALSE, 60'000) == WAIT_OBJECT_0;
-  TerminateProcess(process.get(), 9);
-  WaitForSingleObject(process.get(), 60'000);
-  return hasCome;
+  const OtherProcess other(L"KilledRun.DISABLED_OtherProcess");
+  return other.hasSignalled();
 }
+
+const auto isUnfinished = AllOf(StartsWith(L"qev"), EndsWith(L".tmp"));
 
 class KilledRestore : public testing::Test {
  protected:
@@ -214,7 +222,7 @@ class KilledRestore : public testing::Test {
 
 TEST_F(KilledRestore, WhileTheArchiveIsTakenOutOfTheSetLeavesTheSetWholeAndTheNextOneSucceeds) {
   ASSERT_TRUE(startAndKill(folder_.path(), L"restaurar", 200));
-  EXPECT_THAT(folder_.list(L"trabajo\\temp"), ElementsAre(AllOf(StartsWith(L"qev"), EndsWith(L".tmp"))));
+  EXPECT_THAT(folder_.list(L"trabajo\\temp"), Each(isUnfinished)) << "where the system does not delete it";
   EXPECT_THAT(folder_.list(L"destino"), ElementsAre(L"grande.db", L"z.txt"));
   expectWholeSet();
   expectTheNextRestoreSucceeds();
@@ -235,7 +243,7 @@ TEST_F(KilledRestore, WhileAFileIsExtractedLeavesTheSetWholeAndTheNextOneSucceed
 TEST_F(KilledRestore, TwiceLeavesNoMoreThanOnce) {
   ASSERT_TRUE(startAndKill(folder_.path(), L"restaurar", 750));
   ASSERT_TRUE(startAndKill(folder_.path(), L"restaurar", 200));
-  EXPECT_THAT(folder_.list(L"trabajo\\temp"), ElementsAre(AllOf(StartsWith(L"qev"), EndsWith(L".tmp"))));
+  EXPECT_THAT(folder_.list(L"trabajo\\temp"), Each(isUnfinished)) << "the first one's archive is gone";
   expectWholeSet();
   expectTheNextRestoreSucceeds();
 }
@@ -282,6 +290,20 @@ TEST_F(KilledBackup, WhileItTestsTheNewSetLeavesTheOldOneWholeAndTheNextOneSucce
   EXPECT_TRUE(folder_.bytes(L"copias\\copia.qev") == set_);
   EXPECT_THAT(folder_.list(L"copias"), ElementsAre(L"copia.qev", L"copia.qev.nueva"));
   host_.checked();
+  expectTheNextBackupReplacesTheSet();
+}
+
+// The header is put on a copy beside the set: it is as long as the set, and it is none.
+TEST_F(KilledBackup, WhileItPutsTheHeaderOnLeavesNothingThatCountsAsASetAndTheNextOneSucceeds) {
+  ASSERT_TRUE(startAndKill(folder_.path(), L"sellar", 0));
+  EXPECT_TRUE(folder_.bytes(L"copias\\copia.qev") == set_);
+  EXPECT_THAT(folder_.list(L"copias"), AnyOf(ElementsAre(L"copia.qev", L"copia.qev.nueva"),
+                                             ElementsAre(L"copia.qev", L"copia.qev.nueva", isUnfinished)));
+  FakePlatform fake;
+  fake.registry.put(kKey, L"NCopias", std::int16_t{2});
+  std::wstring key = kKey;
+  CCopias(systemPlatform().files, SettingsStore(fake.registry, key), fake.locale, folder_ / L"copias");
+  EXPECT_THAT(folder_.list(L"copias"), ElementsAre(L"copia.qev", L"copia.qev.nueva"));
   expectTheNextBackupReplacesTheSet();
 }
 

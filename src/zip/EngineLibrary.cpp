@@ -4,7 +4,7 @@
 
 #include "platform/AutomationError.h"
 #include "platform/FileSystem.h"
-#include "platform/Module.h"
+#include "platform/Handle.h"
 
 namespace qev {
 namespace {

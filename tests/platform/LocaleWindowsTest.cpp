@@ -1,6 +1,6 @@
 // The regional conversions of a Spanish user by the system itself. The tests run with the user's locale set to Spanish
 // (Spain).
-#include "platform/LocaleWindows.h"
+#include "platform/SystemServices.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>

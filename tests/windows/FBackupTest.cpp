@@ -13,7 +13,7 @@
 #include <functional>
 #include <thread>
 
-#include "platform/LocaleWindows.h"
+#include "platform/SystemServices.h"
 #include "resources/resource.h"
 #include "support/Hands.h"
 #include "support/Screenshot.h"

@@ -153,7 +153,7 @@ TEST(KilledRun, DISABLED_OtherProcess) {
 // Lets another process do something in `folder` until its bar has come so far, and ends it there. Answers whether it
 // has come so far.
 bool startAndKill(const std::wstring& folder, const std::wstring& task, int moment) {
-  const UniqueHandle<KernelTraits> event(CreateEventW(nullptr, TRUE, FALSE, eventName().c_str()));
+  const UniqueKernelHandle event(CreateEventW(nullptr, TRUE, FALSE, eventName().c_str()));
   std::wstring program(MAX_PATH, L'\0');
   program.resize(GetModuleFileNameW(nullptr, program.data(), MAX_PATH));
   std::wstring command =
@@ -169,8 +169,8 @@ bool startAndKill(const std::wstring& folder, const std::wstring& task, int mome
                       &made)) {
     return false;
   }
-  const UniqueHandle<KernelTraits> process(made.hProcess);
-  const UniqueHandle<KernelTraits> thread(made.hThread);
+  const UniqueKernelHandle process(made.hProcess);
+  const UniqueKernelHandle thread(made.hThread);
   const HANDLE first[] = {event.get(), process.get()};
   const bool hasCome = WaitForMultipleObjects(2, first, FALSE, 60'000) == WAIT_OBJECT_0;
   TerminateProcess(process.get(), 9);

@@ -16,7 +16,7 @@
 
 #include "backup/SetFormat.h"
 #include "platform/Handle.h"
-#include "platform/LocaleWindows.h"
+#include "platform/SystemServices.h"
 #include "resources/resource.h"
 #include "restore/FRestaurar.h"
 #include "support/CountedMessages.h"

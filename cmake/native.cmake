@@ -36,5 +36,5 @@ add_executable(qev_logic_tests
   tests/support/ZipWriter.cpp)
 target_include_directories(qev_logic_tests PRIVATE tests)
 target_link_libraries(qev_logic_tests qev_logic gmock_main)
-qev_strict(qev_logic_tests)
+qev_strict_tests(qev_logic_tests)
 add_test(NAME logic COMMAND qev_logic_tests)

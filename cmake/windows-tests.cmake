@@ -6,7 +6,7 @@ file(GLOB test_sources CONFIGURE_DEPENDS
 add_executable(qev_tests ${test_sources} ${resources})
 target_include_directories(qev_tests PRIVATE tests)
 target_link_libraries(qev_tests PRIVATE qev_windows gmock_main gdiplus psapi)
-qev_strict(qev_tests)
+qev_strict_tests(qev_tests)
 
 # Archives of other programs, for the tests that read them.
 set(archives ${CMAKE_BINARY_DIR}/archives)
@@ -23,7 +23,7 @@ if(host_test_sources)
   add_executable(qev_host_tests ${host_test_sources})
   target_include_directories(qev_host_tests PRIVATE tests src ${generated})
   target_link_libraries(qev_host_tests PRIVATE qev_windows gmock_main ole32 oleaut32 uuid)
-  qev_strict(qev_host_tests)
+  qev_strict_tests(qev_host_tests)
   add_dependencies(qev_host_tests QevBackup VANTO5 VANTO6)
 endif()
 
@@ -33,7 +33,7 @@ add_executable(EngineTest
   tests/support/ZipWriter.cpp)
 target_include_directories(EngineTest PRIVATE engine tests)
 target_link_libraries(EngineTest PRIVATE gmock_main psapi)
-qev_strict(EngineTest)
+qev_strict_tests(EngineTest)
 add_dependencies(EngineTest VANTO5 VANTO6)
 
 add_executable(BareEngine bench/BareEngine.cpp)

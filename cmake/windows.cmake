@@ -30,22 +30,17 @@ add_custom_command(
   OUTPUT ${generated}/QevBackup.ico
   COMMAND ${CMAKE_SOURCE_DIR}/tools/render-artwork.sh ${generated}
   COMMAND ${CMAKE_COMMAND} -E touch ${generated}/QevBackup.ico
-  DEPENDS ${artwork} tools/render-artwork.sh tools/png_to_bmp.py VERBATIM)
+  DEPENDS ${artwork} tools/render-artwork.sh VERBATIM)
 add_custom_target(qev_generated DEPENDS ${generated}/QevBackup.tlb ${generated}/IMCBackup.h ${generated}/QevBackup.ico)
 
 # Everything but the DLL's exports, so that tests can link it too.
 add_library(qev_windows STATIC
-  src/platform/AccessibilityWindows.cpp
-  src/platform/FileChooserWindows.cpp
+  src/platform/Choosers.cpp
   src/platform/FileSystemWindows.cpp
-  src/platform/FolderChooserWindows.cpp
   src/platform/LocaleWindows.cpp
-  src/platform/Module.cpp
   src/platform/NewFile.cpp
-  src/platform/OpenDialog.cpp
   src/platform/RegistryWindows.cpp
   src/platform/SystemPlatform.cpp
-  src/platform/TextPromptWindows.cpp
   src/platform/Variant.cpp
   src/platform/Win32Error.cpp
   src/zip/DllEngines.cpp

@@ -1,40 +1,25 @@
 #include "automation/AutomationEdge.h"
 
 #include <oleauto.h>
+#include <wrl/client.h>
 
 #include "IMCBackup.h"
 
 namespace qev {
 namespace {
 
-template <typename Interface>
-class ComPointer {
- public:
-  ComPointer() = default;
-  ComPointer(const ComPointer&) = delete;
-  ComPointer& operator=(const ComPointer&) = delete;
-  ~ComPointer() {
-    if (pointer_) pointer_->Release();
-  }
-  Interface* operator->() const { return pointer_; }
-  Interface* get() const { return pointer_; }
-  Interface** put() { return &pointer_; }
-
- private:
-  Interface* pointer_ = nullptr;
-};
+using Microsoft::WRL::ComPtr;
 
 void setErrorObject(const AutomationError& error) {
-  ComPointer<ICreateErrorInfo> made;
-  if (FAILED(CreateErrorInfo(made.put()))) return;
+  ComPtr<ICreateErrorInfo> made;
+  if (FAILED(CreateErrorInfo(made.GetAddressOf()))) return;
   std::wstring source = error.source();
   std::wstring description = error.description();
   made->SetGUID(IID_IMCBackup);
   made->SetSource(source.data());
   made->SetDescription(description.data());
-  ComPointer<IErrorInfo> info;
-  if (SUCCEEDED(made->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(info.put()))))
-    SetErrorInfo(0, info.get());
+  ComPtr<IErrorInfo> info;
+  if (SUCCEEDED(made.As(&info))) SetErrorInfo(0, info.Get());
 }
 
 }  // namespace

@@ -5,7 +5,7 @@
 
 #include "automation/Library.h"
 #include "platform/AutomationError.h"
-#include "platform/QuietDriveErrors.h"
+#include "platform/Handle.h"
 
 namespace qev {
 

@@ -1,4 +1,7 @@
 // The exports that COM and regsvr32 call.
+#include <windows.h>
+#include <wrl/client.h>
+
 #include <initguid.h>
 
 #include "automation/AutomationEdge.h"
@@ -7,6 +10,8 @@
 
 namespace qev {
 namespace {
+
+using Microsoft::WRL::ComPtr;
 
 class MCBackupFactory final : public IClassFactory {
  public:
@@ -33,11 +38,9 @@ class MCBackupFactory final : public IClassFactory {
     if (!object) return E_POINTER;
     *object = nullptr;
     if (outer) return CLASS_E_NOAGGREGATION;
-    MCBackup* made = new (std::nothrow) MCBackup;
-    if (!made) return E_OUTOFMEMORY;
-    const HRESULT result = made->QueryInterface(id, object);
-    made->Release();
-    return result;
+    ComPtr<MCBackup> made;
+    made.Attach(new (std::nothrow) MCBackup);
+    return made ? made->QueryInterface(id, object) : E_OUTOFMEMORY;
   }
 
   HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override {
@@ -59,11 +62,9 @@ STDAPI DllGetClassObject(REFCLSID classId, REFIID id, void** object) {
   if (!object) return E_POINTER;
   *object = nullptr;
   if (classId != qev::kClassId) return CLASS_E_CLASSNOTAVAILABLE;
-  auto* factory = new (std::nothrow) qev::MCBackupFactory;
-  if (!factory) return E_OUTOFMEMORY;
-  const HRESULT result = factory->QueryInterface(id, object);
-  factory->Release();
-  return result;
+  qev::ComPtr<qev::MCBackupFactory> factory;
+  factory.Attach(new (std::nothrow) qev::MCBackupFactory);
+  return factory ? factory->QueryInterface(id, object) : E_OUTOFMEMORY;
 }
 
 STDAPI DllCanUnloadNow() {

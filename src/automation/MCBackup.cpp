@@ -1,5 +1,7 @@
 #include "automation/MCBackup.h"
 
+#include <wrl/client.h>
+
 #include "automation/AutomationEdge.h"
 #include "automation/TypeLibrary.h"
 #include "backup/CCopias.h"
@@ -12,6 +14,8 @@
 
 namespace qev {
 namespace {
+
+using Microsoft::WRL::ComPtr;
 
 HRESULT getText(const std::wstring& text, BSTR* value) {
   if (!value) return E_POINTER;
@@ -98,23 +102,18 @@ HRESULT MCBackup::GetTypeInfo(UINT index, LCID, ITypeInfo** info) {
 
 HRESULT MCBackup::GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID, DISPID* ids) {
   if (reserved != IID_NULL) return DISP_E_UNKNOWNINTERFACE;
-  ITypeInfo* info = nullptr;
-  HRESULT result = interfaceTypeInfo(&info);
-  if (FAILED(result)) return result;
-  result = info->GetIDsOfNames(names, count, ids);
-  info->Release();
-  return result;
+  ComPtr<ITypeInfo> info;
+  const HRESULT result = interfaceTypeInfo(info.GetAddressOf());
+  return FAILED(result) ? result : info->GetIDsOfNames(names, count, ids);
 }
 
 HRESULT MCBackup::Invoke(DISPID id, REFIID reserved, LCID, WORD flags, DISPPARAMS* arguments, VARIANT* result,
                          EXCEPINFO* exception, UINT* wrongArgument) {
   if (reserved != IID_NULL) return DISP_E_UNKNOWNINTERFACE;
-  ITypeInfo* info = nullptr;
-  HRESULT outcome = interfaceTypeInfo(&info);
+  ComPtr<ITypeInfo> info;
+  const HRESULT outcome = interfaceTypeInfo(info.GetAddressOf());
   if (FAILED(outcome)) return outcome;
-  outcome = info->Invoke(static_cast<IMCBackup*>(this), id, flags, arguments, result, exception, wrongArgument);
-  info->Release();
-  return outcome;
+  return info->Invoke(static_cast<IMCBackup*>(this), id, flags, arguments, result, exception, wrongArgument);
 }
 
 HRESULT MCBackup::InterfaceSupportsErrorInfo(REFIID id) {

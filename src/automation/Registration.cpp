@@ -1,6 +1,7 @@
 #include "automation/Registration.h"
 
 #include <oleauto.h>
+#include <wrl/client.h>
 
 #include <string>
 
@@ -8,7 +9,6 @@
 #include "automation/TypeLibrary.h"
 #include "platform/AutomationError.h"
 #include "platform/Handle.h"
-#include "platform/Module.h"
 #include "platform/Variant.h"
 
 namespace qev {
@@ -71,13 +71,11 @@ LSTATUS writeClass() {
 }
 
 HRESULT writeTypeLibrary() {
-  ITypeLib* typeLibrary = nullptr;
-  HRESULT result = loadOwnTypeLibrary(&typeLibrary);
+  Microsoft::WRL::ComPtr<ITypeLib> typeLibrary;
+  const HRESULT result = loadOwnTypeLibrary(typeLibrary.GetAddressOf());
   if (FAILED(result)) return result;
   std::wstring path = modulePath();
-  result = RegisterTypeLib(typeLibrary, path.data(), nullptr);
-  typeLibrary->Release();
-  return result;
+  return RegisterTypeLib(typeLibrary.Get(), path.data(), nullptr);
 }
 
 HRESULT removeTypeLibrary() {

@@ -1,9 +1,11 @@
 #include "automation/TypeLibrary.h"
 
+#include <wrl/client.h>
+
 #include <exception>
 
 #include "IMCBackup.h"
-#include "platform/Module.h"
+#include "platform/Handle.h"
 
 namespace qev {
 
@@ -16,12 +18,9 @@ HRESULT loadOwnTypeLibrary(ITypeLib** typeLibrary) {
 }
 
 HRESULT interfaceTypeInfo(ITypeInfo** info) {
-  ITypeLib* typeLibrary = nullptr;
-  HRESULT result = loadOwnTypeLibrary(&typeLibrary);
-  if (FAILED(result)) return result;
-  result = typeLibrary->GetTypeInfoOfGuid(IID_IMCBackup, info);
-  typeLibrary->Release();
-  return result;
+  Microsoft::WRL::ComPtr<ITypeLib> typeLibrary;
+  const HRESULT result = loadOwnTypeLibrary(typeLibrary.GetAddressOf());
+  return FAILED(result) ? result : typeLibrary->GetTypeInfoOfGuid(IID_IMCBackup, info);
 }
 
 }  // namespace qev

@@ -9,7 +9,6 @@
 #include "controls/MGeneral.h"
 #include "platform/AutomationError.h"
 #include "platform/Handle.h"
-#include "platform/Module.h"
 
 namespace qev {
 namespace {
@@ -36,20 +35,6 @@ RECT screenAreaOf(HWND window) {
   GetWindowRect(window, &area);
   return area;
 }
-
-// The client device context of a window, for the length of a scope.
-class ClientDc {
- public:
-  explicit ClientDc(HWND window) : window_(window), device_(GetDC(window)) {}
-  ClientDc(const ClientDc&) = delete;
-  ClientDc& operator=(const ClientDc&) = delete;
-  ~ClientDc() { ReleaseDC(window_, device_); }
-  HDC get() const { return device_; }
-
- private:
-  HWND window_;
-  HDC device_;
-};
 
 HGDIOBJ fontOrSystems(HFONT font) {
   return font ? font : GetStockObject(DEFAULT_GUI_FONT);
@@ -92,7 +77,7 @@ LRESULT CALLBACK ComboList::procedure(HWND window, UINT message, WPARAM wParam, 
 }
 
 int ComboList::rowHeight(HFONT font) {
-  const ClientDc screen(nullptr);
+  const WindowDc screen(nullptr);
   const SelectedObject selected(screen.get(), fontOrSystems(font));
   TEXTMETRICW metrics{};
   GetTextMetricsW(screen.get(), &metrics);

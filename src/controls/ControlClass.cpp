@@ -1,7 +1,7 @@
 #include "controls/ControlClass.h"
 
 #include "platform/AutomationError.h"
-#include "platform/Module.h"
+#include "platform/Handle.h"
 
 namespace qev {
 

@@ -22,10 +22,7 @@ qev::Value savedFont(const std::optional<ControlFont>& font) {
 }
 
 int dotsPerInch(HWND window) {
-  const HDC device = GetDC(window);
-  const int dots = GetDeviceCaps(device, LOGPIXELSY);
-  ReleaseDC(window, device);
-  return dots;
+  return GetDeviceCaps(WindowDc(window).get(), LOGPIXELSY);
 }
 
 }  // namespace
@@ -84,7 +81,7 @@ LRESULT EntryControl::handle(UINT message, WPARAM wParam, LPARAM lParam) {
 void EntryControl::report(const std::wstring& description) const {
   try {
     const std::wstring title = edit_.passwordChar().empty() ? Text() : L"";
-    platform_->messages.show(description, title, message::kOk | message::kExclamation);
+    platform_->messages.tell(description, title, message::kOk | message::kExclamation);
   } catch (const std::exception&) {  // not even a message box can be shown
   }
 }
@@ -366,7 +363,7 @@ void EntryControl::refuse(const std::wstring& text, std::uint32_t icon, const st
   edit_.focus();
   platform_->eventLoop.yield();
   if (!window_) return;
-  platform_->messages.show(text, entry, message::kOk | icon);
+  platform_->messages.tell(text, entry, message::kOk | icon);
   platform_->eventLoop.yield();
   if (!window_) return;
   front.bring();

@@ -10,7 +10,7 @@
 #include "controls/UTextBox.h"
 #include "controls/VisualStyles.h"
 #include "platform/AutomationError.h"
-#include "platform/Module.h"
+#include "platform/Handle.h"
 #include "resources/Picture.h"
 
 namespace qev {
@@ -80,12 +80,9 @@ class HostWindows {
 // Pixels that a line of text takes in the font of a window.
 int textHeight(HWND window) {
   TEXTMETRICW metrics{};
-  const HDC device = GetDC(window);
-  {
-    const SelectedObject font(device, reinterpret_cast<HFONT>(SendMessageW(window, WM_GETFONT, 0, 0)));
-    GetTextMetricsW(device, &metrics);
-  }
-  ReleaseDC(window, device);
+  const WindowDc device(window);
+  const SelectedObject font(device.get(), reinterpret_cast<HFONT>(SendMessageW(window, WM_GETFONT, 0, 0)));
+  GetTextMetricsW(device.get(), &metrics);
   return static_cast<int>(metrics.tmHeight);
 }
 
@@ -236,7 +233,7 @@ void ModalForm::showCurrentError() noexcept {
       description = error.description();
     } catch (const std::exception&) {  // the library throws no other but for want of memory
     }
-    platform_.messages.show(description, host_.title, message::kOk | message::kExclamation);
+    platform_.messages.tell(description, host_.title, message::kOk | message::kExclamation);
   } catch (...) {  // not even a message box can be shown
   }
 }

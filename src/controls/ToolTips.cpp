@@ -3,7 +3,7 @@
 #include <commctrl.h>
 
 #include "platform/AutomationError.h"
-#include "platform/Module.h"
+#include "platform/Handle.h"
 
 namespace qev {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "controls/ControlClass.h"
 #include "platform/AutomationError.h"
-#include "platform/Module.h"
+#include "platform/Handle.h"
 
 namespace qev {
 namespace {

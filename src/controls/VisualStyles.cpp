@@ -2,7 +2,7 @@
 
 #include <commctrl.h>
 
-#include "platform/Module.h"
+#include "platform/Handle.h"
 
 namespace qev {
 
@@ -12,7 +12,7 @@ VisualStyles::VisualStyles() {
   request.dwFlags = ACTCTX_FLAG_HMODULE_VALID | ACTCTX_FLAG_RESOURCE_NAME_VALID;
   request.hModule = moduleInstance();
   request.lpResourceName = MAKEINTRESOURCEW(2);  // ISOLATIONAWARE_MANIFEST_RESOURCE_ID
-  context_ = validHandle<UniqueActivationContext>(CreateActCtxW(&request));
+  context_ = UniqueActivationContext(CreateActCtxW(&request));
   if (context_ && !ActivateActCtx(context_.get(), &cookie_)) context_.reset();
   INITCOMMONCONTROLSEX classes{sizeof classes, ICC_STANDARD_CLASSES | ICC_PROGRESS_CLASS};
   InitCommonControlsEx(&classes);

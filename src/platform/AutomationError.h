@@ -46,7 +46,7 @@ class AutomationError : public std::exception {
   const std::wstring& description() const { return description_; }
 
   // The same error with another source, for a member that passes on what it caught.
-  AutomationError from(std::wstring source) const { return {number_, std::move(source), description_}; }
+  [[nodiscard]] AutomationError from(std::wstring source) const { return {number_, std::move(source), description_}; }
 
   // For test runners and debuggers only: number and description, other characters than ASCII as "?".
   const char* what() const noexcept override { return what_.c_str(); }
@@ -59,6 +59,6 @@ class AutomationError : public std::exception {
 };
 
 // The Spanish description of a known number; a general one for any other.
-std::wstring describeError(std::int32_t number);
+[[nodiscard]] std::wstring describeError(std::int32_t number);
 
 }  // namespace qev

@@ -16,24 +16,24 @@ class Clock {
   virtual ~Clock() = default;
 
   // Local date and time, to the second. GetLocalTime.
-  virtual Date now() const = 0;
+  [[nodiscard]] virtual Date now() const = 0;
 
   // Milliseconds since the system was started, for measuring how long something takes. GetTickCount64.
-  virtual std::uint64_t ticks() const = 0;
+  [[nodiscard]] virtual std::uint64_t ticks() const = 0;
 };
 
 // The calendar day of a date, its time of day dropped. Throws 6 (overflow) beyond the years 100 to 9999, as do the
 // functions below for a result beyond them.
-std::chrono::year_month_day calendarDay(Date date);
+[[nodiscard]] std::chrono::year_month_day calendarDay(Date date);
 
 // Midnight of a calendar day; the day must exist in the calendar.
-Date dateOf(std::chrono::year_month_day day);
+[[nodiscard]] Date dateOf(std::chrono::year_month_day day);
 
 // `date` a number of days later, which may be negative and have a fraction.
-Date addDays(Date date, double days);
+[[nodiscard]] Date addDays(Date date, double days);
 
 // `date` a number of calendar years later, same time of day; 29 February becomes 28 February in a common year.
-Date addYears(Date date, int years);
+[[nodiscard]] Date addYears(Date date, int years);
 
 // The day of one date with the time of day of another.
 Date onDay(Date day, Date time);

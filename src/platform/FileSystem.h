@@ -23,10 +23,10 @@ class FileReader {
 
   // Reads up to buffer.size() bytes from the present position; returns how many, 0 only at the end of the file.
   // ReadFile.
-  virtual std::size_t read(std::span<std::byte> buffer) = 0;
+  [[nodiscard]] virtual std::size_t read(std::span<std::byte> buffer) = 0;
 
   // Length of the file in bytes. GetFileSizeEx.
-  virtual std::uint64_t size() const = 0;
+  [[nodiscard]] virtual std::uint64_t size() const = 0;
 
   // Sets the position, in bytes from the beginning. SetFilePointerEx.
   virtual void seek(std::uint64_t position) = 0;
@@ -57,8 +57,8 @@ class FileSystem {
  public:
   virtual ~FileSystem() = default;
 
-  virtual bool fileExists(const std::wstring& path) const = 0;
-  virtual bool folderExists(const std::wstring& path) const = 0;
+  [[nodiscard]] virtual bool fileExists(const std::wstring& path) const = 0;
+  [[nodiscard]] virtual bool folderExists(const std::wstring& path) const = 0;
 
   // Creates one folder; its parent must exist. Throws 58 when something of that name exists. CreateDirectoryW.
   virtual void createFolder(const std::wstring& path) = 0;
@@ -76,7 +76,7 @@ class FileSystem {
   virtual void moveFile(const std::wstring& from, const std::wstring& to) = 0;
 
   // Opens for reading, shared with readers; throws 53 or 76 when there is none. CreateFileW.
-  virtual std::unique_ptr<FileReader> openForReading(const std::wstring& path) = 0;
+  [[nodiscard]] virtual std::unique_ptr<FileReader> openForReading(const std::wstring& path) = 0;
 
   // Begins a new file that takes the place of `path` at commit(). The new file stands in the same folder meanwhile.
   virtual std::unique_ptr<FileReplacement> replaceFile(const std::wstring& path) = 0;
@@ -96,22 +96,22 @@ class FileSystem {
   // by the present difference to UTC, its fraction of a second dropped. Throws 76 when there is no such folder, and
   // when the listing ends in an error. FindFirstFileExW, FindNextFileW, FileTimeToLocalFileTime,
   // SystemTimeToVariantTime.
-  virtual std::vector<ListedFile> filesIn(const std::wstring& folder) const = 0;
+  [[nodiscard]] virtual std::vector<ListedFile> filesIn(const std::wstring& folder) const = 0;
 
   // Length of a file in bytes, 0 when there is none. GetFileAttributesExW.
-  virtual std::uint64_t fileSize(const std::wstring& path) const = 0;
+  [[nodiscard]] virtual std::uint64_t fileSize(const std::wstring& path) const = 0;
 };
 
 // What the scripting file-system object answers, from the text alone.
 
 // The folder that holds `path`: "C:\Prog" for "C:\Prog\Datos" and for "C:\Prog\Datos\", "C:\" for "C:\Prog", "" for a
 // drive, a drive's root or a bare name. UNC: the share "\\server\share" has no parent.
-std::wstring parentFolderName(const std::wstring& path);
+[[nodiscard]] std::wstring parentFolderName(const std::wstring& path);
 
 // "C:" for "C:\Prog" (letter case as written), "\\server\share" for a UNC path, "" for a path without a drive.
-std::wstring driveName(const std::wstring& path);
+[[nodiscard]] std::wstring driveName(const std::wstring& path);
 
 // The last part of `path`, a trailing backslash ignored: "Backup16-11-26.qev".
-std::wstring fileNamePart(const std::wstring& path);
+[[nodiscard]] std::wstring fileNamePart(const std::wstring& path);
 
 }  // namespace qev

@@ -1,4 +1,4 @@
-#include "platform/FileSystemWindows.h"
+#include "platform/SystemServices.h"
 
 #include <windows.h>
 
@@ -23,8 +23,8 @@ DWORD attributesOf(const std::wstring& path) {
 class Reader : public FileReader {
  public:
   explicit Reader(std::wstring path) : path_(std::move(path)) {
-    file_ = validHandle<UniqueFile>(CreateFileW(path_.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                                FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+    file_.reset(CreateFileW(path_.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                            FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
     if (!file_) throwLastError(path_);
   }
 
@@ -166,8 +166,8 @@ std::unique_ptr<FileReplacement> FileSystemWindows::replaceFile(const std::wstri
 void FileSystemWindows::walkFiles(const std::wstring& folder,
                                   const std::function<void(const std::wstring&, std::uint64_t)>& visit) const {
   WIN32_FIND_DATAW entry{};
-  const auto find = validHandle<UniqueFind>(FindFirstFileExW(
-      (folder + L"*").c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH));
+  const auto find = UniqueFind(FindFirstFileExW((folder + L"*").c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch,
+                                                nullptr, FIND_FIRST_EX_LARGE_FETCH));
   if (!find) return;
   do {
     if (isNavigationEntry(entry.cFileName)) continue;
@@ -187,8 +187,8 @@ std::vector<ListedFile> FileSystemWindows::filesIn(const std::wstring& folder) c
   const std::wstring start = closed ? folder : folder + L"\\";
   std::vector<ListedFile> files;
   WIN32_FIND_DATAW entry{};
-  const auto find = validHandle<UniqueFind>(FindFirstFileExW(
-      (start + L"*").c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH));
+  const auto find = UniqueFind(FindFirstFileExW((start + L"*").c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch,
+                                                nullptr, FIND_FIRST_EX_LARGE_FETCH));
   if (!find) {
     const DWORD code = GetLastError();
     if (code == ERROR_FILE_NOT_FOUND && folderExists(folder)) return files;  // a drive's root with nothing in it

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/AutomationError.h"
 #include "platform/Value.h"
 
 namespace qev {
@@ -14,42 +15,49 @@ class Locale {
   virtual ~Locale() = default;
 
   // The date and time that `text` names. Throws 13 (type mismatch) when it names none. VarDateFromStr.
-  virtual Date dateFromText(const std::wstring& text) const = 0;
+  [[nodiscard]] virtual Date dateFromText(const std::wstring& text) const = 0;
 
   // Whether dateFromText accepts `text`.
-  bool isDate(const std::wstring& text) const;
+  [[nodiscard]] bool isDate(const std::wstring& text) const {
+    try {
+      static_cast<void>(dateFromText(text));
+      return true;
+    } catch (const AutomationError&) {
+      return false;
+    }
+  }
 
   // The regional short date, without a time. VarBstrFromDate with VAR_DATEVALUEONLY.
-  virtual std::wstring shortDateText(Date date) const = 0;
+  [[nodiscard]] virtual std::wstring shortDateText(Date date) const = 0;
 
   // `value` written by a format pattern such as "dd-mm-yyyy hh:nn" or "#,###.00" ("m" is the month, "n" the minute,
   // "ddddd" the regional short date). A text that the pattern wants as a date or number is converted first. Throws
   // 13, 6. VarFormat.
-  virtual std::wstring format(const Value& value, const std::wstring& pattern) const = 0;
+  [[nodiscard]] virtual std::wstring format(const Value& value, const std::wstring& pattern) const = 0;
 
   // Conversions of a value of any type, rounding half to even. Throw 13 (not a number) and 6 (beyond the type's range);
   // an empty value is 0, a null value raises 13. VariantChangeTypeEx.
-  virtual std::int16_t toInt16(const Value& value) const = 0;
-  virtual double toDouble(const Value& value) const = 0;
-  virtual Currency toCurrency(const Value& value) const = 0;
-  virtual bool toBoolean(const Value& value) const = 0;
+  [[nodiscard]] virtual std::int16_t toInt16(const Value& value) const = 0;
+  [[nodiscard]] virtual double toDouble(const Value& value) const = 0;
+  [[nodiscard]] virtual Currency toCurrency(const Value& value) const = 0;
+  [[nodiscard]] virtual bool toBoolean(const Value& value) const = 0;
 
   // A value as a date; an empty value is the zero date. Throws 13, 6. VariantChangeTypeEx.
-  virtual Date toDate(const Value& value) const = 0;
+  [[nodiscard]] virtual Date toDate(const Value& value) const = 0;
 
   // A value as text: "" for an empty one. Throws 13 for a null one. VariantChangeTypeEx.
-  virtual std::wstring toText(const Value& value) const = 0;
+  [[nodiscard]] virtual std::wstring toText(const Value& value) const = 0;
 
   // Capital letters of the user's language. LCMapStringEx with LCMAP_UPPERCASE | LCMAP_LINGUISTIC_CASING.
-  virtual std::wstring upper(const std::wstring& text) const = 0;
+  [[nodiscard]] virtual std::wstring upper(const std::wstring& text) const = 0;
 
   // Texts compared without regard to letter case. CompareStringEx with NORM_IGNORECASE.
-  virtual bool equalIgnoringCase(const std::wstring& a, const std::wstring& b) const = 0;
+  [[nodiscard]] virtual bool equalIgnoringCase(const std::wstring& a, const std::wstring& b) const = 0;
 
   // The system's single-byte (ANSI) code page, one byte a character; what has no byte becomes the page's default
   // character. WideCharToMultiByte and MultiByteToWideChar with CP_ACP.
-  virtual std::string ansiFromText(std::wstring_view text) const = 0;
-  virtual std::wstring textFromAnsi(std::string_view bytes) const = 0;
+  [[nodiscard]] virtual std::string ansiFromText(std::wstring_view text) const = 0;
+  [[nodiscard]] virtual std::wstring textFromAnsi(std::string_view bytes) const = 0;
 };
 
 }  // namespace qev

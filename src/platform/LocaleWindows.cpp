@@ -1,4 +1,4 @@
-#include "platform/LocaleWindows.h"
+#include "platform/SystemServices.h"
 
 #include "platform/Variant.h"
 #include "platform/Win32Error.h"

@@ -7,17 +7,116 @@
 #include <optional>
 #include <string>
 
-#include "platform/Accessibility.h"
 #include "platform/Clock.h"
-#include "platform/FileChooser.h"
 #include "platform/FileSystem.h"
-#include "platform/FolderChooser.h"
 #include "platform/Locale.h"
-#include "platform/Messages.h"
-#include "platform/Registry.h"
-#include "platform/TextPrompt.h"
 
 namespace qev {
+
+inline constexpr std::uint32_t kLocalMachine = 0x80000002;  // HKEY_LOCAL_MACHINE
+
+// Named values in the Windows registry, in the 32-bit or 64-bit view that the host process itself sees.
+class Registry {
+ public:
+  virtual ~Registry() = default;
+
+  // The value `name` under `keyPath`, empty when the key or the name does not exist. Texts (REG_SZ; REG_EXPAND_SZ with
+  // its variables replaced) come as text, REG_DWORD as a 32-bit integer; any other type throws 13. Throws 70 when
+  // access is denied. RegOpenKeyExW, RegQueryValueExW.
+  [[nodiscard]] virtual Value read(const std::wstring& keyPath, const std::wstring& name, std::uint32_t root) const = 0;
+
+  // Writes a value, creating the key where it is missing. Integers and Booleans are stored as REG_DWORD, all else as
+  // REG_SZ text. Throws 70 when access is denied, 13 for a null value. RegCreateKeyExW, RegSetValueExW.
+  virtual void write(const std::wstring& keyPath, const std::wstring& name, std::uint32_t root, const Value& value) = 0;
+};
+
+// The styles and answers of MessageBoxW, by their published numbers.
+namespace message {
+inline constexpr std::uint32_t kOk = 0;
+inline constexpr std::uint32_t kOkCancel = 1;
+inline constexpr std::uint32_t kYesNo = 4;
+inline constexpr std::uint32_t kCritical = 16;
+inline constexpr std::uint32_t kQuestion = 32;
+inline constexpr std::uint32_t kExclamation = 48;
+inline constexpr std::uint32_t kInformation = 64;
+inline constexpr std::uint32_t kDefaultSecond = 256;
+}  // namespace message
+
+enum class Answer : int { Ok = 1, Cancel = 2, Yes = 6, No = 7 };
+
+// Modal message boxes.
+class Messages {
+ public:
+  virtual ~Messages() = default;
+
+  // Shows a message box over the active window of the calling thread and waits for the answer. A box that can be closed
+  // without a choice answers Cancel, or No where there is no Cancel button. MessageBoxW.
+  [[nodiscard]] virtual Answer show(const std::wstring& text, const std::wstring& title, std::uint32_t style) = 0;
+
+  // The same for a box that has one button only.
+  void tell(const std::wstring& text, const std::wstring& title, std::uint32_t style) {
+    static_cast<void>(show(text, title, style));
+  }
+};
+
+// The dialog in which the user picks a folder.
+class FolderChooser {
+ public:
+  virtual ~FolderChooser() = default;
+
+  // Shows the system's folder chooser, titled `title`, over the active window of the calling thread and waits for the
+  // user. It begins in `startFolder`, with or without a last backslash, relative or not; where that does not exist (any
+  // more), in the nearest folder above it that does; where it is empty, where the system sees fit.
+  //
+  // The full path of the chosen folder with exactly one backslash at its end ("C:\Copias\", "D:\"); nothing when the
+  // user chose none. Throws an AutomationError when the chooser cannot be shown. IFileOpenDialog.
+  [[nodiscard]] virtual std::optional<std::wstring> choose(const std::wstring& title,
+                                                           const std::wstring& startFolder) = 0;
+};
+
+// The dialog in which the user picks a file that exists.
+class FileChooser {
+ public:
+  virtual ~FileChooser() = default;
+
+  // Shows the system's chooser of a file to open, titled `title`, over the active window of the calling thread and
+  // waits for the user. `filter` is pairs of a label and a pattern, all separated by "|" ("*.*|*.*"). It begins in
+  // `startFolder` as FolderChooser::choose does.
+  //
+  // The full path of the chosen file, which exists; nothing when the user chose none. Throws an AutomationError when
+  // the chooser cannot be shown. IFileOpenDialog.
+  [[nodiscard]] virtual std::optional<std::wstring> choose(const std::wstring& title, const std::wstring& filter,
+                                                           const std::wstring& startFolder) = 0;
+};
+
+// The dialog in which the user types a text that nobody else should read.
+class TextPrompt {
+ public:
+  virtual ~TextPrompt() = default;
+
+  // Asks for a password over the active window of the calling thread and waits for the user: a modal window titled
+  // `title` with the text `prompt`, a field that masks what is typed into it, and the buttons "Aceptar" (also the Enter
+  // key) and "Cancelar" (also Esc, and closing the window).
+  //
+  // The text of the field, "" too, on "Aceptar"; nothing on "Cancelar". Throws 7 when the window cannot be shown.
+  // DialogBoxParamW.
+  [[nodiscard]] virtual std::optional<std::wstring> ask(const std::wstring& prompt, const std::wstring& title) = 0;
+};
+
+using WindowHandle = void*;  // an HWND
+
+// What screen readers are told of a window.
+class Accessibility {
+ public:
+  virtual ~Accessibility() = default;
+
+  // Announces `window` by that name instead of one of its own; where the system cannot, it stays as it is.
+  // IAccPropServices::SetHwndPropStr with PROPID_ACC_NAME.
+  virtual void setName(WindowHandle window, const std::wstring& name) = 0;
+
+  // Takes the name back, before the window goes. IAccPropServices::ClearHwndProps.
+  virtual void clearName(WindowHandle window) = 0;
+};
 
 // What GetDiskFreeSpace reports of a drive.
 struct DiskFreeSpace {
@@ -31,7 +130,7 @@ class Drives {
   virtual ~Drives() = default;
 
   // Free space of a drive given by name ("A:"), nothing when the query fails (no disk in the drive). GetDiskFreeSpaceA.
-  virtual std::optional<DiskFreeSpace> freeSpace(const std::wstring& driveName) const = 0;
+  [[nodiscard]] virtual std::optional<DiskFreeSpace> freeSpace(const std::wstring& driveName) const = 0;
 };
 
 class WorkFolder {
@@ -79,7 +178,7 @@ class Processes {
   virtual ~Processes() = default;
 
   // The number of this process, which no other has while it runs. GetCurrentProcessId.
-  virtual std::uint32_t id() const = 0;
+  [[nodiscard]] virtual std::uint32_t id() const = 0;
 
   // Waits until no other thread of any process holds the lock of that name, at most so long. A holder that has died
   // gives it up. Nothing when the wait was in vain, or the lock cannot be had at all. `name` has no backslash and at
@@ -107,6 +206,6 @@ struct Platform {
 };
 
 // The real services of this system; they live as long as the library is loaded.
-Platform& systemPlatform();
+[[nodiscard]] Platform& systemPlatform();
 
 }  // namespace qev

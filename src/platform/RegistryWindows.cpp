@@ -1,11 +1,10 @@
-#include "platform/RegistryWindows.h"
+#include "platform/SystemServices.h"
 
 #include <algorithm>
 #include <type_traits>
 #include <vector>
 
 #include "platform/Handle.h"
-#include "platform/LocaleWindows.h"
 #include "platform/Win32Error.h"
 
 namespace qev {

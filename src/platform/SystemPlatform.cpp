@@ -3,22 +3,20 @@
 
 #include <knownfolders.h>
 #include <shlobj.h>
+#include <wrl/client.h>
 
-#include <memory>
+#include <initguid.h>
+#include <oleacc.h>
 
-#include "platform/AccessibilityWindows.h"
-#include "platform/FileChooserWindows.h"
-#include "platform/FileSystemWindows.h"
-#include "platform/FolderChooserWindows.h"
 #include "platform/Handle.h"
-#include "platform/LocaleWindows.h"
-#include "platform/Platform.h"
-#include "platform/RegistryWindows.h"
-#include "platform/TextPromptWindows.h"
+#include "platform/SystemServices.h"
 #include "platform/Win32Error.h"
+#include "resources/resource.h"
 
 namespace qev {
 namespace {
+
+using Microsoft::WRL::ComPtr;
 
 class SystemClock : public Clock {
  public:
@@ -55,16 +53,12 @@ class SystemMessages : public Messages {
   }
 };
 
-struct TaskMemory {
-  void operator()(wchar_t* text) const { CoTaskMemFree(text); }
-};
-
 class SystemWorkFolder : public WorkFolder {
  public:
   std::wstring path() override {
     wchar_t* known = nullptr;
     const HRESULT result = SHGetKnownFolderPath(FOLDERID_LocalAppData, KF_FLAG_CREATE, nullptr, &known);
-    const std::unique_ptr<wchar_t, TaskMemory> owned(known);
+    const UniqueTaskText owned(known);
     if (FAILED(result)) throwHresult(result);
     const std::wstring folder = std::wstring(known) + L"\\QevBackup";
     makeFolder(folder);
@@ -115,14 +109,80 @@ class SystemEventLoop : public EventLoop {
   }
 };
 
+class SystemAccessibility : public Accessibility {
+ public:
+  void setName(WindowHandle window, const std::wstring& name) override {
+    if (const auto services = annotationService())
+      services->SetHwndPropStr(static_cast<HWND>(window), kClient, CHILDID_SELF, PROPID_ACC_NAME, name.c_str());
+  }
+
+  void clearName(WindowHandle window) override {
+    MSAAPROPID properties[] = {PROPID_ACC_NAME};
+    if (const auto services = annotationService())
+      services->ClearHwndProps(static_cast<HWND>(window), kClient, CHILDID_SELF, properties, 1);
+  }
+
+ private:
+  static constexpr auto kClient = static_cast<DWORD>(OBJID_CLIENT);
+
+  // The service of this thread, which must be in an apartment, as a host's user-interface thread is. None where the
+  // system has none.
+  static ComPtr<IAccPropServices> annotationService() {
+    ComPtr<IAccPropServices> services;
+    CoCreateInstance(CLSID_AccPropServices, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(services.GetAddressOf()));
+    return services;
+  }
+};
+
+struct Prompt {
+  const std::wstring& text;
+  const std::wstring& title;
+  std::wstring typed;
+};
+
+std::wstring textOf(HWND field) {
+  std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(field)) + 1, L'\0');
+  text.resize(static_cast<std::size_t>(GetWindowTextW(field, text.data(), static_cast<int>(text.size()))));
+  return text;
+}
+
+INT_PTR CALLBACK dialogProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message == WM_INITDIALOG) {
+    const auto& prompt = *reinterpret_cast<const Prompt*>(lParam);
+    SetWindowLongPtrW(window, DWLP_USER, lParam);
+    SetWindowTextW(window, prompt.title.c_str());
+    SetDlgItemTextW(window, TextPrompt_Prompt, prompt.text.c_str());
+    return TRUE;
+  }
+  if (message != WM_COMMAND) return FALSE;
+  const int id = LOWORD(wParam);
+  if (id != TextPrompt_Accept && id != TextPrompt_Cancel) return FALSE;
+  auto& prompt = *reinterpret_cast<Prompt*>(GetWindowLongPtrW(window, DWLP_USER));
+  if (id == TextPrompt_Accept) prompt.typed = textOf(GetDlgItem(window, TextPrompt_Text));
+  EndDialog(window, id);
+  return TRUE;
+}
+
+class SystemTextPrompt : public TextPrompt {
+ public:
+  std::optional<std::wstring> ask(const std::wstring& prompt, const std::wstring& title) override {
+    Prompt asked{prompt, title, {}};
+    const INT_PTR pressed = DialogBoxParamW(moduleInstance(), L"TEXTPROMPT", GetActiveWindow(), &dialogProcedure,
+                                            reinterpret_cast<LPARAM>(&asked));
+    if (pressed == TextPrompt_Accept) return asked.typed;
+    if (pressed == TextPrompt_Cancel) return std::nullopt;
+    throw AutomationError(kOutOfMemory);
+  }
+};
+
 class SystemLock : public ProcessLock {
  public:
   // Takes over a mutex that this thread owns.
-  explicit SystemLock(UniqueHandle<KernelTraits> mutex) : mutex_(std::move(mutex)) {}
+  explicit SystemLock(UniqueKernelHandle mutex) : mutex_(std::move(mutex)) {}
   ~SystemLock() override { ReleaseMutex(mutex_.get()); }
 
  private:
-  UniqueHandle<KernelTraits> mutex_;
+  UniqueKernelHandle mutex_;
 };
 
 class SystemProcesses : public Processes {
@@ -130,7 +190,7 @@ class SystemProcesses : public Processes {
   std::uint32_t id() const override { return GetCurrentProcessId(); }
 
   std::unique_ptr<ProcessLock> lock(const std::wstring& name, std::uint32_t milliseconds) override {
-    UniqueHandle<KernelTraits> mutex(CreateMutexW(nullptr, FALSE, (L"Global\\" + name).c_str()));
+    UniqueKernelHandle mutex(CreateMutexW(nullptr, FALSE, (L"Global\\" + name).c_str()));
     if (!mutex) return nullptr;
     const DWORD result = WaitForSingleObject(mutex.get(), milliseconds);
     if (result != WAIT_OBJECT_0 && result != WAIT_ABANDONED) return nullptr;
@@ -160,14 +220,30 @@ Platform& systemPlatform() {
   static SystemKeyboard keyboard;
   static SystemEventLoop eventLoop;
   static FolderChooserWindows folderChooser;
-  static AccessibilityWindows accessibility;
-  static TextPromptWindows textPrompt;
+  static SystemAccessibility accessibility;
+  static SystemTextPrompt textPrompt;
   static FileChooserWindows fileChooser;
   static SystemProcesses processes;
   static Platform platform{registry,      files,         clock,      drives,      messages,
                            locale,        workFolder,    sound,      keyboard,    eventLoop,
                            folderChooser, accessibility, textPrompt, fileChooser, processes};
   return platform;
+}
+
+HINSTANCE moduleInstance() {
+  HMODULE module = nullptr;
+  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                     reinterpret_cast<LPCWSTR>(&moduleInstance), &module);
+  return module;
+}
+
+std::wstring modulePath() {
+  std::wstring path(MAX_PATH, L'\0');
+  while (true) {
+    const DWORD length = GetModuleFileNameW(moduleInstance(), path.data(), static_cast<DWORD>(path.size()));
+    if (length < path.size()) return path.substr(0, length);
+    path.resize(path.size() * 2);  // the path was cut
+  }
 }
 
 }  // namespace qev

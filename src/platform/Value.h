@@ -34,24 +34,24 @@ using Value = std::variant<Empty, Null, bool, std::uint8_t, std::int16_t, std::i
                            std::wstring>;
 
 // True for an empty or a null value.
-bool isMissing(const Value& value);
+[[nodiscard]] bool isMissing(const Value& value);
 
 // The leading number of `text`, 0 when it does not begin with one. Blanks, tabs and line ends are skipped; an optional
 // sign, digits, "." as the only decimal separator, and an exponent introduced by "E" are read; the rest is ignored.
 // A number beyond the range of double is infinite. Independent of the locale.
-double numericValue(std::wstring_view text);
+[[nodiscard]] double numericValue(std::wstring_view text);
 
 // The same for a value of any type: numbers as they are, true as -1, texts by the rule above, empty and null as 0.
-double numericValue(const Value& value);
+[[nodiscard]] double numericValue(const Value& value);
 
 // `text` without leading and trailing blanks (U+0020 only).
-std::wstring trimmed(std::wstring_view text);
+[[nodiscard]] std::wstring trimmed(std::wstring_view text);
 
 // `fallback` when `value` is empty or null, else `value`.
-Value NzValue(const Value& value, const Value& fallback);
+[[nodiscard]] Value NzValue(const Value& value, const Value& fallback);
 
 // `fallback` when `value` is empty, null, numerically equal to 0 (as a number or as the text of one), or text that
 // trims to nothing; else `value`.
-Value NonBlankValue(const Value& value, const Value& fallback);
+[[nodiscard]] Value NonBlankValue(const Value& value, const Value& fallback);
 
 }  // namespace qev

@@ -21,11 +21,11 @@ class Bstr {
 
   BSTR get() const { return text_; }
   BSTR* put() { return &text_; }  // REQUIRES: empty
-  BSTR release();
+  [[nodiscard]] BSTR release();
   std::wstring text() const { return textOf(text_); }
 
   // The characters of a BSTR; a null one is the empty text.
-  static std::wstring textOf(BSTR text);
+  [[nodiscard]] static std::wstring textOf(BSTR text);
 
  private:
   BSTR text_ = nullptr;

@@ -10,7 +10,7 @@
 namespace qev {
 
 // The number for a Win32 code; kDeviceInputOutput (57) for codes without one of their own.
-ErrorNumber errorNumberOf(DWORD code);
+[[nodiscard]] ErrorNumber errorNumberOf(DWORD code);
 
 // Throws the error for `code`. A path on a removable drive whose root cannot be queried is 71 (disk not ready),
 // whatever the code says. The path follows the description.

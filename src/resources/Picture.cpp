@@ -4,7 +4,7 @@
 #include <array>
 
 #include "platform/AutomationError.h"
-#include "platform/Module.h"
+#include "platform/Handle.h"
 
 namespace qev {
 namespace {

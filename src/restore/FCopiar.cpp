@@ -82,7 +82,7 @@ void FCopiar::BCopiar_Click() {
 }
 
 void FCopiar::inform(const std::wstring& text) const {
-  platform().messages.show(text, host().title, message::kOk | message::kInformation);
+  platform().messages.tell(text, host().title, message::kOk | message::kInformation);
 }
 
 // Whatever closes the dialog but BCopiar is a cancellation: BCancelar, Esc, the close box, the end of the host's

@@ -150,7 +150,7 @@ void FPRestaura::showError(std::int32_t number, const std::wstring& text) {
   shownText_ = text;
   KillTimer(window(), FPRestaura_Tiempo);
   showBusy(false);
-  atEdge([&] { platform().messages.show(text, host().title, message::kOk | message::kExclamation); });
+  atEdge([&] { platform().messages.tell(text, host().title, message::kOk | message::kExclamation); });
   endRun(nullptr, L"Se han producido errores", L"");
 }
 

@@ -261,7 +261,7 @@ void RestoreRun::extract(const std::wstring& set) {
   zip.setHonorDirectories(choice_.keepFolders);
   const std::int32_t code = zip.Unzip();
   record_.engineCode = std::max(code, record_.engineCode.value_or(0));
-  if (code != 0) platform_.messages.show(shownMessages(zip.GetLastMessage(), remarks), L"", message::kOk);
+  if (code != 0) platform_.messages.tell(shownMessages(zip.GetLastMessage(), remarks), L"", message::kOk);
 }
 
 // Nothing has been written yet where the data is.

@@ -396,7 +396,7 @@ void Backup::Cerrar_Click() {
 void Backup::TCopias_AfterUpdate(bool& cancel) {
   const std::wstring entry = TCopias_->Text();
   if (!isNumeric(platform().locale, entry)) {
-    platform().messages.show(L"El valor introducido debe de ser un número", host().title,
+    platform().messages.tell(L"El valor introducido debe de ser un número", host().title,
                              message::kOk | message::kInformation);
     cancel = true;  // which also gives the focus back
     return;

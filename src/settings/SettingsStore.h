@@ -17,7 +17,7 @@
 
 #include <string>
 
-#include "platform/Registry.h"
+#include "platform/Platform.h"
 #include "platform/Value.h"
 
 namespace qev {
@@ -29,17 +29,17 @@ class SettingsStore {
   SettingsStore(Registry& registry, const std::wstring& keyPath) : registry_(registry), keyPath_(keyPath) {}
 
   // The stored value, empty when there is none. Throws what Registry::read throws.
-  Value read(const std::wstring& name) const;
+  [[nodiscard]] Value read(const std::wstring& name) const;
 
   // Plain rule: `fallback` when the stored value is empty or null.
-  Value readPlain(const std::wstring& name, const Value& fallback) const;
+  [[nodiscard]] Value readPlain(const std::wstring& name, const Value& fallback) const;
 
   // Strict rule: `fallback` also when the stored value is numerically 0, or text that trims to nothing.
-  Value readStrict(const std::wstring& name, const Value& fallback) const;
+  [[nodiscard]] Value readStrict(const std::wstring& name, const Value& fallback) const;
 
   // Whether the host asks for safe mode (`Verificar`): sets are tested before they count, and replace older ones only
   // then. False also when the settings cannot be read.
-  bool safeMode() const;
+  [[nodiscard]] bool safeMode() const;
 
   // Stores a value at once. Throws what Registry::write throws.
   void write(const std::wstring& name, const Value& value);

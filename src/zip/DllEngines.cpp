@@ -8,9 +8,8 @@
 #include <utility>
 
 #include "platform/AutomationError.h"
-#include "platform/FileSystemWindows.h"
-#include "platform/LocaleWindows.h"
-#include "platform/Module.h"
+#include "platform/Handle.h"
+#include "platform/SystemServices.h"
 #include "zip/EngineLines.h"
 
 namespace qev {
@@ -248,7 +247,10 @@ class DllUnzipEngine final : public UnzipEngine {
 
 EngineLibrary::EngineLibrary(const std::wstring& fileName) : fileName_(fileName), module_(loadModule(fileName)) {
   const DWORD error = GetLastError();
-  if (module_) return setPatience();
+  if (module_) {
+    setPatience();
+    return;
+  }
   const bool missing = error == ERROR_MOD_NOT_FOUND || error == ERROR_FILE_NOT_FOUND;
   throw AutomationError(missing ? kFileNotFound : kCannotLoadLibrary, fileName);
 }

@@ -14,8 +14,8 @@
 #ifdef _WIN32
 #include <windows.h>
 
-#include "platform/FileSystemWindows.h"
 #include "platform/Handle.h"
+#include "platform/SystemServices.h"
 #include "support/TemporaryFolder.h"
 #endif
 
@@ -264,8 +264,8 @@ class RetentionOnDisk : public testing::Test {
     FILETIME localTime{}, time{};
     VariantTimeToSystemTime(created.days, &local);
     ASSERT_TRUE(SystemTimeToFileTime(&local, &localTime) && LocalFileTimeToFileTime(&localTime, &time));
-    const auto file = validHandle<UniqueFile>(CreateFileW((folder / relative).c_str(), FILE_WRITE_ATTRIBUTES,
-                                                          FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+    const auto file = UniqueFile(CreateFileW((folder / relative).c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ,
+                                             nullptr, OPEN_EXISTING, 0, nullptr));
     ASSERT_TRUE(file);
     ASSERT_TRUE(SetFileTime(file.get(), &time, nullptr, &time));
   }
@@ -330,7 +330,7 @@ TEST_F(RetentionOnDisk, AFileThatAnotherProgramHasOpenStaysAndRaises70) {
   write(L"Copias\\b.qev", moment(2026, 3, 2));
   write(L"Copias\\c.qev", moment(2026, 3, 1));
   {
-    const auto open = validHandle<UniqueFile>(
+    const auto open = UniqueFile(
         CreateFileW((folder / L"Copias\\b.qev").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
     ASSERT_TRUE(open);
     EXPECT_EQ(kPermissionDenied, numberOf([this] { retain(1, folder / L"Copias\\"); }));

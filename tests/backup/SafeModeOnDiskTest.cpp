@@ -102,8 +102,8 @@ TEST_F(SafeModeOnDisk, AByteThatIsWrongInTheArchiveIsFound) {
 
 TEST_F(SafeModeOnDisk, ADataFileThatAnotherProgramHasOpenIsAFailureThatNamesIt) {
   putOld();
-  const auto held = validHandle<UniqueFile>(CreateFileW((host_.dataFolder + L"clientes.db").c_str(), GENERIC_READ, 0,
-                                                        nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  const auto held = UniqueFile(CreateFileW((host_.dataFolder + L"clientes.db").c_str(), GENERIC_READ, 0, nullptr,
+                                           OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
   ASSERT_TRUE(held);
   runSafely(target());
   EXPECT_THAT(view_.failure, HasSubstr(L"Error: 18-Copia incompleta: "));

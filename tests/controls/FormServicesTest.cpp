@@ -167,13 +167,10 @@ TEST_P(EveryScale, FieldsAndListRowsHoldTheFont) {
   form.combo(2).setText(L"ÁÑgjpqy");
   for (int i = 1; i <= 2; ++i) {
     const HWND edit = GetWindow(form.item(i), GW_CHILD);
-    const HDC device = GetDC(edit);
+    const WindowDc device(edit);
     TEXTMETRICW font{};
-    {
-      const SelectedObject selected(device, reinterpret_cast<HFONT>(SendMessageW(edit, WM_GETFONT, 0, 0)));
-      GetTextMetricsW(device, &font);
-    }
-    ReleaseDC(edit, device);
+    const SelectedObject selected(device.get(), reinterpret_cast<HFONT>(SendMessageW(edit, WM_GETFONT, 0, 0)));
+    GetTextMetricsW(device.get(), &font);
     RECT client{};
     GetClientRect(edit, &client);
     EXPECT_GE(client.bottom, font.tmHeight);
@@ -191,7 +188,8 @@ INSTANTIATE_TEST_SUITE_P(Points, EveryScale, ::testing::Values(9, 11, 14, 18)); 
 TEST_F(FormServicesTest, DefaultColoursAreBlackOnWhiteAndADisabledFieldHasTheSystemsGrayText) {
   makeForm({{UTextBox::kClassName, L"", kField}, {UComboBox::kClassName, L"", kField}});
   for (int i = 1; i <= 2; ++i) {
-    const HDC device = GetDC(form_->item(i));
+    const WindowDc clientArea(form_->item(i));
+    const HDC device = clientArea.get();
     const auto ask = [&](UINT message) {
       SendMessageW(form_->item(i), message, reinterpret_cast<WPARAM>(device), reinterpret_cast<LPARAM>(editOf(i)));
     };
@@ -201,7 +199,6 @@ TEST_F(FormServicesTest, DefaultColoursAreBlackOnWhiteAndADisabledFieldHasTheSys
     EntryControl::of(form_->item(i))->setEnabled(false);
     ask(WM_CTLCOLORSTATIC);
     EXPECT_EQ(GetTextColor(device), GetSysColor(COLOR_GRAYTEXT));
-    ReleaseDC(form_->item(i), device);
   }
 }
 

@@ -10,7 +10,7 @@
 
 #include "controls/UComboBox.h"
 #include "controls/UTextBox.h"
-#include "platform/Module.h"
+#include "platform/Handle.h"
 #include "support/RealInput.h"
 
 namespace qev::test {

@@ -2,6 +2,7 @@
 // engine and window.
 #include <gtest/gtest.h>
 #include <windows.h>
+#include <wrl/client.h>
 
 #include <initguid.h>
 
@@ -14,8 +15,7 @@
 
 #include "automation/MCBackup.h"
 #include "platform/Handle.h"
-#include "platform/Module.h"
-#include "platform/RegistryWindows.h"
+#include "platform/SystemServices.h"
 #include "platform/Variant.h"
 
 namespace fs = std::filesystem;
@@ -25,13 +25,7 @@ namespace {
 
 constexpr wchar_t kKey[] = L"Software\\QevBackupHostTest";
 
-template <typename Interface>
-struct ComReleaser {
-  void operator()(Interface* object) const { object->Release(); }
-};
-
-template <typename Interface>
-using ComPointer = std::unique_ptr<Interface, ComReleaser<Interface>>;
+using Microsoft::WRL::ComPtr;
 
 // The library under test, loaded as regsvr32 loads it.
 class LoadedLibrary {
@@ -108,11 +102,10 @@ class AutomationObject : public testing::Test {
 
   void writeFile(const fs::path& path, const std::string& content) { std::ofstream(path, std::ios::binary) << content; }
 
-  static ComPointer<IMCBackup> create() {
-    IMCBackup* object = nullptr;
-    EXPECT_EQ(S_OK, CoCreateInstance(kClassId, nullptr, CLSCTX_INPROC_SERVER, IID_IMCBackup,
-                                     reinterpret_cast<void**>(&object)));
-    return ComPointer<IMCBackup>(object);
+  static ComPtr<IMCBackup> create() {
+    ComPtr<IMCBackup> object;
+    EXPECT_EQ(S_OK, CoCreateInstance(kClassId, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(object.GetAddressOf())));
+    return object;
   }
 
   fs::path today() {
@@ -144,7 +137,7 @@ TEST_F(AutomationObject, HasItsMembersInVtableOrder) {
   const auto object = create();
   ITypeInfo* info = nullptr;
   ASSERT_EQ(S_OK, object->GetTypeInfo(0, LOCALE_USER_DEFAULT, &info));
-  const ComPointer<ITypeInfo> owned(info);
+  const ComPtr<ITypeInfo> owned(info);
   TYPEATTR* attributes = nullptr;
   ASSERT_EQ(S_OK, info->GetTypeAttr(&attributes));
   std::vector<std::wstring> members;
@@ -193,7 +186,7 @@ TEST_F(AutomationObject, RegistroRaisesWhenTheFolderCannotBeCreated) {
   EXPECT_EQ(static_cast<HRESULT>(0x800A004C), object->put_Registro(Bstr(kKey).get()));
   IErrorInfo* info = nullptr;
   ASSERT_EQ(S_OK, GetErrorInfo(0, &info));
-  const ComPointer<IErrorInfo> owned(info);
+  const ComPtr<IErrorInfo> owned(info);
   Bstr description, source;
   info->GetDescription(description.put());
   info->GetSource(source.put());
@@ -226,7 +219,7 @@ TEST_F(AutomationObject, SupportsErrorInformationForItsInterface) {
   const auto object = create();
   ISupportErrorInfo* support = nullptr;
   ASSERT_EQ(S_OK, object->QueryInterface(IID_ISupportErrorInfo, reinterpret_cast<void**>(&support)));
-  const ComPointer<ISupportErrorInfo> owned(support);
+  const ComPtr<ISupportErrorInfo> owned(support);
   EXPECT_EQ(S_OK, support->InterfaceSupportsErrorInfo(IID_IMCBackup));
   EXPECT_EQ(S_FALSE, support->InterfaceSupportsErrorInfo(IID_IPersist));
 }
@@ -355,13 +348,13 @@ TEST_F(AutomationObject, CCopiasRaisesWhatGoesWrongWithNumberSourceAndDescriptio
   setting(L"NCopias", std::int16_t{0});
   const auto object = create();
   ASSERT_EQ(S_OK, object->put_Registro(Bstr(kKey).get()));
-  const auto open = validHandle<UniqueFile>(
+  const auto open = UniqueFile(
       CreateFileW((root_ / L"Backup" / L"en uso.qev").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
   ASSERT_TRUE(open);
   EXPECT_EQ(static_cast<HRESULT>(0x800A0046), object->CCopias());
   IErrorInfo* info = nullptr;
   ASSERT_EQ(S_OK, GetErrorInfo(0, &info));
-  const ComPointer<IErrorInfo> owned(info);
+  const ComPtr<IErrorInfo> owned(info);
   Bstr description, source;
   info->GetDescription(description.put());
   info->GetSource(source.put());
@@ -413,7 +406,7 @@ void CALLBACK callFromTimer(HWND, UINT, UINT_PTR timer, DWORD) {
 
 TEST_F(AutomationObject, ASecondFormWhileOneIsOpenRaises400) {
   const auto object = create();
-  timerObject = object.get();
+  timerObject = object.Get();
   SetTimer(nullptr, 0, 50, &callFromTimer);
   EXPECT_EQ(S_OK, object->FormCopiar());
   for (const HRESULT result : timerResults) EXPECT_EQ(static_cast<HRESULT>(0x800A0190), result);
@@ -452,16 +445,14 @@ TEST_F(AutomationObject, KeepsTheLibraryLoadedWhileItLives) {
 }
 
 TEST_F(AutomationObject, AServerLockKeepsTheLibraryLoaded) {
-  IClassFactory* factory = nullptr;
-  ASSERT_EQ(S_OK, CoGetClassObject(kClassId, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory,
-                                   reinterpret_cast<void**>(&factory)));
+  ComPtr<IClassFactory> factory;
+  ASSERT_EQ(S_OK, CoGetClassObject(kClassId, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(factory.GetAddressOf())));
   factory->LockServer(TRUE);
   EXPECT_EQ(S_FALSE, library_.call("DllCanUnloadNow"));
   factory->LockServer(FALSE);
-  IUnknown* aggregated = nullptr;
-  EXPECT_EQ(CLASS_E_NOAGGREGATION,
-            factory->CreateInstance(factory, IID_IUnknown, reinterpret_cast<void**>(&aggregated)));
-  factory->Release();
+  ComPtr<IUnknown> aggregated;
+  EXPECT_EQ(CLASS_E_NOAGGREGATION, factory->CreateInstance(factory.Get(), IID_PPV_ARGS(aggregated.GetAddressOf())));
+  factory.Reset();
   EXPECT_EQ(S_OK, library_.call("DllCanUnloadNow"));
 }
 

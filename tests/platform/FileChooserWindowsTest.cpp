@@ -1,5 +1,5 @@
 // The system's file chooser, used by hand.
-#include "platform/FileChooserWindows.h"
+#include "platform/SystemServices.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>

@@ -1,6 +1,6 @@
 // The files of the machine: replacing in one step, deleting, copying, reading, walking, and the numbers of what goes
 // wrong.
-#include "platform/FileSystemWindows.h"
+#include "platform/SystemServices.h"
 
 #include <gmock/gmock.h>
 #include <windows.h>
@@ -55,8 +55,8 @@ class FileSystemWindowsTest : public testing::Test {
 
   // Opened as another program would, which lets no one else in.
   UniqueFile openExclusively(const std::wstring& relative) const {
-    return validHandle<UniqueFile>(CreateFileW((folder / relative).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
-                                               OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return UniqueFile(CreateFileW((folder / relative).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr));
   }
 
   TemporaryFolder folder;
@@ -426,8 +426,8 @@ TEST_F(FileSystemWindowsTest, AReaderTellsTheLengthAndGoesToAnyPosition) {
 }
 
 TEST_F(FileSystemWindowsTest, PositionsAndLengthsBeyond4GiBAreWhole) {
-  auto file = validHandle<UniqueFile>(CreateFileW((folder / L"grande").c_str(), GENERIC_READ | GENERIC_WRITE, 0,
-                                                  nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+  auto file = UniqueFile(CreateFileW((folder / L"grande").c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                                     FILE_ATTRIBUTE_NORMAL, nullptr));
   LARGE_INTEGER end{};
   end.QuadPart = (std::int64_t{5} << 30) + 3;
   if (!SetFilePointerEx(file.get(), end, nullptr, FILE_BEGIN) || !SetEndOfFile(file.get())) {

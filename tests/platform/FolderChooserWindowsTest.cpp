@@ -1,5 +1,5 @@
 // The system's folder chooser, used by hand, and the folder that it begins in.
-#include "platform/FolderChooserWindows.h"
+#include "platform/SystemServices.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>

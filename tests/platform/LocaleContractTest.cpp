@@ -13,7 +13,7 @@
 #include "support/ErrorOf.h"
 #include "support/FakePlatform.h"
 #ifdef _WIN32
-#include "platform/LocaleWindows.h"
+#include "platform/SystemServices.h"
 #include "support/RegionalSetting.h"
 #endif
 
@@ -48,10 +48,11 @@ class LocaleContract : public testing::Test {
 };
 
 #ifdef _WIN32
-TYPED_TEST_SUITE(LocaleContract, (testing::Types<SpanishLocale, LocaleWindows>));
+using Locales = testing::Types<SpanishLocale, LocaleWindows>;
 #else
-TYPED_TEST_SUITE(LocaleContract, testing::Types<SpanishLocale>);
+using Locales = testing::Types<SpanishLocale>;
 #endif
+TYPED_TEST_SUITE(LocaleContract, Locales);
 
 // --- Texts as dates ---
 

@@ -57,7 +57,7 @@ class NewFileTest : public testing::Test {
   }
 
   UniqueFile open(const std::wstring& name, DWORD access, DWORD sharing) const {
-    return validHandle<UniqueFile>(
+    return UniqueFile(
         CreateFileW((folder_ / name).c_str(), access, sharing, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
   }
 
@@ -222,7 +222,7 @@ TEST_F(NewFileTest, ADeletionReturnsWhenTheNameIsFree) {
     other.reset();
   });
   EXPECT_EQ(kDone, deleteAndFreeName((folder_ / L"a.qev").c_str(), false, patience_));
-  const auto anew = validHandle<UniqueFile>(
+  const auto anew = UniqueFile(
       CreateFileW((folder_ / L"a.qev").c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
   EXPECT_TRUE(anew) << GetLastError();
   holder.join();

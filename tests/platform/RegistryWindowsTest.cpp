@@ -1,5 +1,5 @@
 // The registry of the machine: what is written, what stands there by other hands, and what does not.
-#include "platform/RegistryWindows.h"
+#include "platform/SystemServices.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>

@@ -9,8 +9,8 @@
 #include <thread>
 #include <vector>
 
-#include "platform/FileSystemWindows.h"
 #include "platform/Platform.h"
+#include "platform/SystemServices.h"
 
 namespace qev::test {
 namespace {

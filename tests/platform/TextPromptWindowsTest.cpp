@@ -1,5 +1,5 @@
 // The prompt for a password, used by hand.
-#include "platform/TextPromptWindows.h"
+#include "platform/SystemServices.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -46,7 +46,7 @@ class TextPromptDialog : public testing::Test {
       EXPECT_TRUE(over) << "the prompt is still open";
       if (!over) PostMessageW(dialog, WM_COMMAND, TextPrompt_Cancel, 0);
     });
-    const auto typed = TextPromptWindows().ask(prompt, kTitle);
+    const auto typed = systemPlatform().textPrompt.ask(prompt, kTitle);
     over = true;
     hands.join();
     return typed.value_or(L"<none>");

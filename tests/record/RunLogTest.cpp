@@ -103,8 +103,8 @@ TEST_F(RunLogTest, AWorkFolderThatIsMissingHasNoLogAndThatIsAll) {
 
 TEST_F(RunLogTest, ALogThatCannotBeReadStaysAsItIsAndTheRunDoesNotWaitLong) {
   folder_.write(L"registro.log", "=== viejo\r\n\r\n");
-  const auto held = validHandle<UniqueFile>(CreateFileW((folder_ / L"registro.log").c_str(), GENERIC_READ, 0, nullptr,
-                                                        OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  const auto held = UniqueFile(CreateFileW((folder_ / L"registro.log").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING,
+                                           FILE_ATTRIBUTE_NORMAL, nullptr));
   ASSERT_TRUE(held);
   const ULONGLONG start = GetTickCount64();
   add(L"Gestion");
@@ -170,8 +170,8 @@ class OtherProcess {
     PROCESS_INFORMATION made{};
     if (CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, DETACHED_PROCESS, nullptr, nullptr, &startup,
                        &made)) {
-      process_ = UniqueHandle<KernelTraits>(made.hProcess);
-      CloseHandle(made.hThread);
+      process_ = UniqueKernelHandle(made.hProcess);
+      const UniqueKernelHandle thread(made.hThread);
     }
     SetEnvironmentVariableW(kChildVariable, nullptr);
   }
@@ -185,7 +185,7 @@ class OtherProcess {
   }
 
  private:
-  UniqueHandle<KernelTraits> process_;
+  UniqueKernelHandle process_;
 };
 
 TEST_F(RunLogTest, TwoProcessesAtOnceLoseNoBlockAndTearNone) {
@@ -224,7 +224,7 @@ TEST_F(RunLogTest, AProcessThatKeepsTheLockCostsARecordAndAFewSecondsNoMore) {
       hash = (hash ^ static_cast<std::uint64_t>(c)) * 0x100000001b3;
     }
     const std::wstring name = L"Global\\QevBackup-registro-" + std::to_wstring(hash);
-    const UniqueHandle<KernelTraits> mutex(CreateMutexW(nullptr, TRUE, name.c_str()));
+    const UniqueKernelHandle mutex(CreateMutexW(nullptr, TRUE, name.c_str()));
     taken = GetLastError() == 0;
     while (!over) std::this_thread::sleep_for(std::chrono::milliseconds(20));
     ReleaseMutex(mutex.get());
@@ -280,8 +280,8 @@ TEST_F(LoggedRun, ASuccessIsRecordedWithItsFilesAndBytes) {
 }
 
 TEST_F(LoggedRun, AFileThatAnotherProgramHasOpenIsASuccessForTheWindowAndTroubleInTheLog) {
-  const auto held = validHandle<UniqueFile>(CreateFileW((host_.dataFolder + L"clientes.db").c_str(), GENERIC_READ, 0,
-                                                        nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  const auto held = UniqueFile(CreateFileW((host_.dataFolder + L"clientes.db").c_str(), GENERIC_READ, 0, nullptr,
+                                           OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
   ASSERT_TRUE(held);
   run();
   ASSERT_TRUE(view_.succeeded);

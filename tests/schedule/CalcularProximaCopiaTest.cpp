@@ -8,7 +8,7 @@
 #include "support/ErrorOf.h"
 #include "support/FakePlatform.h"
 #ifdef _WIN32
-#include "platform/LocaleWindows.h"
+#include "platform/SystemServices.h"
 #include "support/RegionalSetting.h"
 #endif
 

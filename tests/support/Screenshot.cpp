@@ -44,12 +44,12 @@ ScreenPixels capture(HWND window) {
   RECT area{};
   GetWindowRect(window, &area);
   ScreenPixels picture{area.right - area.left, area.bottom - area.top, {}};
-  const HDC screen = GetDC(nullptr);
-  const UniqueMemoryDc memory(CreateCompatibleDC(screen));
-  const UniqueBitmap bitmap(CreateCompatibleBitmap(screen, picture.width, picture.height));
+  const WindowDc screen(nullptr);
+  const UniqueMemoryDc memory(CreateCompatibleDC(screen.get()));
+  const UniqueBitmap bitmap(CreateCompatibleBitmap(screen.get(), picture.width, picture.height));
   {
     const SelectedObject selected(memory.get(), bitmap.get());
-    BitBlt(memory.get(), 0, 0, picture.width, picture.height, screen, area.left, area.top, SRCCOPY);
+    BitBlt(memory.get(), 0, 0, picture.width, picture.height, screen.get(), area.left, area.top, SRCCOPY);
   }
   BITMAPINFO info{};
   info.bmiHeader.biSize = sizeof info.bmiHeader;
@@ -60,7 +60,6 @@ ScreenPixels capture(HWND window) {
   picture.pixels.resize(static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.height));
   GetDIBits(memory.get(), bitmap.get(), 0, static_cast<UINT>(picture.height), picture.pixels.data(), &info,
             DIB_RGB_COLORS);
-  ReleaseDC(nullptr, screen);
   for (auto& pixel : picture.pixels) pixel &= 0xFFFFFF;
   return picture;
 }

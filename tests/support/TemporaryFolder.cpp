@@ -28,7 +28,7 @@ bool isNavigationEntry(const std::wstring& name) {
 
 void removeTree(const std::wstring& path) {
   WIN32_FIND_DATAW entry{};
-  if (const auto find = validHandle<UniqueFind>(FindFirstFileW(longPath(path + L"\\*").c_str(), &entry))) {
+  if (const auto find = UniqueFind(FindFirstFileW(longPath(path + L"\\*").c_str(), &entry))) {
     do {
       if (isNavigationEntry(entry.cFileName)) continue;
       const std::wstring inner = path + L"\\" + entry.cFileName;
@@ -69,8 +69,8 @@ void TemporaryFolder::makeFolder(const std::wstring& relative) const {
 
 void TemporaryFolder::write(const std::wstring& relative, std::string_view bytes) const {
   if (const auto name = relative.rfind(L'\\'); name != std::wstring::npos) makeFolder(relative.substr(0, name));
-  const auto file = validHandle<UniqueFile>(CreateFileW(longPath(*this / relative).c_str(), GENERIC_WRITE, 0, nullptr,
-                                                        CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  const auto file = UniqueFile(CreateFileW(longPath(*this / relative).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                           FILE_ATTRIBUTE_NORMAL, nullptr));
   DWORD written = 0;
   ASSERT_TRUE(file) << "a file of the test cannot be made: " << GetLastError();
   ASSERT_TRUE(WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr));
@@ -78,9 +78,9 @@ void TemporaryFolder::write(const std::wstring& relative, std::string_view bytes
 }
 
 std::string TemporaryFolder::bytes(const std::wstring& relative) const {
-  const auto file = validHandle<UniqueFile>(CreateFileW(longPath(*this / relative).c_str(), GENERIC_READ,
-                                                        FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                                                        FILE_ATTRIBUTE_NORMAL, nullptr));
+  const auto file =
+      UniqueFile(CreateFileW(longPath(*this / relative).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                             nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file) return "<none>";
   std::string all;
   std::array<char, 65536> buffer{};
@@ -95,7 +95,7 @@ std::vector<std::wstring> TemporaryFolder::list(const std::wstring& relative) co
   std::vector<std::wstring> names;
   WIN32_FIND_DATAW entry{};
   const std::wstring folder = relative.empty() ? path_ : *this / relative;
-  const auto find = validHandle<UniqueFind>(FindFirstFileW(longPath(folder + L"\\*").c_str(), &entry));
+  const auto find = UniqueFind(FindFirstFileW(longPath(folder + L"\\*").c_str(), &entry));
   if (!find) return names;
   do {
     if (!isNavigationEntry(entry.cFileName)) names.emplace_back(entry.cFileName);

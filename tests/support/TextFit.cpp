@@ -17,12 +17,9 @@ bool hasTick(HWND control) {
 
 SIZE roomForText(HWND window, const std::wstring& text, int width, UINT flags) {
   RECT area{0, 0, width, 0};
-  const HDC device = GetDC(window);
-  {
-    const SelectedObject font(device, reinterpret_cast<HFONT>(SendMessageW(window, WM_GETFONT, 0, 0)));
-    DrawTextW(device, text.c_str(), -1, &area, DT_CALCRECT | flags);
-  }
-  ReleaseDC(window, device);
+  const WindowDc device(window);
+  const SelectedObject font(device.get(), reinterpret_cast<HFONT>(SendMessageW(window, WM_GETFONT, 0, 0)));
+  DrawTextW(device.get(), text.c_str(), -1, &area, DT_CALCRECT | flags);
   return {area.right, area.bottom};
 }
 

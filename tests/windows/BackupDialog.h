@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "controls/EntryControl.h"
-#include "platform/LocaleWindows.h"
+#include "platform/SystemServices.h"
 #include "resources/resource.h"
 #include "schedule/Backup.h"
 #include "settings/SettingsStore.h"

@@ -451,8 +451,7 @@ TEST_F(RestoreWindow, ASetThatIsLockedBetweenTheCheckAndTheRunIsTold) {
   run([&](HWND form) {
     load(form, set);
     chooseFolder(form, target());
-    lock = validHandle<UniqueFile>(
-        CreateFileW(set.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    lock = UniqueFile(CreateFileW(set.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
     click(form, FRestaurar_BRestaurar);
     const HWND window = ended();
     EXPECT_EQ(L"", textOf(window, FPRestaura_TResultado));

@@ -409,8 +409,8 @@ TEST_F(RestoreDialog, ASetThatIsGoneIsTold) {
 
 TEST_F(RestoreDialog, ASetThatIsLockedIsTold) {
   const std::wstring set = putSet(header() + archive());
-  const auto lock = validHandle<UniqueFile>(
-      CreateFileW(set.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+  const auto lock =
+      UniqueFile(CreateFileW(set.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
   ASSERT_TRUE(lock);
   fake_.messages.willAnswer({Answer::Ok});
   run([&](HWND form) {

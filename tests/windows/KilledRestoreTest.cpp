@@ -12,8 +12,8 @@
 
 #include "backup/CCopias.h"
 #include "backup/HacerCopia.h"
-#include "platform/FileSystemWindows.h"
 #include "platform/Handle.h"
+#include "platform/SystemServices.h"
 #include "restore/RestaurarCopia.h"
 #include "set/SetFile.h"
 #include "support/FakePlatform.h"
@@ -53,14 +53,15 @@ std::string noise(std::size_t size, unsigned seed) {
 // Once the bar is where it should be, signals that and goes no further.
 class Brake {
  public:
-  explicit Brake(int permille = kNever) : permille_(permille) {}
+  Brake() = default;
+  explicit Brake(int permille) : permille_(permille) {}
 
   void at(int permille) const {
     if (permille >= permille_) OtherProcess::signalAndSleep();
   }
 
  private:
-  int permille_;
+  int permille_ = kNever;
 };
 
 // Files of which none is written beyond the first mebibytes: there the process signals that and goes no further.

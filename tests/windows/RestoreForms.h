@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "platform/Handle.h"
-#include "platform/LocaleWindows.h"
+#include "platform/SystemServices.h"
 #include "resources/resource.h"
 #include "restore/FRestaurar.h"
 #include "support/CountedMessages.h"

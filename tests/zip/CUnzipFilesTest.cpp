@@ -17,8 +17,8 @@
 
 #include "platform/AutomationError.h"
 #include "platform/FileSystem.h"
-#include "platform/LocaleWindows.h"
-#include "platform/Module.h"
+#include "platform/Handle.h"
+#include "platform/SystemServices.h"
 #include "support/ErrorOf.h"
 #include "support/FakePlatform.h"
 #include "support/RealInput.h"

@@ -17,8 +17,8 @@
 
 #include "platform/AutomationError.h"
 #include "platform/FileSystem.h"
-#include "platform/LocaleWindows.h"
-#include "platform/Module.h"
+#include "platform/Handle.h"
+#include "platform/SystemServices.h"
 #include "support/ErrorOf.h"
 #include "support/FakePlatform.h"
 #include "support/RecordingEngine.h"
@@ -515,8 +515,8 @@ class LoadZipEngineTest : public testing::Test {
 
   static std::string engineBytes() {
     const std::wstring path = parentFolderName(modulePath()) + L"\\VANTO5.DLL";
-    const auto file = validHandle<UniqueFile>(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                                          OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const auto file = UniqueFile(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                             FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file) throw std::runtime_error("VANTO5.DLL is not beside the test program");
     std::string bytes(GetFileSize(file.get(), nullptr), '\0');
     DWORD count = 0;
@@ -537,8 +537,8 @@ class LoadZipEngineTest : public testing::Test {
                                         (folder / L"actual").c_str(), &startup, &process);
     SetEnvironmentVariableA(kAnswerVariable, nullptr);
     if (!started) return "not started";
-    const UniqueFile running(process.hProcess);
-    const UniqueFile thread(process.hThread);
+    const UniqueKernelHandle running(process.hProcess);
+    const UniqueKernelHandle thread(process.hThread);
     if (WaitForSingleObject(process.hProcess, 60000) != WAIT_OBJECT_0) {
       TerminateProcess(process.hProcess, 1);
       return "did not end";
@@ -785,8 +785,8 @@ TEST_F(ZipRoundTripTest, AUpdateReplacesWhatIsNewerAddsWhatIsNewAndKeepsTheRest)
   FILETIME time{};
   SystemTimeToFileTime(&later, &time);
   {
-    const auto file = validHandle<UniqueFile>(CreateFileW((folder / L"Datos\\a.txt").c_str(), GENERIC_WRITE, 0, nullptr,
-                                                          OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const auto file = UniqueFile(CreateFileW((folder / L"Datos\\a.txt").c_str(), GENERIC_WRITE, 0, nullptr,
+                                             OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     ASSERT_TRUE(SetFileTime(file.get(), nullptr, nullptr, &time));
   }
   DeleteFileW((folder / L"Datos\\vacío.txt").c_str());
@@ -800,8 +800,8 @@ TEST_F(ZipRoundTripTest, AUpdateReplacesWhatIsNewerAddsWhatIsNewAndKeepsTheRest)
 
 TEST_F(ZipRoundTripTest, AFileOpenExclusivelyElsewhereIsSkippedWithAMessageAndEverythingElseIsStored) {
   folder.write(L"Datos\\ocupado.txt", "ocupado");
-  const auto lock = validHandle<UniqueFile>(CreateFileW((folder / L"Datos\\ocupado.txt").c_str(), GENERIC_READ, 0,
-                                                        nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  const auto lock = UniqueFile(CreateFileW((folder / L"Datos\\ocupado.txt").c_str(), GENERIC_READ, 0, nullptr,
+                                           OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
   ASSERT_TRUE(lock);
   zip.AddFile(everything());
   EXPECT_EQ(zip.MakeZipFile(), ZP_OPEN);

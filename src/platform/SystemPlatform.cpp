@@ -129,7 +129,8 @@ class SystemAccessibility : public Accessibility {
   // system has none.
   static ComPtr<IAccPropServices> annotationService() {
     ComPtr<IAccPropServices> services;
-    CoCreateInstance(CLSID_AccPropServices, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(services.GetAddressOf()));
+    CoCreateInstance(CLSID_AccPropServices, nullptr, CLSCTX_INPROC_SERVER, IID_IAccPropServices,
+                     reinterpret_cast<void**>(services.GetAddressOf()));
     return services;
   }
 };

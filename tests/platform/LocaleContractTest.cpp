@@ -48,10 +48,11 @@ class LocaleContract : public testing::Test {
 };
 
 #ifdef _WIN32
-TYPED_TEST_SUITE(LocaleContract, (testing::Types<SpanishLocale, LocaleWindows>));
+using Locales = testing::Types<SpanishLocale, LocaleWindows>;
 #else
-TYPED_TEST_SUITE(LocaleContract, testing::Types<SpanishLocale>);
+using Locales = testing::Types<SpanishLocale>;
 #endif
+TYPED_TEST_SUITE(LocaleContract, Locales);
 
 // --- Texts as dates ---
 

@@ -9,6 +9,7 @@ add_executable(qev_logic_tests
   tests/platform/ClockTest.cpp
   tests/platform/LocaleContractTest.cpp
   tests/platform/PathsTest.cpp
+  tests/platform/RegistryContractTest.cpp
   tests/platform/ValueTest.cpp
   tests/settings/SettingsStoreTest.cpp
   tests/set/SetFileTest.cpp

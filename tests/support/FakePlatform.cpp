@@ -21,6 +21,10 @@ std::string ascii(const std::wstring& text) {
   return out;
 }
 
+void requireRoot(std::uint32_t root) {
+  if (root < 0x80000000 || root > 0x80000006) throw AutomationError(kDeviceInputOutput);
+}
+
 }  // namespace
 
 Date moment(int year, unsigned month, unsigned day, int hour, int minute, int second) {
@@ -33,6 +37,7 @@ Date moment(int year, unsigned month, unsigned day, int hour, int minute, int se
 
 Value FakeRegistry::read(const std::wstring& keyPath, const std::wstring& name, std::uint32_t root) const {
   if (readError) throw AutomationError(*readError);
+  requireRoot(root);
   const auto found = values_.find(addressOf(root, keyPath, name));
   return found == values_.end() ? Value{} : found->second;
 }
@@ -40,6 +45,7 @@ Value FakeRegistry::read(const std::wstring& keyPath, const std::wstring& name, 
 void FakeRegistry::write(const std::wstring& keyPath, const std::wstring& name, std::uint32_t root,
                          const Value& value) {
   if (writeError) throw AutomationError(*writeError);
+  requireRoot(root);
   const Value kept = std::visit(
       [&](const auto& held) -> Value {
         using T = std::decay_t<decltype(held)>;

@@ -52,14 +52,15 @@ std::string noise(std::size_t size, unsigned seed) {
 // Once the bar is where it should be, signals that and goes no further.
 class Brake {
  public:
-  explicit Brake(int permille = kNever) : permille_(permille) {}
+  Brake() = default;
+  explicit Brake(int permille) : permille_(permille) {}
 
   void at(int permille) const {
     if (permille >= permille_) OtherProcess::signalAndSleep();
   }
 
  private:
-  int permille_;
+  int permille_ = kNever;
 };
 
 // Files of which none is written beyond the first mebibytes: there the process signals that and goes no further.

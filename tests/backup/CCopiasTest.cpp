@@ -276,7 +276,7 @@ class RetentionOnDisk : public testing::Test {
   }
 
   TemporaryFolder folder;
-  FileSystemWindows files;
+  FileSystemWindows files{Patience{.milliseconds = 700}};
   FakeRegistry registry;
   SpanishLocale locale;
   std::wstring key = L"Software\\Gestion";

@@ -60,7 +60,7 @@ class FileSystemWindowsTest : public testing::Test {
   }
 
   TemporaryFolder folder;
-  FileSystemWindows files;
+  FileSystemWindows files{Patience{.milliseconds = 700}};
 };
 
 // --- Replacing ---

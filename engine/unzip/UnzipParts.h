@@ -47,7 +47,7 @@ namespace answers {
 void begin(const USERFUNCTION& functions);
 void end();
 
-// An entry has been restored: the service callback hears of it before the next one, or in the end.
+// An entry has been restored or tested: the service callback hears of it before the next one, or in the end.
 void restored(const char* name, unsigned long long size);
 
 }  // namespace answers

@@ -142,6 +142,11 @@ void Folder::write(const std::wstring& relative, const std::string& content) con
   ASSERT_EQ(written, content.size());
 }
 
+void Folder::clear(const std::wstring& relative) const {
+  removeTree(wide(relative));
+  make(relative);
+}
+
 std::vector<std::wstring> Folder::list(const std::wstring& relative) const {
   std::vector<std::wstring> names;
   WIN32_FIND_DATAW data;

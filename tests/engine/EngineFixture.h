@@ -58,6 +58,8 @@ class Folder {
   void make(const std::wstring& relative) const;  // a folder, with those above it
   void write(const std::wstring& relative, const std::string& content) const;
 
+  void clear(const std::wstring& relative) const;  // removes all that is in it
+
   // The names in a folder, without "." and "..".
   std::vector<std::wstring> list(const std::wstring& relative) const;
 

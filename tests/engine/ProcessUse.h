@@ -7,9 +7,10 @@
 
 namespace qev::test {
 
+// Counted one by one: Wine answers GetProcessHandleCount with 0.
 DWORD handleCount();
 
-// Private bytes.
+// Bytes that the system has promised to it: private ones.
 SIZE_T memoryInUse();
 
 // Bytes of the process heap that are in use.

@@ -43,10 +43,6 @@ void show(const char* name, char* to) {
   names::ansiFromUtf8(qevPrintable(name, printable, sizeof printable), to, longestName);
 }
 
-unsigned long bounded(unsigned long long size) {
-  return size < 0xFFFFFFFFu ? static_cast<unsigned long>(size) : 0xFFFFFFFFu;
-}
-
 // Tells the service callback of the last entry. Answers false if it ends the run.
 bool tellDone() {
   if (!isDone) return true;

@@ -192,15 +192,6 @@ std::map<std::string, Entry> entriesOf(const std::string& archive) {
   return entries;
 }
 
-uint32_t crc32(const std::string& content) {
-  uint32_t value = 0xFFFFFFFFu;
-  for (const char character : content) {
-    value ^= static_cast<unsigned char>(character);
-    for (int bit = 0; bit < 8; ++bit) value = value >> 1 ^ ((value & 1) != 0 ? 0xEDB88320u : 0u);
-  }
-  return ~value;
-}
-
 std::string readFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};

@@ -79,8 +79,6 @@ struct Entry {
 // nothing, if the file has no well-formed directory.
 std::map<std::string, Entry> entriesOf(const std::string& archive);
 
-uint32_t crc32(const std::string& content);
-
 std::string readFile(const std::string& path);
 
 std::string utf8(const std::wstring& text);

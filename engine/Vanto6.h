@@ -91,8 +91,10 @@ typedef int(WINAPI* UZMESSAGE)(unsigned long size, unsigned long packedSize, uns
                                unsigned day, unsigned year, unsigned hour, unsigned minute, char check, char* name,
                                char* method, unsigned long crc, char encrypted);
 
-/* Called after each entry that was restored or tested, with its size (bytes, as above). Any answer but 0 ends the run
- * with UZ_STOPPED. */
+/* Called after each file that was restored, or that a test found whole, with its size (bytes, as above), in the order
+ * of the archive. Not called for folders, for entries that go to the print callback, nor for those that are skipped,
+ * refused or damaged: not of the length or checksum that they say, or with data that cannot be unpacked. Any answer but
+ * 0 ends the run with UZ_STOPPED. */
 typedef int(WINAPI* UZSERVICE)(const char* name, unsigned long size);
 
 /* The callbacks, and what a listing fills in. Any callback may be null: messages then go nowhere, existing files are

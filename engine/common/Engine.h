@@ -9,6 +9,7 @@
 #include <cstdarg>
 #include <cstddef>
 
+#include "EngineHandle.h"
 #include "EngineMemory.h"
 #include "EngineRun.h"
 #include "platform/NewFile.h"
@@ -86,6 +87,21 @@ bool take(ULONG_PTR frame, void (*abandon)());
 void giveBack();
 
 bool isTaken();
+
+// Calls `end` and gives the engine back however its block is left, an exception thrown by a callback included.
+class Guard {
+ public:
+  explicit Guard(void (*end)()) : end_(end) {}
+  Guard(const Guard&) = delete;
+  Guard& operator=(const Guard&) = delete;
+  ~Guard() {
+    end_();
+    giveBack();
+  }
+
+ private:
+  void (*end_)();
+};
 
 }  // namespace turn
 

@@ -4,33 +4,32 @@
 namespace qev::engine::memory {
 
 namespace {
-HANDLE heap = nullptr;
+Heap heap;
 }
 
 bool begin() {
-  heap = HeapCreate(HEAP_NO_SERIALIZE, 1 << 20, 0);
-  return heap != nullptr;
+  heap.reset(HeapCreate(HEAP_NO_SERIALIZE, 1 << 20, 0));
+  return static_cast<bool>(heap);
 }
 
 void end() {
-  if (heap != nullptr) HeapDestroy(heap);
-  heap = nullptr;
+  heap.reset();
 }
 
 void* allocate(size_t size, DWORD flags) {
-  void* const block = HeapAlloc(heap, flags, size != 0 ? size : 1);
+  void* const block = HeapAlloc(heap.get(), flags, size != 0 ? size : 1);
   if (block == nullptr) errno = ENOMEM;
   return block;
 }
 
 void* resize(void* block, size_t size) {
-  void* const moved = HeapReAlloc(heap, 0, block, size != 0 ? size : 1);
+  void* const moved = HeapReAlloc(heap.get(), 0, block, size != 0 ? size : 1);
   if (moved == nullptr) errno = ENOMEM;
   return moved;
 }
 
 void release(void* block) {
-  HeapFree(heap, 0, block);
+  HeapFree(heap.get(), 0, block);
 }
 
 }  // namespace qev::engine::memory

@@ -17,7 +17,7 @@ namespace qev::engine::state {
 
 namespace {
 
-void* initial = nullptr;
+Pages initial;
 
 // The compiler must not conclude anything from these being different objects.
 size_t distance(const char* from, const char* to) {
@@ -31,22 +31,21 @@ size_t distance(const char* from, const char* to) {
 bool capture() {
   const size_t size = distance(qevDataFirst, qevDataLast);
   if (size == 0 || distance(qevZeroFirst, qevZeroLast) == 0) return false;
-  initial = VirtualAlloc(nullptr, size, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
-  if (initial == nullptr) return false;
-  memcpy(initial, reinterpret_cast<const void*>(reinterpret_cast<ULONG_PTR>(qevDataFirst)), size);
+  initial.reset(VirtualAlloc(nullptr, size, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE));
+  if (!initial) return false;
+  memcpy(initial.get(), reinterpret_cast<const void*>(reinterpret_cast<ULONG_PTR>(qevDataFirst)), size);
   return true;
 }
 
 void restore() {
   void* volatile data = qevDataFirst;
   void* volatile zero = qevZeroFirst;
-  memcpy(data, initial, distance(qevDataFirst, qevDataLast));
+  memcpy(data, initial.get(), distance(qevDataFirst, qevDataLast));
   memset(zero, 0, distance(qevZeroFirst, qevZeroLast));
 }
 
 void release() {
-  if (initial != nullptr) VirtualFree(initial, 0, MEM_RELEASE);
-  initial = nullptr;
+  initial.reset();
 }
 
 }  // namespace qev::engine::state

@@ -33,9 +33,9 @@ constexpr size_t longestName = 32768;  // bytes of a name for a callback
 
 USERFUNCTION callbacks{};
 char shownName[longestName];
-bool isRestored = false;
-char restoredName[longestName];
-unsigned long long restoredSize = 0;
+bool isDone = false;  // an entry is, and has not been told
+char doneName[longestName];
+unsigned long long doneSize = 0;
 
 // A name as the callbacks get it: in the ANSI code page, control characters as "^A".
 void show(const char* name, char* to) {
@@ -43,34 +43,30 @@ void show(const char* name, char* to) {
   names::ansiFromUtf8(qevPrintable(name, printable, sizeof printable), to, longestName);
 }
 
-unsigned long bounded(unsigned long long size) {
-  return size < 0xFFFFFFFFu ? static_cast<unsigned long>(size) : 0xFFFFFFFFu;
-}
-
 // Tells the service callback of the last entry. Answers false if it ends the run.
-bool tellRestored() {
-  if (!isRestored) return true;
-  isRestored = false;
-  return callbacks.ServCallBk == nullptr || callbacks.ServCallBk(restoredName, bounded(restoredSize)) == 0;
+bool tellDone() {
+  if (!isDone) return true;
+  isDone = false;
+  return callbacks.ServCallBk(doneName, bounded(doneSize)) == 0;
 }
 
 }  // namespace
 
 void begin(const USERFUNCTION& functions) {
   callbacks = functions;
-  isRestored = false;
+  isDone = false;
 }
 
 void end() {
-  if (!tellRestored()) outcome::raise(UZ_STOPPED);
+  if (!tellDone()) outcome::raise(UZ_STOPPED);
   callbacks = USERFUNCTION{};
 }
 
 void restored(const char* name, unsigned long long size) {
-  isRestored = callbacks.ServCallBk != nullptr;
-  if (!isRestored) return;
-  show(name, restoredName);
-  restoredSize = size;
+  isDone = callbacks.ServCallBk != nullptr;
+  if (!isDone) return;
+  show(name, doneName);
+  doneSize = size;
 }
 
 }  // namespace answers
@@ -85,9 +81,16 @@ void qevRaise(int code) {
   outcome::raise(code);
 }
 
+void qevTested(const char* name, unsigned long long size, unsigned long long yielded) {
+  if (yielded == size) return restored(name, size);
+  if (yielded > size) return;  // has been reported when it showed
+  messages::report("error", name, "damaged: it is shorter than it says");
+  outcome::raise(UZ_ERR);
+}
+
 int qevNextEntry() {
   output::reportLast();
-  return tellRestored() ? 1 : 0;
+  return tellDone() ? 1 : 0;
 }
 
 int qevAskReplace(const char* name) {

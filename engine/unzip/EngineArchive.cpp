@@ -14,7 +14,7 @@ constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELET
 
 const char* knownName = nullptr;
 const wchar_t* path = nullptr;
-HANDLE file = INVALID_HANDLE_VALUE;
+File file;
 unsigned char* buffer = nullptr;
 ULONGLONG bufferAt = 0;  // offset in the archive of the buffer's first byte
 size_t bufferUsed = 0;
@@ -34,7 +34,7 @@ int fill() {
   at.OffsetHigh = static_cast<DWORD>(position >> 32);
   DWORD got = 0;
   bufferUsed = 0;
-  if (!ReadFile(file, buffer, bufferSize, &got, &at) && GetLastError() != ERROR_HANDLE_EOF) {
+  if (!ReadFile(file.get(), buffer, bufferSize, &got, &at) && GetLastError() != ERROR_HANDLE_EOF) {
     errno = errnoOf(GetLastError());
     return -1;
   }
@@ -52,8 +52,7 @@ void begin(const char* name, const wchar_t* archivePath) {
 }
 
 void end() {
-  if (file != INVALID_HANDLE_VALUE) CloseHandle(file);
-  file = INVALID_HANDLE_VALUE;
+  file.reset();
 }
 
 int open(const char* name) {
@@ -63,9 +62,8 @@ int open(const char* name) {
   }
   if (buffer == nullptr) buffer = static_cast<unsigned char*>(qevMalloc(bufferSize));
   if (buffer == nullptr) return -1;
-  end();
-  file = CreateFileW(path, GENERIC_READ, shareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) {
+  file.reset(CreateFileW(path, GENERIC_READ, shareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!file) {
     errno = errnoOf(GetLastError());
     return -1;
   }
@@ -94,7 +92,7 @@ __int64 seek(__int64 offset, int origin) {
   if (origin == SEEK_CUR) base = static_cast<__int64>(position);
   if (origin == SEEK_END) {
     LARGE_INTEGER size{};
-    if (!GetFileSizeEx(file, &size)) return -1;
+    if (!GetFileSizeEx(file.get(), &size)) return -1;
     base = size.QuadPart;
   }
   if (base + offset < 0) return -1;

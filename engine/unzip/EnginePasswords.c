@@ -127,12 +127,12 @@ static int isAscii(const char* text) {
   return *text == '\0';
 }
 
-static void findForm(int (*extract)(void)) {
+void qevFindPassword(int (*extract)(void)) {
   char password[IZ_PWLEN + 1];
   char forms[formCount][3 * IZ_PWLEN + 1];
   int count;
   int chosen = 0;
-  if (isAscii(G.key)) return;
+  if (!G.pInfo->encrypted || isAscii(G.key)) return;
   strcpy(password, G.key);
   count = passing(password, forms);
   while (chosen + 1 < count) { /* what the others are not, the last one is, or none */
@@ -142,9 +142,4 @@ static void findForm(int (*extract)(void)) {
   }
   if (count > 0) startWith(forms[chosen]);
   strcpy(G.key, password);
-}
-
-int qevExtractMember(int (*extract)(void)) {
-  if (G.pInfo->encrypted) findForm(extract);
-  return extract();
 }

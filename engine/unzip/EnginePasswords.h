@@ -21,4 +21,7 @@ int qevIsTrial(void);
 /* Counts bytes that the entry on trial yields; answers 0 if they are more than it should have. */
 int qevCountTrial(ulg size);
 
+/* Finds the form that fits the current entry, if it is encrypted; `extract`, of the sources, reads the entry. */
+void qevFindPassword(int (*extract)(void));
+
 #endif

@@ -2,6 +2,8 @@
 #include <cstdint>
 #include <cstring>
 #include <cwchar>
+#include <new>
+#include <unordered_map>
 
 #include "SafeName.h"
 #include "UnzipParts.h"
@@ -18,20 +20,11 @@ size_t folderLength = 0;  // of the folder that the place is in, with its separa
 
 // ---- Paths that the run has met
 
-// A path in capitals, and the name that led to it, by their hashes. An open hash table; its memory is the run's.
-struct Met {
-  uint64_t path;  // 0: the slot is free
-  uint64_t name;
-};
+// Paths in capitals, and the names that led to them, all by their hashes.
+using Table = std::unordered_map<uint64_t, uint64_t>;
 
-struct Table {
-  Met* slots;
-  size_t size;
-  size_t used;
-};
-
-Table files{};
-Table folders{};
+Table files;
+Table folders;
 
 uint64_t hashOf(const void* data, size_t size) {
   const auto* bytes = static_cast<const unsigned char*>(data);
@@ -47,35 +40,15 @@ uint64_t pathHash(size_t length) {
   return hashOf(count > 0 ? capitals : place, (count > 0 ? static_cast<size_t>(count) : length) * sizeof(wchar_t));
 }
 
-Met* slotOf(const Table& table, uint64_t path) {
-  size_t at = path & (table.size - 1);
-  while (table.slots[at].path != 0 && table.slots[at].path != path) at = (at + 1) & (table.size - 1);
-  return &table.slots[at];
-}
-
-bool grow(Table& table) {
-  Table larger{};
-  larger.size = table.size == 0 ? 1024 : table.size * 4;
-  larger.used = table.used;
-  larger.slots = static_cast<Met*>(qevCalloc(larger.size, sizeof(Met)));
-  if (larger.slots == nullptr) return false;
-  for (size_t at = 0; at < table.size; ++at) {
-    if (table.slots[at].path != 0) *slotOf(larger, table.slots[at].path) = table.slots[at];
-  }
-  qevFree(table.slots);
-  table = larger;
-  return true;
-}
-
 // The name under which a path was met before, 0 if it was not; then it is kept with this one. Without memory the run
 // ends.
 uint64_t meet(Table& table, uint64_t path, uint64_t name) {
-  if (table.used * 2 >= table.size && !grow(table)) qevExit(UZ_MEM);
-  Met* const slot = slotOf(table, path);
-  if (slot->path != 0) return slot->name;
-  *slot = {path, name};
-  ++table.used;
-  return 0;
+  try {
+    const auto [known, isNew] = table.try_emplace(path, name);
+    return isNew ? 0 : known->second;
+  } catch (const std::bad_alloc&) {
+  }
+  qevExit(UZ_MEM);
 }
 
 // ---- Folders
@@ -86,9 +59,7 @@ enum FolderOrigin : uint64_t { unknown, found, made };
 // are kept elsewhere until they are read is none.) A system that does not tell the kind is not trusted.
 bool leadsElsewhere(const wchar_t* path) {
   WIN32_FIND_DATAW data;
-  const HANDLE scan = FindFirstFileW(path, &data);
-  if (scan == INVALID_HANDLE_VALUE) return true;
-  FindClose(scan);
+  if (!Scan(FindFirstFileW(path, &data))) return true;
   return data.dwReserved0 == 0 || IsReparseTagNameSurrogate(data.dwReserved0);
 }
 
@@ -119,10 +90,7 @@ FolderOrigin makeFolder(const char* name, size_t length) {
 
 FolderOrigin ensureFolder(const char* name, size_t length, bool& isNew) {
   const uint64_t path = pathHash(length);
-  if (folders.size != 0) {
-    const Met* const known = slotOf(folders, path);
-    if (known->path != 0) return static_cast<FolderOrigin>(known->name);
-  }
+  if (const auto known = folders.find(path); known != folders.end()) return static_cast<FolderOrigin>(known->second);
   const FolderOrigin origin = makeFolder(name, length);
   if (origin == unknown) return unknown;
   isNew = origin == made;
@@ -295,7 +263,11 @@ void begin(const wchar_t* folder) {
   size_t length = wcslen(rootFolder);
   while (length > 7 && rootFolder[length - 1] == L'\\') rootFolder[--length] = 0;
   rootIsThere = false;
-  files = folders = Table{};
+}
+
+void end() {
+  files = {};
+  folders = {};
 }
 
 const wchar_t* current() {
@@ -339,11 +311,11 @@ void* qevRememberFolder(const QevEntry* entry) {
 
 int qevFinishFolder(void* remembered) {
   const auto* const folder = static_cast<const Folder*>(remembered);
-  const HANDLE handle = CreateFileW(folder->path, FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
-  if (handle == INVALID_HANDLE_VALUE) return 0;
-  const BOOL isDated = !folder->isDated || SetFileTime(handle, nullptr, nullptr, &folder->written);
-  CloseHandle(handle);
+  File handle(CreateFileW(folder->path, FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                          OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  if (!handle) return 0;
+  const BOOL isDated = !folder->isDated || SetFileTime(handle.get(), nullptr, nullptr, &folder->written);
+  handle.reset();
   const BOOL isMarked =
       folder->attributes == 0 || SetFileAttributesW(folder->path, folder->attributes | FILE_ATTRIBUTE_DIRECTORY);
   return isDated && isMarked;

@@ -7,7 +7,8 @@
 
 void* pG;
 
-static int inData; /* what is printed now is an entry's data */
+static int inData;     /* what is printed now is an entry's data */
+static zusz_t yielded; /* bytes of the current entry so far */
 
 /* Texts that the sources expect from their shell. */
 ZCONST char CentSigMsg[] = "error:  expected central file header signature not found (file #%lu).\n";
@@ -212,15 +213,40 @@ static struct QevEntry entryNow(void) {
   return entry;
 }
 
+static int isFolder(void) {
+  return (G.pInfo->file_attr & FILE_ATTRIBUTE_DIRECTORY) != 0 && G.lrec.ucsize == 0;
+}
+
+static void nextEntry(void) {
+  if (!qevNextEntry()) qevExit(IZ_CTRLC);
+}
+
+/* A code above PK_WARN says that its data, or their checksum, are wrong. */
+static void tellTested(int code) {
+  const size_t length = strlen(G.filename);
+  const char last = length > 0 ? G.filename[length - 1] : '/';
+  if (code <= PK_WARN && !isFolder() && last != '/' && last != '\\') qevTested(G.filename, G.lrec.ucsize, yielded);
+}
+
+int qevExtractMember(int (*extract)(void)) {
+  int code;
+  qevFindPassword(extract);
+  yielded = 0;
+  code = extract();
+  if (uO.tflag) tellTested(code);
+  if (!G.extract_flag) nextEntry(); /* for those that are restored mapname does it */
+  return code;
+}
+
 int mapname(int renamed) {
   struct QevName name;
   (void)renamed;
-  if (!qevNextEntry()) qevExit(IZ_CTRLC);
+  nextEntry();
   if (G.pInfo->vollabel) return MPN_VOL_LABEL;
   name.text = G.filename;
   name.isCut = strlen(G.filename) >= FILNAMSIZ - 1;
   name.attributes = G.pInfo->file_attr;
-  name.isFolder = (G.pInfo->file_attr & FILE_ATTRIBUTE_DIRECTORY) != 0 && G.lrec.ucsize == 0;
+  name.isFolder = isFolder();
   name.junkFolders = uO.jflag;
   name.blanksToUnderscores = uO.sflag;
   name.isQuiet = uO.qflag != 0;
@@ -266,6 +292,7 @@ int flush(uch* data, ulg size, int unshrink) {
     G.disk_full = 1; /* as below */
     return PK_DISK;
   }
+  yielded += size;
   switch (qevCountOutput(&entry, G.pInfo->offset, size, uO.qflag == 0 && !uO.cflag)) {
     case qevYieldGood: break;
     case qevYieldTooMuch:

@@ -72,6 +72,9 @@ void qevRaise(int code);
 enum { qevSpecial = 0x40000000 };
 unsigned qevAttributesOf(unsigned long external, int host, int hasUnixAttributes);
 
+/* An entry has passed its test, but for its length: it says `size` bytes and has `yielded`. */
+void qevTested(const char* name, unsigned long long size, unsigned long long yielded);
+
 /* Between two entries: tells the service callback of the one before. Answers 0 if it ends the run. */
 int qevNextEntry(void);
 

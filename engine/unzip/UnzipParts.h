@@ -20,6 +20,11 @@ namespace qev::engine {
 
 constexpr size_t longestPath = 32767;  // characters, the system's limit
 
+// A size for the host: 4294967295 stands for that and more.
+inline unsigned long bounded(unsigned long long size) {
+  return size < 0xFFFFFFFFu ? static_cast<unsigned long>(size) : 0xFFFFFFFFu;
+}
+
 namespace messages {
 
 // Prints "error:  NAME:  REASON" or "warning:  NAME:  REASON" on a line of its own; `name` is UTF-8.
@@ -47,7 +52,7 @@ namespace answers {
 void begin(const USERFUNCTION& functions);
 void end();
 
-// An entry has been restored: the service callback hears of it before the next one, or in the end.
+// An entry has been restored or tested: the service callback hears of it before the next one, or in the end.
 void restored(const char* name, unsigned long long size);
 
 }  // namespace answers
@@ -87,6 +92,9 @@ namespace places {
 
 // Sets the extraction folder: a full path by names::fullPath.
 void begin(const wchar_t* folder);
+
+// Forgets the places of the run.
+void end();
 
 // The place of the current entry.
 const wchar_t* current();

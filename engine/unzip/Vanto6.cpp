@@ -16,6 +16,7 @@ wchar_t extractionFolder[longestPath + 1];
 void endRun() {
   output::end();
   answers::end();
+  places::end();
   archive::end();
   messages::end();
   memory::end();
@@ -26,29 +27,6 @@ void abandonRun() {
   answers::begin(USERFUNCTION{});
   endRun();
 }
-
-// Ends the run however its block is left, an exception thrown by a callback included.
-class RunGuard {
- public:
-  RunGuard() = default;
-  RunGuard(const RunGuard&) = delete;
-  RunGuard& operator=(const RunGuard&) = delete;
-  ~RunGuard() {
-    if (!isOver_) abandonRun();
-    turn::giveBack();
-  }
-
-  // Ends it with its last messages.
-  void finish() {
-    output::end();
-    answers::end();
-    endRun();
-    isOver_ = true;
-  }
-
- private:
-  bool isOver_ = false;
-};
 
 // ---- What is asked for
 
@@ -91,10 +69,6 @@ QevRequest requestOf(const DCL& options) {
   return request;
 }
 
-unsigned long bounded(unsigned long long size) {
-  return size < 0xFFFFFFFFu ? static_cast<unsigned long>(size) : 0xFFFFFFFFu;
-}
-
 int unzip(int ifnc, char** ifnv, int xfnc, char** xfnv, const DCL& options, USERFUNCTION& functions) {
   const char* const name = options.lpszZipFN;
   if (name == nullptr || name[0] == '\0' || names::fullPath(name, archivePath) == 0) return refuseArchive(name);
@@ -131,7 +105,7 @@ extern "C" {
 
 int WINAPI Wiz_SingleEntryUnzip(int ifnc, char** ifnv, int xfnc, char** xfnv, DCL* options, USERFUNCTION* functions) {
   if (!turn::take(reinterpret_cast<ULONG_PTR>(__builtin_frame_address(0)), abandonRun)) return UZ_BUSY;
-  RunGuard guard;
+  const turn::Guard guard(abandonRun);
   if (options == nullptr || functions == nullptr) return UZ_NOZIP;
   if (!memory::begin()) return UZ_MEM;
   outcome::begin();
@@ -139,7 +113,7 @@ int WINAPI Wiz_SingleEntryUnzip(int ifnc, char** ifnv, int xfnc, char** xfnv, DC
   answers::begin(*functions);
   output::begin();
   const int code = unzip(ifnc, ifnv, xfnc, xfnv, *options, *functions);
-  guard.finish();
+  endRun();
   return outcome::gravest(code);
 }
 

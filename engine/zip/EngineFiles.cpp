@@ -8,6 +8,11 @@
 //   at which the entry is archived;
 // - at that moment the file is opened for reading, and its current size, times and security come from this one handle,
 //   which the sources then read from.
+#include <new>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
 #include "ZipParts.h"
 
 extern "C" {
@@ -41,85 +46,38 @@ struct Facts {
 
 // ---- What scans told
 
-struct Known {
-  Known* next;
-  unsigned hash;
-  Facts facts;
-  wchar_t path[1];
-};
+// By names with forward slashes, none of them doubled or at the end.
+std::unordered_map<std::wstring, Facts> known;
 
-Known** table = nullptr;
-size_t tableSize = 0;
-size_t knownCount = 0;
-
-// A name as a key: forward slashes, none doubled, none at the end.
-struct Key {
-  wchar_t text[32768];
-  size_t length = 0;
-  unsigned hash = 0;
-};
-Key key;
-
-const Key& keyOf(const wchar_t* prefix, size_t prefixLength, const wchar_t* name) {
-  size_t length = 0;
-  const size_t most = sizeof key.text / sizeof key.text[0] - 1;
-  const auto add = [&](wchar_t character) {
-    if (character == L'\\') character = L'/';
-    if (character == L'/' && length > 1 && key.text[length - 1] == L'/') return;
-    if (length < most) key.text[length++] = character;
-  };
-  for (size_t at = 0; at < prefixLength; ++at) add(prefix[at]);
-  for (; *name != 0; ++name) add(*name);
-  while (length > 1 && key.text[length - 1] == L'/') --length;
-  key.text[length] = 0;
-  key.length = length;
-  unsigned hash = 2166136261u;
-  for (size_t at = 0; at < length; ++at) hash = (hash ^ key.text[at]) * 16777619u;
-  key.hash = hash;
+std::wstring keyOf(std::wstring_view folder, std::wstring_view name) {
+  std::wstring key;
+  key.reserve(folder.size() + name.size());
+  for (const std::wstring_view part : {folder, name}) {
+    for (const wchar_t character : part) {
+      const bool isSlash = character == L'\\' || character == L'/';
+      const bool isDoubled = isSlash && key.size() > 1 && key.back() == L'/';
+      if (!isDoubled) key += isSlash ? L'/' : character;
+    }
+  }
+  if (key.size() > 1 && key.back() == L'/') key.pop_back();
   return key;
 }
 
-Known* find(const Key& wanted) {
-  if (tableSize == 0) return nullptr;
-  for (Known* known = table[wanted.hash & (tableSize - 1)]; known != nullptr; known = known->next) {
-    if (known->hash == wanted.hash && wcscmp(known->path, wanted.text) == 0) return known;
-  }
-  return nullptr;
-}
-
-bool grow() {
-  const size_t size = tableSize == 0 ? 1024 : tableSize * 4;
-  auto** const larger = static_cast<Known**>(qevCalloc(size, sizeof(Known*)));
-  if (larger == nullptr) return false;
-  for (size_t slot = 0; slot < tableSize; ++slot) {
-    for (Known* known = table[slot]; known != nullptr;) {
-      Known* const following = known->next;
-      known->next = larger[known->hash & (size - 1)];
-      larger[known->hash & (size - 1)] = known;
-      known = following;
-    }
-  }
-  qevFree(table);
-  table = larger;
-  tableSize = size;
-  return true;
-}
-
 // Without memory nothing is kept; the system is then asked again.
-void keep(const Key& name, const Facts& facts) {
-  if (Known* const known = find(name)) {
-    known->facts = facts;
-    return;
+void keep(std::wstring_view folder, const wchar_t* name, const Facts& facts) {
+  try {
+    known[keyOf(folder, name)] = facts;
+  } catch (const std::bad_alloc&) {
   }
-  if (knownCount >= tableSize && !grow()) return;
-  auto* const known = static_cast<Known*>(qevMalloc(sizeof(Known) + name.length * sizeof(wchar_t)));
-  if (known == nullptr) return;
-  known->hash = name.hash;
-  known->facts = facts;
-  wcscpy(known->path, name.text);
-  known->next = table[name.hash & (tableSize - 1)];
-  table[name.hash & (tableSize - 1)] = known;
-  ++knownCount;
+}
+
+const Facts* find(const wchar_t* name) {
+  try {
+    const auto found = known.find(keyOf(L"", name));
+    return found != known.end() ? &found->second : nullptr;
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
 }
 
 template <typename Data>
@@ -130,8 +88,8 @@ Facts factsOf(const Data& data) {
 
 // What is known of a name, asking the system if no scan told.
 bool lookUp(const wchar_t* name, Facts& facts) {
-  if (const Known* const known = find(keyOf(L"", 0, name))) {
-    facts = known->facts;
+  if (const Facts* const told = find(name)) {
+    facts = *told;
     return true;
   }
   WIN32_FILE_ATTRIBUTE_DATA data;
@@ -140,49 +98,57 @@ bool lookUp(const wchar_t* name, Facts& facts) {
     return false;
   }
   facts = factsOf(data);
-  keep(keyOf(L"", 0, name), facts);
+  keep(L"", name, facts);
   return true;
 }
 
 // ---- Folder scans
 
-struct Scan {
-  Scan* next;
-  HANDLE handle;
+struct Walk {
+  Walk* next;
+  Scan scan;
   size_t prefixLength;
   wchar_t prefix[1];
 };
 
-Scan* scans = nullptr;
+Walk* walks = nullptr;
 bool somethingMissed = false;
 
-void keepEntry(const Scan* scan, const WIN32_FIND_DATAW& data) {
-  keep(keyOf(scan->prefix, scan->prefixLength, data.cFileName), factsOf(data));
+void keepEntry(const Walk* walk, const WIN32_FIND_DATAW& data) {
+  keep({walk->prefix, walk->prefixLength}, data.cFileName, factsOf(data));
+}
+
+void findClose(Walk* walk) {
+  for (Walk** link = &walks; *link != nullptr; link = &(*link)->next) {
+    if (*link != walk) continue;
+    *link = walk->next;
+    walk->~Walk();
+    return qevFree(walk);
+  }
 }
 
 // ---- The file being archived
 
 struct Input {
-  HANDLE handle;
-  bool failed;
+  File file;
+  bool failed = false;
 };
 
 Input inputs[mostFiles];
 
 // The file whose properties were asked last while archiving: the sources open it next.
-HANDLE pending = INVALID_HANDLE_VALUE;
+File pending;
 DWORD pendingError = 0;
 bool pendingIsFolder = false;
 wchar_t pendingName[32768];
 
 void dropPending() {
-  if (pending != INVALID_HANDLE_VALUE) CloseHandle(pending);
-  pending = INVALID_HANDLE_VALUE;
+  pending.reset();
   pendingName[0] = 0;
 }
 
-HANDLE openToRead(const wchar_t* path) {
-  return CreateFileW(path, GENERIC_READ, shareAll, nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
+File openToRead(const wchar_t* path) {
+  return File(CreateFileW(path, GENERIC_READ, shareAll, nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
 }
 
 // An entry of 4 GiB and more needs a larger header, which the sources choose by the file's size; they give up the
@@ -216,22 +182,21 @@ bool openPending(const wchar_t* name, Facts& facts) {
   chooseHeader(0);
   if (pendingIsFolder) return true;
   pending = openToRead(paths::native(name));
-  if (pending == INVALID_HANDLE_VALUE) {
+  if (!pending) {
     pendingError = GetLastError();
     return true;  // the sources find out, and say so, when they open it
   }
-  refresh(pending, facts);
+  refresh(pending.get(), facts);
   chooseHeader(facts.size);
   return true;
 }
 
-int addInput(HANDLE handle) {
+int addInput(File file) {
   for (int at = 0; at < mostFiles; ++at) {
-    if (inputs[at].handle != INVALID_HANDLE_VALUE) continue;
-    inputs[at] = {handle, false};
+    if (inputs[at].file) continue;
+    inputs[at] = {std::move(file), false};
     return firstFile + at;
   }
-  CloseHandle(handle);
   errno = EMFILE;
   return -1;
 }
@@ -346,57 +311,47 @@ void describe(const wchar_t* name, const Facts& facts, struct _stati64* result) 
 
 // ---- Privileges
 
-HANDLE token = nullptr;
+Token token;
 TOKEN_PRIVILEGES formerPrivileges;
 bool readsSystemAcl = false;
 
 void takePrivilege(const wchar_t* name) {
-  if (!OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY, &token)) {
-    token = nullptr;
-    return;
-  }
+  HANDLE opened = nullptr;
+  if (!OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY, &opened)) return;
+  token.reset(opened);
   TOKEN_PRIVILEGES wanted{};
   wanted.PrivilegeCount = 1;
   wanted.Privileges[0].Attributes = SE_PRIVILEGE_ENABLED;
   DWORD size = sizeof formerPrivileges;
   formerPrivileges.PrivilegeCount = 0;
-  readsSystemAcl = LookupPrivilegeValueW(nullptr, name, &wanted.Privileges[0].Luid) &&
-                   AdjustTokenPrivileges(token, FALSE, &wanted, sizeof formerPrivileges, &formerPrivileges, &size) &&
-                   GetLastError() == ERROR_SUCCESS;
+  readsSystemAcl =
+      LookupPrivilegeValueW(nullptr, name, &wanted.Privileges[0].Luid) &&
+      AdjustTokenPrivileges(token.get(), FALSE, &wanted, sizeof formerPrivileges, &formerPrivileges, &size) &&
+      GetLastError() == ERROR_SUCCESS;
 }
 
 void returnPrivilege() {
-  if (token == nullptr) return;
-  if (formerPrivileges.PrivilegeCount > 0) AdjustTokenPrivileges(token, FALSE, &formerPrivileges, 0, nullptr, nullptr);
-  CloseHandle(token);
-  token = nullptr;
+  if (!token) return;
+  if (formerPrivileges.PrivilegeCount > 0) {
+    AdjustTokenPrivileges(token.get(), FALSE, &formerPrivileges, 0, nullptr, nullptr);
+  }
+  token.reset();
   readsSystemAcl = false;
 }
 
 }  // namespace
 
 void begin(bool privileges) {
-  table = nullptr;
-  tableSize = knownCount = 0;
-  scans = nullptr;
   somethingMissed = false;
-  for (Input& input : inputs) input = {INVALID_HANDLE_VALUE, false};
-  pending = INVALID_HANDLE_VALUE;
-  pendingName[0] = 0;
   volume.known = false;
   if (privileges) takePrivilege(L"SeBackupPrivilege");
 }
 
 void end() {
   dropPending();
-  for (Input& input : inputs) {
-    if (input.handle != INVALID_HANDLE_VALUE) CloseHandle(input.handle);
-    input.handle = INVALID_HANDLE_VALUE;
-  }
-  for (const Scan* scan = scans; scan != nullptr; scan = scan->next) FindClose(scan->handle);
-  scans = nullptr;
-  table = nullptr;
-  tableSize = 0;
+  for (Input& input : inputs) input = {};
+  while (walks != nullptr) findClose(walks);
+  known = {};
   returnPrivilege();
 }
 
@@ -405,25 +360,19 @@ bool incomplete() {
 }
 
 int openInput(const wchar_t* name) {
-  HANDLE handle;
-  if (wcscmp(name, pendingName) == 0 && !pendingIsFolder) {
-    handle = pending;
-    pending = INVALID_HANDLE_VALUE;
-    if (handle == INVALID_HANDLE_VALUE) SetLastError(pendingError);
-  } else {
-    handle = openToRead(paths::native(name));
-  }
-  if (handle == INVALID_HANDLE_VALUE) {
-    errno = errnoOf(GetLastError());
+  const bool isPending = wcscmp(name, pendingName) == 0 && !pendingIsFolder;
+  File file = isPending ? std::move(pending) : openToRead(paths::native(name));
+  if (!file) {
+    errno = errnoOf(isPending ? pendingError : GetLastError());
     return -1;
   }
-  return addInput(handle);
+  return addInput(std::move(file));
 }
 
 int read(int file, void* to, unsigned size) {
   Input& input = inputs[file - firstFile];
   DWORD got = 0;
-  if (ReadFile(input.handle, to, size, &got, nullptr)) return static_cast<int>(got);
+  if (ReadFile(input.file.get(), to, size, &got, nullptr)) return static_cast<int>(got);
   const DWORD error = GetLastError();
   if (error == ERROR_HANDLE_EOF) return 0;
   errno = errnoOf(error);
@@ -436,21 +385,19 @@ int read(int file, void* to, unsigned size) {
 }
 
 void closeInput(int file) {
-  Input& input = inputs[file - firstFile];
-  if (input.handle != INVALID_HANDLE_VALUE) CloseHandle(input.handle);
-  input.handle = INVALID_HANDLE_VALUE;
+  inputs[file - firstFile].file.reset();
 }
 
 HANDLE findFirst(const wchar_t* pattern, WIN32_FIND_DATAW* data) {
   size_t prefixLength = wcslen(pattern);
   while (prefixLength > 0 && pattern[prefixLength - 1] != L'/' && pattern[prefixLength - 1] != L'\\') --prefixLength;
-  auto* const scan = static_cast<Scan*>(qevMalloc(sizeof(Scan) + prefixLength * sizeof(wchar_t)));
-  if (scan == nullptr) return INVALID_HANDLE_VALUE;
-  const HANDLE handle = FindFirstFileExW(paths::native(pattern), FindExInfoBasic, data, FindExSearchNameMatch, nullptr,
-                                         FIND_FIRST_EX_LARGE_FETCH);
-  if (handle == INVALID_HANDLE_VALUE) {
+  void* const memory = qevMalloc(sizeof(Walk) + prefixLength * sizeof(wchar_t));
+  if (memory == nullptr) return INVALID_HANDLE_VALUE;
+  Scan scan(FindFirstFileExW(paths::native(pattern), FindExInfoBasic, data, FindExSearchNameMatch, nullptr,
+                             FIND_FIRST_EX_LARGE_FETCH));
+  if (!scan) {
     const DWORD error = GetLastError();
-    qevFree(scan);
+    qevFree(memory);
     const int reason = errnoOf(error);
     if (reason != ENOENT && reason != ENOTDIR) {
       // The sources pass over a folder that cannot be listed as if it were empty.
@@ -462,29 +409,17 @@ HANDLE findFirst(const wchar_t* pattern, WIN32_FIND_DATAW* data) {
     SetLastError(error);
     return INVALID_HANDLE_VALUE;
   }
-  scan->handle = handle;
-  scan->prefixLength = prefixLength;
-  wmemcpy(scan->prefix, pattern, prefixLength);
-  scan->next = scans;
-  scans = scan;
-  keepEntry(scan, *data);
-  return scan;
+  auto* const walk = new (memory) Walk{walks, std::move(scan), prefixLength, {}};
+  wmemcpy(walk->prefix, pattern, prefixLength);
+  walks = walk;
+  keepEntry(walk, *data);
+  return walk;
 }
 
-BOOL findNext(Scan* scan, WIN32_FIND_DATAW* data) {
-  if (!FindNextFileW(scan->handle, data)) return FALSE;
-  keepEntry(scan, *data);
+BOOL findNext(Walk* walk, WIN32_FIND_DATAW* data) {
+  if (!FindNextFileW(walk->scan.get(), data)) return FALSE;
+  keepEntry(walk, *data);
   return TRUE;
-}
-
-void findClose(Scan* scan) {
-  for (Scan** link = &scans; *link != nullptr; link = &(*link)->next) {
-    if (*link != scan) continue;
-    *link = scan->next;
-    FindClose(scan->handle);
-    qevFree(scan);
-    return;
-  }
 }
 
 bool stat(const wchar_t* name, struct _stati64* result) {
@@ -502,20 +437,15 @@ DWORD volumeFlagsOfCurrent() {
 
 BOOL securityOfCurrent(void* buffer, DWORD* size) {
   SECURITY_INFORMATION wanted = OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION;
-  HANDLE handle = pending;
-  HANDLE own = INVALID_HANDLE_VALUE;
+  File own;
   if (readsSystemAcl) wanted |= SACL_SECURITY_INFORMATION;
-  if (pending == INVALID_HANDLE_VALUE || readsSystemAcl) {
-    own = CreateFileW(paths::native(pendingName), READ_CONTROL | (readsSystemAcl ? ACCESS_SYSTEM_SECURITY : 0),
-                      shareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
-    if (own == INVALID_HANDLE_VALUE) return FALSE;
-    handle = own;
+  if (!pending || readsSystemAcl) {
+    own.reset(CreateFileW(paths::native(pendingName), READ_CONTROL | (readsSystemAcl ? ACCESS_SYSTEM_SECURITY : 0),
+                          shareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    if (!own) return FALSE;
   }
-  const BOOL got = GetKernelObjectSecurity(handle, wanted, buffer, *size, size);
-  const DWORD error = GetLastError();
+  const BOOL got = GetKernelObjectSecurity(own ? own.get() : pending.get(), wanted, buffer, *size, size);
   if (got) *size = GetSecurityDescriptorLength(buffer);
-  if (own != INVALID_HANDLE_VALUE) CloseHandle(own);
-  SetLastError(error);
   return got;
 }
 
@@ -553,11 +483,11 @@ HANDLE qevFindFirst(const wchar_t* pattern, WIN32_FIND_DATAW* data) {
 }
 
 BOOL qevFindNext(HANDLE scan, WIN32_FIND_DATAW* data) {
-  return files::findNext(static_cast<files::Scan*>(scan), data);
+  return files::findNext(static_cast<files::Walk*>(scan), data);
 }
 
 BOOL qevFindClose(HANDLE scan) {
-  files::findClose(static_cast<files::Scan*>(scan));
+  files::findClose(static_cast<files::Walk*>(scan));
   return TRUE;
 }
 
@@ -640,18 +570,16 @@ int qevRmdir(const char* name) {
 }
 
 int qevUtime(const char* name, const struct utimbuf* times) {
-  const HANDLE file = CreateFileW(paths::native(name), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                  nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return -1;
+  const File file(CreateFileW(paths::native(name), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                              OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!file) return -1;
   const auto ticks = [](time_t time) {
     const ULONGLONG value = static_cast<ULONGLONG>(time) * files::ticksPerSecond + files::unixEpoch;
     return FILETIME{static_cast<DWORD>(value), static_cast<DWORD>(value >> 32)};
   };
   const FILETIME accessed = ticks(times->actime);
   const FILETIME written = ticks(times->modtime);
-  const BOOL done = SetFileTime(file, nullptr, &accessed, &written);
-  CloseHandle(file);
-  return done ? 0 : -1;
+  return SetFileTime(file.get(), nullptr, &accessed, &written) ? 0 : -1;
 }
 
 // The sources ask for a name of the new archive, and mean it to be free. This one serves as it is: the file gets

@@ -41,14 +41,13 @@ bool matches(const char* folder, const char* pattern) {
   if (whole == nullptr) return false;
   strcat(strcpy(whole, folder), pattern);
   WIN32_FIND_DATAW data;
-  const HANDLE scan = FindFirstFileW(paths::native(whole), &data);
+  const Scan scan(FindFirstFileW(paths::native(whole), &data));
   qevFree(whole);
-  if (scan == INVALID_HANDLE_VALUE) return false;
+  if (!scan) return false;
   bool found = false;
   do {
     found = (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
-  } while (!found && FindNextFileW(scan, &data));
-  FindClose(scan);
+  } while (!found && FindNextFileW(scan.get(), &data));
   return found;
 }
 
@@ -61,10 +60,10 @@ bool addSubfolders(List& list, const char* folder, const char* pattern, int dept
   if (whole == nullptr) return false;
   strcat(strcpy(whole, folder), "*");
   WIN32_FIND_DATAW data;
-  const HANDLE scan = FindFirstFileExW(paths::native(whole), FindExInfoBasic, &data, FindExSearchNameMatch, nullptr,
-                                       FIND_FIRST_EX_LARGE_FETCH);
+  const Scan scan(FindFirstFileExW(paths::native(whole), FindExInfoBasic, &data, FindExSearchNameMatch, nullptr,
+                                   FIND_FIRST_EX_LARGE_FETCH));
   qevFree(whole);
-  if (scan == INVALID_HANDLE_VALUE) return true;
+  if (!scan) return true;
   bool done = true;
   do {
     constexpr DWORD passedOver = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
@@ -72,10 +71,7 @@ bool addSubfolders(List& list, const char* folder, const char* pattern, int dept
     if (!isFolder || isDots(data.cFileName) || (data.dwFileAttributes & passedOver) != 0) continue;
     const size_t size = strlen(folder) + 3 * wcslen(data.cFileName) + 2;
     char* const inner = static_cast<char*>(qevMalloc(size));
-    if (inner == nullptr) {
-      done = false;
-      break;
-    }
+    if (inner == nullptr) return false;
     strcpy(inner, folder);
     BOOL replaced = FALSE;
     const size_t used = strlen(inner);
@@ -89,8 +85,7 @@ bool addSubfolders(List& list, const char* folder, const char* pattern, int dept
       done = done && addSubfolders(list, inner, pattern, depth + 1);
     }
     qevFree(inner);
-  } while (done && FindNextFileW(scan, &data));
-  FindClose(scan);
+  } while (done && FindNextFileW(scan.get(), &data));
   return done;
 }
 

@@ -29,18 +29,6 @@ void abandonRun() {
   endRun();
 }
 
-// Ends the run however its block is left, an exception thrown by a callback included.
-class RunGuard {
- public:
-  RunGuard() = default;
-  RunGuard(const RunGuard&) = delete;
-  RunGuard& operator=(const RunGuard&) = delete;
-  ~RunGuard() {
-    endRun();
-    turn::giveBack();
-  }
-};
-
 // ---- The command line that the sources take
 
 class Arguments {
@@ -243,7 +231,7 @@ ZPOPT* WINAPI ZpGetOptions(void) {
 
 int WINAPI ZpArchive(int argc, char* zipFileName, char** names) {
   if (!turn::take(reinterpret_cast<ULONG_PTR>(__builtin_frame_address(0)), abandonRun)) return ZP_LOGIC;
-  const RunGuard guard;
+  const turn::Guard guard(endRun);
   if (!memory::begin()) return ZP_MEM;
   messages::begin(callbacks.print);
   streams::begin();

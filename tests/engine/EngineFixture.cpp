@@ -142,6 +142,11 @@ void Folder::write(const std::wstring& relative, const std::string& content) con
   ASSERT_EQ(written, content.size());
 }
 
+void Folder::clear(const std::wstring& relative) const {
+  removeTree(wide(relative));
+  make(relative);
+}
+
 std::vector<std::wstring> Folder::list(const std::wstring& relative) const {
   std::vector<std::wstring> names;
   WIN32_FIND_DATAW data;
@@ -185,15 +190,6 @@ std::map<std::string, Entry> entriesOf(const std::string& archive) {
   }
   EXPECT_EQ(at, end);
   return entries;
-}
-
-uint32_t crc32(const std::string& content) {
-  uint32_t value = 0xFFFFFFFFu;
-  for (const char character : content) {
-    value ^= static_cast<unsigned char>(character);
-    for (int bit = 0; bit < 8; ++bit) value = value >> 1 ^ ((value & 1) != 0 ? 0xEDB88320u : 0u);
-  }
-  return ~value;
 }
 
 std::string readFile(const std::string& path) {

@@ -58,6 +58,8 @@ class Folder {
   void make(const std::wstring& relative) const;  // a folder, with those above it
   void write(const std::wstring& relative, const std::string& content) const;
 
+  void clear(const std::wstring& relative) const;  // removes all that is in it
+
   // The names in a folder, without "." and "..".
   std::vector<std::wstring> list(const std::wstring& relative) const;
 
@@ -76,8 +78,6 @@ struct Entry {
 // The entries of an archive by their names as stored, read from its central directory. Adds a test failure, and answers
 // nothing, if the file has no well-formed directory.
 std::map<std::string, Entry> entriesOf(const std::string& archive);
-
-uint32_t crc32(const std::string& content);
 
 std::string readFile(const std::string& path);
 

@@ -9,6 +9,8 @@
 
 #include "EngineFixture.h"
 #include "ProcessUse.h"
+#include "UnzipFixture.h"
+#include "support/ZipWriter.h"
 
 namespace qev::test {
 namespace {
@@ -30,6 +32,16 @@ class EngineTest : public testing::Test {
     folder.write(L"Datos\\a.txt", "hola");
     engine.options.fRecurse = 2;
     engine.options.szRootDir = root_;
+  }
+
+  // What an entry of the archive holds, by the other engine.
+  std::string unpacked(const std::string& name) const {
+    UnzipEngine unzip;
+    unzip.options.ncflag = 1;
+    unzip.options.fQuiet = 2;
+    unzip.wanted = {name};
+    EXPECT_EQ(unzip.run(target(), folder / "destino"), UZ_OK) << unzip.messages();
+    return unzip.messages();
   }
 
   // The names of what lies in the target folder besides the archive.
@@ -120,7 +132,7 @@ TEST_F(EngineTest, StoresEveryFileWithSizeAndChecksum) {
     const auto found = entries.find(stored(name));
     ASSERT_NE(found, entries.end()) << stored(name);
     EXPECT_EQ(found->second.size, content.size());
-    EXPECT_EQ(found->second.checksum, crc32(content));
+    EXPECT_EQ(found->second.checksum, checksumOf(content));
   };
   expect(L"Datos\\a.txt", "hola");
   expect(L"Datos\\grande.db", large);
@@ -146,8 +158,8 @@ TEST_F(EngineTest, NamesOutsideTheCodePageAreStored) {
   folder.write(L"Datos\\\u65e5\u672c\\a.txt", "dos");
   ASSERT_EQ(engine.run(target(), {everything()}), ZP_OK) << engine.messages();
   const auto entries = entriesOf(target());
-  EXPECT_EQ(entries.at(stored(L"Datos\\\u65e5\u672c\\\u0101.txt")).checksum, crc32("uno"));
-  EXPECT_EQ(entries.at(stored(L"Datos\\\u65e5\u672c\\a.txt")).checksum, crc32("dos"));
+  EXPECT_EQ(entries.at(stored(L"Datos\\\u65e5\u672c\\\u0101.txt")).checksum, checksumOf("uno"));
+  EXPECT_EQ(entries.at(stored(L"Datos\\\u65e5\u672c\\a.txt")).checksum, checksumOf("dos"));
   EXPECT_TRUE(engine.said("#U65e5#U672c/#U0101.txt")) << engine.messages();
 }
 
@@ -156,7 +168,7 @@ TEST_F(EngineTest, PathsOfMoreThan260CharactersAreStored) {
   for (int depth = 0; depth < 8; ++depth) path += L"\\" + std::wstring(50, static_cast<wchar_t>(L'a' + depth));
   folder.write(path + L"\\hondo.txt", "fondo");
   ASSERT_EQ(engine.run(target(), {everything()}), ZP_OK) << engine.messages();
-  EXPECT_EQ(entriesOf(target()).at(stored(path + L"\\hondo.txt")).checksum, crc32("fondo"));
+  EXPECT_EQ(entriesOf(target()).at(stored(path + L"\\hondo.txt")).checksum, checksumOf("fondo"));
 }
 
 TEST_F(EngineTest, MissingNameIsReportedAndTheOthersAreStored) {
@@ -290,7 +302,7 @@ TEST_F(EngineTest, UpdateTakesOnlyWhatIsNewer) {
   ASSERT_EQ(engine.run(target(), {everything()}), ZP_OK) << engine.messages();
   const auto entries = entriesOf(target());
   EXPECT_EQ(entries.size(), 3u);
-  EXPECT_EQ(entries.at(stored(L"Datos\\\u00f1.txt")).checksum, crc32("nuevo"));
+  EXPECT_EQ(entries.at(stored(L"Datos\\\u00f1.txt")).checksum, checksumOf("nuevo"));
   EXPECT_FALSE(engine.said("a.txt")) << engine.messages();
 }
 
@@ -466,6 +478,7 @@ TEST_F(EngineTest, FileOpenElsewhereForSharedWritingIsArchived) {
   ASSERT_NE(held, INVALID_HANDLE_VALUE);
   EXPECT_EQ(engine.run(target(), {everything()}), ZP_OK) << engine.messages();
   CloseHandle(held);
+  EXPECT_EQ(unpacked(stored(L"Datos\\a.txt")), "hola");
 }
 
 TEST_F(EngineTest, PartOfAFileLockedElsewhereIsReported) {
@@ -484,13 +497,17 @@ TEST_F(EngineTest, PartOfAFileLockedElsewhereIsReported) {
   const int code = engine.run(target(), {everything()});
   CloseHandle(held);
   // Byte locks hold off readers on Windows; Wine keeps them among lockers only, and the file is then read whole.
+  const std::string read = unpacked(stored(L"Datos\\trozo.db"));
   if (enforced) {
     EXPECT_EQ(code, ZP_OPEN);
     EXPECT_TRUE(engine.said("could not read to the end")) << engine.messages();
+    EXPECT_LE(read.size(), 200000u);
+    EXPECT_TRUE(read == someText(400000).substr(0, read.size()));
   } else {
     EXPECT_EQ(code, ZP_OK);
-    EXPECT_EQ(entriesOf(target()).at(stored(L"Datos\\trozo.db")).size, 400000u);
+    EXPECT_TRUE(read == someText(400000));
   }
+  EXPECT_EQ(unpacked(stored(L"Datos\\a.txt")), "hola");
 }
 
 TEST_F(EngineTest, MissingTargetFolderIsCode15) {
@@ -617,7 +634,7 @@ TEST_F(EngineTest, HundredsOfFailuresLeaveNothingBehindAndTheNextRunSucceeds) {
   const size_t heap = processHeapInUse();
   const SIZE_T memory = memoryInUse();
   for (int round = 0; round < 60; ++round) failInEveryWay();
-  EXPECT_EQ(handleCount(), handles);
+  EXPECT_LE(handleCount(), handles + handlesOfTheSystem);
   EXPECT_LT(processHeapInUse(), heap + 4096);
   EXPECT_LT(memoryInUse(), memory + (2u << 20));
   CloseHandle(held);
@@ -641,7 +658,7 @@ TEST_F(EngineTest, AHundredSuccessesAreAlikeToTheByte) {
     ASSERT_EQ(engine.messages(), first);
     ASSERT_EQ(entriesOf(target()).size(), entries.size());
   }
-  EXPECT_EQ(handleCount(), handles);
+  EXPECT_LE(handleCount(), handles + handlesOfTheSystem);
 }
 
 Engine* outer = nullptr;
@@ -675,7 +692,7 @@ TEST_F(EngineTest, CallbackThatThrowsLeavesTheEngineUsable) {
     EXPECT_THROW(engine.run(target(), {everything()}), int);
   }
   engine.whilePrinting = nullptr;
-  EXPECT_EQ(handleCount(), handles);
+  EXPECT_LE(handleCount(), handles + handlesOfTheSystem);
   EXPECT_TRUE(folder.list(L"destino").empty());
   EXPECT_EQ(engine.run(target(), {everything()}), ZP_OK);
 }

@@ -2,19 +2,24 @@
 
 #include <psapi.h>
 
+#include <cstdint>
+
 namespace qev::test {
 
 DWORD handleCount() {
+  constexpr uintptr_t highest = 0x4000;  // they are multiples of four, and low ones are given out first
   DWORD count = 0;
-  GetProcessHandleCount(GetCurrentProcess(), &count);
+  DWORD flags = 0;
+  for (uintptr_t value = 4; value < highest; value += 4) {
+    count += GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags) ? 1u : 0u;
+  }
   return count;
 }
 
 SIZE_T memoryInUse() {
-  PROCESS_MEMORY_COUNTERS_EX counters{};
-  counters.cb = sizeof counters;
-  GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters), sizeof counters);
-  return counters.PrivateUsage;
+  PROCESS_MEMORY_COUNTERS counters{};
+  GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+  return counters.PagefileUsage;
 }
 
 size_t processHeapInUse() {

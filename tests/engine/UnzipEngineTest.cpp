@@ -709,13 +709,59 @@ TEST_F(UnzipEngineTest, NoCallBringsMoreThan4096Characters) {
   for (const std::string& call : engine.calls) EXPECT_LE(call.size(), static_cast<size_t>(UZ_MAXIMUM_MESSAGE));
 }
 
-TEST_F(UnzipEngineTest, ServiceCallbackHearsOfEachFileAndCanEndTheRun) {
-  const std::vector<ZipEntry> entries = {folderEntry("d/"), storedEntry("d/a.txt", "a"), storedEntry("b.txt", "b")};
+TEST_F(UnzipEngineTest, ServiceCallbackHearsOfEachFileRestoredOrTestedAndCanEndTheRun) {
+  ZipEntry folderByAttribute = folderEntry("e");
+  folderByAttribute.attributes = FILE_ATTRIBUTE_DIRECTORY;
+  const std::vector<ZipEntry> entries = {folderEntry("d/"), deflatedEntry("d/a.txt", someText(70000)),
+                                         folderByAttribute, storedEntry("vacio", ""),
+                                         encryptedEntry("clave.txt", "secreto", "clave")};
+  engine.password = "clave";
+  for (const bool isTest : {false, true}) {
+    SCOPED_TRACE(isTest ? "tested" : "restored");
+    engine.options.ntflag = isTest;
+    engine.serviceAnswer = 0;
+    EXPECT_EQ(extract(entries), UZ_OK) << engine.messages();
+    EXPECT_EQ(engine.served, Served({{"d/a.txt", 70000}, {"vacio", 0}, {"clave.txt", 7}}));
+    engine.serviceAnswer = 1;
+    EXPECT_EQ(extract(entries), UZ_STOPPED);
+    EXPECT_EQ(engine.served, Served({{"d/a.txt", 70000}}));
+    EXPECT_EQ(extract({storedEntry("sola.txt", "x")}), UZ_STOPPED) << "the last entry can end the run, too";
+  }
+  engine.options.ntflag = 0;
+  engine.options.ncflag = 1;
   EXPECT_EQ(extract(entries), UZ_OK);
-  EXPECT_EQ(engine.served, (std::vector<std::string>{"d/a.txt", "b.txt"}));
-  engine.serviceAnswer = 1;
-  EXPECT_EQ(extract(entries), UZ_STOPPED);
-  EXPECT_EQ(engine.served, std::vector<std::string>{"d/a.txt"});
+  EXPECT_EQ(engine.served, Served()) << "printed";
+}
+
+TEST_F(UnzipEngineTest, ServiceCallbackDoesNotHearOfEntriesThatAreNotWhole) {
+  ZipEntry wrongSum = deflatedEntry("suma.txt", "hola");
+  wrongSum.checksum ^= 1;
+  ZipEntry garbage = deflatedEntry("basura.db", someText(100000));
+  garbage.packed.replace(40000, 100, std::string(100, '\xff'));
+  ZipEntry tooLong = deflatedEntry("larga.txt", someText(70000));
+  tooLong.size -= 1;
+  ZipEntry tooShort = deflatedEntry("corta.txt", someText(70000));
+  tooShort.size += 1;
+  ZipEntry unknown = storedEntry("raro.db", "x");
+  unknown.method = 99;
+  for (const bool isTest : {false, true}) {
+    SCOPED_TRACE(isTest ? "tested" : "restored");
+    engine.options.ntflag = isTest;
+    for (const ZipEntry& entry : {wrongSum, garbage, tooLong, tooShort}) {
+      EXPECT_EQ(extract({entry, storedEntry("b.txt", "b")}), UZ_ERR) << engine.messages();
+      EXPECT_TRUE(engine.said(entry.name)) << engine.messages();
+      EXPECT_EQ(engine.served, Served({{"b.txt", 1}})) << engine.messages();
+    }
+    EXPECT_EQ(extract({unknown, encryptedEntry("clave.txt", "x", "clave")}), UZ_BADPWD);
+    EXPECT_EQ(engine.served, Served());
+    EXPECT_EQ(extract({tooLong, tooShort, tooLong}), UZ_ERR);
+    const std::string said = engine.messages();
+    const std::string word = isTest ? "damaged" : "not restored";
+    const size_t first = said.find("error:  larga.txt:  " + word + ": it is longer than it says");
+    const size_t second = said.find("error:  corta.txt:  " + word + ": it is shorter than it says");
+    EXPECT_LT(first, second) << said;
+    EXPECT_LT(second, said.rfind("error:  larga.txt:")) << "each entry is named: " << said;
+  }
 }
 
 // ---- Called again
@@ -746,7 +792,7 @@ TEST_F(UnzipEngineTest, HundredsOfFailuresLeaveNothingBehindAndTheNextRunSucceed
   const size_t heap = processHeapInUse();
   const SIZE_T memory = memoryInUse();
   for (int round = 0; round < 60; ++round) failInEveryWay();
-  EXPECT_EQ(handleCount(), handles);
+  EXPECT_LE(handleCount(), handles + handlesOfTheSystem);
   EXPECT_LT(processHeapInUse(), heap + 4096);
   EXPECT_LT(memoryInUse(), memory + (2u << 20));
   EXPECT_EQ(folder.list(L"destino"), std::vector<std::wstring>{L"ocupado.db"});
@@ -767,7 +813,7 @@ TEST_F(UnzipEngineTest, AHundredSuccessesSayTheSame) {
     ASSERT_EQ(engine.list(archive()), UZ_OK);
     ASSERT_EQ(engine.listed.size(), 3u);
   }
-  EXPECT_EQ(handleCount(), handles);
+  EXPECT_LE(handleCount(), handles + handlesOfTheSystem);
 }
 
 TEST_F(UnzipEngineTest, CallDuringARunIsRefusedFromTheCallbackAndFromAnotherThread) {
@@ -796,7 +842,7 @@ TEST_F(UnzipEngineTest, CallbackThatThrowsLeavesTheEngineUsable) {
     EXPECT_THROW(engine.run(archive(), target()), int);
   }
   engine.whilePrinting = nullptr;
-  EXPECT_EQ(handleCount(), handles);
+  EXPECT_LE(handleCount(), handles + handlesOfTheSystem);
   EXPECT_TRUE(folder.list(L"destino").empty()) << "no unfinished file stays";
   EXPECT_EQ(engine.run(archive(), target()), UZ_OK);
 }

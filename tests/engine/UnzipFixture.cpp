@@ -35,8 +35,8 @@ int WINAPI onEntry(unsigned long size, unsigned long packedSize, unsigned factor
   return 0;
 }
 
-int WINAPI onService(const char* name, unsigned long) {
-  current->served.emplace_back(name);
+int WINAPI onService(const char* name, unsigned long size) {
+  current->served.emplace_back(name, size);
   return current->serviceAnswer;
 }
 

@@ -7,12 +7,16 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "EngineFixture.h"
 #include "Vanto6.h"
 
 namespace qev::test {
+
+// The calls of the service callback: names and sizes.
+using Served = std::vector<std::pair<std::string, unsigned long>>;
 
 // One call of the listing callback.
 struct Listed {
@@ -56,7 +60,7 @@ class UnzipEngine {
   std::vector<Listed> listed;
   std::vector<std::string> replaceQuestions;
   std::vector<std::string> passwordQuestions;
-  std::vector<std::string> served;
+  Served served;
 
   decltype(&Wiz_SingleEntryUnzip) unzip = nullptr;
   decltype(&UzpVersion2) version = nullptr;

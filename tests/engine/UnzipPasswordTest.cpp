@@ -136,7 +136,7 @@ class UnzipPasswordTest : public testing::Test {
     EXPECT_EQ(contentOf(restored(L"z.txt")), "tres");
     EXPECT_EQ(folder.list(L"destino").size(), 3u);
     EXPECT_EQ(engine.passwordQuestions, std::vector<std::string>{"a.txt"});
-    EXPECT_EQ(engine.served, (std::vector<std::string>{"a.txt", "m.txt", "z.txt"}));
+    EXPECT_EQ(engine.served, Served({{"a.txt", 3}, {"m.txt", longText.size()}, {"z.txt", 4}}));
   }
 
   Folder folder;
@@ -229,7 +229,7 @@ TEST_F(UnzipPasswordTest, PasswordThatIsWrongThoughSeveralFormsSeemRightIsABadCh
     EXPECT_EQ(contentOf(restored(L"a.txt")), "antes");
     EXPECT_EQ(contentOf(restored(L"b.txt")), "b");
     EXPECT_EQ(folder.list(L"destino").size(), 2u);
-    EXPECT_EQ(engine.served, std::vector<std::string>{"b.txt"});
+    EXPECT_EQ(engine.served, Served({{"b.txt", 1}}));
     EXPECT_EQ(engine.passwordQuestions.size(), 1u);
   }
 }

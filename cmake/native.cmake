@@ -7,6 +7,7 @@ target_link_options(qev_logic INTERFACE --coverage)
 
 add_executable(qev_logic_tests
   tests/platform/ClockTest.cpp
+  tests/platform/FileSystemContractTest.cpp
   tests/platform/LocaleContractTest.cpp
   tests/platform/PathsTest.cpp
   tests/platform/RegistryContractTest.cpp

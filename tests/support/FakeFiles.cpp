@@ -13,7 +13,7 @@ constexpr std::size_t kShortestRun = 4096;
 std::wstring keyOf(const std::wstring& path) {
   std::wstring key;
   for (const wchar_t c : path) {
-    const bool capital = c >= L'A' && c <= L'Z';
+    const bool capital = (c >= L'A' && c <= L'Z') || (c >= 0xC0 && c <= 0xDE && c != 0xD7);
     const wchar_t letter = capital ? static_cast<wchar_t>(c - L'A' + L'a') : c;
     const bool separator = letter == L'/' || letter == L'\\';
     if (separator && key.size() > 1 && key.back() == L'\\') continue;
@@ -140,6 +140,7 @@ class FakeFiles::Replacement : public FileReplacement {
     if (committed_) throw std::logic_error("a replacement is committed twice");
     // As on Windows, a name cannot be given to a new file while the old one is open.
     if (const Entry* old = files_.find(path_); old && old->readers > 0) throw AutomationError(kPermissionDenied);
+    files_.requireNoFolder(path_);
     files_.putContent(path_, std::move(content_));
     committed_ = true;
   }
@@ -192,6 +193,17 @@ std::vector<std::wstring> FakeFiles::paths() const {
   return all;
 }
 
+std::vector<std::wstring> FakeFiles::list(const std::wstring& folder) const {
+  std::vector<std::wstring> names;
+  const auto add = [&](const std::wstring& path) {
+    if (keyOf(parentFolderName(path)) == keyOf(folder)) names.push_back(fileNamePart(path));
+  };
+  for (const auto& [key, path] : folders_) add(path);
+  for (const auto& [key, file] : files_) add(file.path);
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
 void FakeFiles::failAt(std::size_t call, ErrorNumber number) {
   failAt_ = call;
   failNumber_ = number;
@@ -230,6 +242,8 @@ void FakeFiles::createFolder(const std::wstring& path) {
 
 void FakeFiles::deleteFile(const std::wstring& path, bool force) {
   step();
+  requireParentFolder(path);
+  requireNoFolder(path);
   Entry& file = entry(path);
   if (file.readers > 0 || (file.readOnly && !force)) throw AutomationError(kPermissionDenied);
   files_.erase(keyOf(path));
@@ -242,6 +256,7 @@ void FakeFiles::copyFile(const std::wstring& from, const std::wstring& to) {
     planned->second.pop_back();
     throw AutomationError(number);
   }
+  requireParentFolder(from);
   const Entry& source = entry(from);
   if (source.openError) throw AutomationError(*source.openError);
   requireParentFolder(to);
@@ -266,7 +281,9 @@ void FakeFiles::moveFile(const std::wstring& from, const std::wstring& to) {
 
 std::unique_ptr<FileReader> FakeFiles::openForReading(const std::wstring& path) {
   step();
+  if (path.empty()) throw AutomationError(kPathNotFound);
   requireParentFolder(path);
+  requireNoFolder(path);
   Entry& file = entry(path);
   if (file.openError) throw AutomationError(*file.openError);
   return std::make_unique<Reader>(*this, file);
@@ -314,7 +331,11 @@ void FakeFiles::step() const {
 
 void FakeFiles::requireParentFolder(const std::wstring& path) const {
   const std::wstring folder = parentFolderName(path);
-  if (!folder.empty() && !folderExists(folder)) throw AutomationError(kPathNotFound);
+  if (!folder.empty() && !folderExists(folder)) throw AutomationError(kPathNotFound, path);
+}
+
+void FakeFiles::requireNoFolder(const std::wstring& path) const {
+  if (folderExists(path)) throw AutomationError(kPermissionDenied);
 }
 
 void FakeFiles::requireRoom(std::uint64_t more) const {
@@ -325,7 +346,7 @@ void FakeFiles::requireRoom(std::uint64_t more) const {
 
 FakeFiles::Entry& FakeFiles::entry(const std::wstring& path) {
   const auto file = files_.find(keyOf(path));
-  if (file == files_.end()) throw AutomationError(kFileNotFound);
+  if (file == files_.end()) throw AutomationError(kFileNotFound, path);
   return file->second;
 }
 

@@ -56,6 +56,10 @@ class FakeFiles : public FileSystem {
   void setCreated(const std::wstring& path, Date created) { entry(path).created = created; }
 
   void makeReadOnly(const std::wstring& path) { entry(path).readOnly = true; }
+  bool isReadOnly(const std::wstring& path) const { return find(path) && find(path)->readOnly; }
+
+  // The names of what lies in a folder, in their order.
+  std::vector<std::wstring> list(const std::wstring& folder) const;
 
   // Opening the file for reading throws `number` from now on.
   void makeUnreadable(const std::wstring& path, ErrorNumber number = kPermissionDenied) {
@@ -126,6 +130,7 @@ class FakeFiles : public FileSystem {
 
   void step() const;
   void requireParentFolder(const std::wstring& path) const;
+  void requireNoFolder(const std::wstring& path) const;
   void requireRoom(std::uint64_t more) const;
   Entry& entry(const std::wstring& path);
   const Entry* find(const std::wstring& path) const;

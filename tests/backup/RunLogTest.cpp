@@ -67,7 +67,7 @@ class RunLogTest : public testing::Test {
   TemporaryFolder folder_;
   FakePlatform fake_;
   Platform& system_ = systemPlatform();
-  Platform platform_ = with(fake_.platform(), system_.files, system_.locale);
+  Platform platform_ = with(fake_.platform(), system_.files, system_.locale, system_.processes);
 };
 
 TEST_F(RunLogTest, BlocksFollowOneAnother) {

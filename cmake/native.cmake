@@ -15,9 +15,9 @@ add_executable(qev_logic_tests
   tests/backup/CCopiasTest.cpp
   tests/backup/RunRecordTest.cpp
   tests/backup/SetFormatTest.cpp
-  tests/controls/ListTableTest.cpp
-  tests/controls/MGeneralTest.cpp
   tests/restore/RestoreProgressTest.cpp
+  tests/values/ListTableTest.cpp
+  tests/values/MGeneralTest.cpp
   tests/zip/EngineRemarksTest.cpp
   tests/zip/ListingLinesTest.cpp
   tests/zip/TestProgressTest.cpp

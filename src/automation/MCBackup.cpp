@@ -4,8 +4,8 @@
 #include "automation/TypeLibrary.h"
 #include "backup/CCopias.h"
 #include "backup/FBackup.h"
+#include "backup/FCopiar.h"
 #include "platform/Variant.h"
-#include "restore/FCopiar.h"
 #include "restore/FRestaurar.h"
 #include "schedule/Backup.h"
 

@@ -9,11 +9,9 @@
 #include <string>
 
 #include "automation/LibraryState.h"
-#include "controls/HeadingBand.h"
 #include "controls/ModalForm.h"
 #include "controls/UComboBox.h"
 #include "controls/UTextBox.h"
-#include "platform/Handle.h"
 #include "platform/Platform.h"
 #include "settings/SettingsStore.h"
 #include "zip/CUnzipFiles.h"
@@ -30,9 +28,6 @@ class FRestaurar final : public ModalForm {
   void load() override;
   void command(int id) override;
   void unload() override { state_.finished = true; }
-  void drawItem(int id, HDC dc, const RECT& area) override { heading_.drawItem(id, dc, area); }
-  HBRUSH colours(int id, HDC dc) override { return heading_.colours(id, dc); }
-  void paint(HDC dc) override { heading_.paint(dc); }
 
   void BCargar_Click();
   void TNombre_AfterUpdate();
@@ -41,15 +36,12 @@ class FRestaurar final : public ModalForm {
   void BRestaurar_Click();
 
   void bindFields();
-  void closeOnEscape(EntryControl& field);
   void clearSet();
   void showSet(const std::wstring& path);
   bool originalLocation() const;
   bool mayOverwrite() const;
   void restore();
   void comeBack();
-  void showIcon(int button, const wchar_t* picture, UniqueIcon& icon) const;
-  Answer tell(const std::wstring& text, std::uint32_t style) const;
 
   LibraryState& state_;
   SettingsStore settings_;
@@ -59,14 +51,8 @@ class FRestaurar final : public ModalForm {
   UTextBox* TNVol_ = nullptr;
   UComboBox* TTipo_ = nullptr;
   UTextBox* TDestino_ = nullptr;
-  HeadingBand heading_;
-  UniqueIcon loadIcon_;
-  UniqueIcon folderIcon_;
-  UniqueIcon restoreIcon_;
-  UniqueIcon cancelIcon_;
   std::optional<CurrentSet> set_;  // what the header of the set in TNombre says
   bool shownAsOriginal_ = false;   // the destination is that of the original location
-  bool typed_ = false;             // what is in the field that has the focus may differ from what it had
 };
 
 }  // namespace qev

@@ -13,6 +13,7 @@
 #include "backup/HacerCopia.h"
 #include "platform/Platform.h"
 #include "support/FakePlatform.h"
+#include "support/SilentView.h"
 
 namespace fs = std::filesystem;
 
@@ -86,22 +87,10 @@ class DiskChanger : public Messages {
   std::string firstDiskHolds;
 };
 
-class SilentView : public BackupRunView {
+class ResultsView : public SilentView {
  public:
-  void showBusy(bool) override {}
-  void showOrigin(const std::wstring&) override {}
-  void showDestination(const std::wstring&) override {}
   void showResult(const std::wstring& text) override { results.push_back(text); }
-  void showProgress(int) override {}
-  void showSuccess(const std::wstring&) override { succeeded = true; }
-  void showFailure(const std::wstring& text) override { failure = text; }
-  void stopTimer() override {}
-  void close() override {}
-  bool closeAsked() const override { return false; }
-
   std::vector<std::wstring> results;
-  std::wstring failure;
-  bool succeeded = false;
 };
 
 class Floppy : public testing::Test {
@@ -142,7 +131,7 @@ class Floppy : public testing::Test {
   Platform platform_ = with(system_, changer_);
   LibraryState state_;
   SettingsStore settings_{system_.registry, state_.settingsKey};
-  SilentView view_;
+  ResultsView view_;
 };
 
 TEST_F(Floppy, AnArchiveOf3000000BytesTakesThreeDisks) {

@@ -96,6 +96,7 @@ class BackupWindow : public FormTest {
 
   void SetUp() override {
     FormTest::SetUp();
+    folder_.makeFolder(L"Datos\\Emp01");
     state_.settingsKey = kKey;
     state_.BackupKind = kAutomatic;
     slow::files = 0;
@@ -361,7 +362,7 @@ TEST_F(BackupWindow, ANoToTheReplaceQuestionClosesItAndRecordsNothing) {
     ASSERT_TRUE(waitFor([form] { return findQuestion(form) != nullptr; }));
     const HWND question = findQuestion(form);
     EXPECT_EQ(kTitle, windowText(question));
-    saveScreenshot(form, L"FBackup-reemplazar");
+    keepPicture(form, L"FBackup-reemplazar");
     click(question, IDNO);
   });
   EXPECT_TRUE(state_.finished);

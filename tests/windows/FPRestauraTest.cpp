@@ -429,7 +429,7 @@ TEST_F(RestoreWindow, ASetThatVanishesBetweenTheCheckAndTheRunIsTold) {
     MoveFileW(set.c_str(), away.c_str());
     click(form, FRestaurar_BRestaurar);
     const HWND window = ended();
-    saveScreenshot(window, L"FPRestaura-errores");
+    keepPicture(window, L"FPRestaura-errores");
     EXPECT_EQ(L"", textOf(window, FPRestaura_TResultado));
     click(window, FPRestaura_BAceptar);
     EXPECT_TRUE(waitFor([form] { return IsWindowVisible(form) && IsWindowEnabled(form); }));

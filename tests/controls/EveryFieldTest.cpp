@@ -270,6 +270,7 @@ TEST_P(EveryField, WhatTheProgramSetsOverATypedTextIsNotValidated) {
     SCOPED_TRACE(number);
     EntryControl& box = field(number);
     box.setDatatype(DataType::Date);
+    form_->focus(number);
     form_->type(L"98");
     form_->clickField(number);  // which ends the typing
     record(box);

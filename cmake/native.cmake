@@ -24,8 +24,8 @@ add_executable(qev_logic_tests
   tests/backup/HacerCopiaTest.cpp
   tests/backup/SafeModeTest.cpp
   tests/record/RunRecordTest.cpp
-  tests/controls/ListTableTest.cpp
-  tests/controls/MGeneralTest.cpp
+  tests/values/ListTableTest.cpp
+  tests/values/MGeneralTest.cpp
   tests/zip/EngineLinesTest.cpp
   tests/zip/EngineRemarksTest.cpp
   tests/zip/ListingLinesTest.cpp

@@ -2,7 +2,7 @@
 # automation object through COM.
 file(GLOB test_sources CONFIGURE_DEPENDS
   tests/platform/*Test.cpp tests/record/*Test.cpp tests/settings/*Test.cpp tests/set/*Test.cpp tests/schedule/*Test.cpp tests/backup/*Test.cpp tests/zip/*Test.cpp
-  tests/controls/*Test.cpp tests/restore/*Test.cpp tests/windows/*Test.cpp tests/resources/*Test.cpp tests/support/*.cpp)
+  tests/controls/*Test.cpp tests/values/*Test.cpp tests/restore/*Test.cpp tests/windows/*Test.cpp tests/resources/*Test.cpp tests/support/*.cpp)
 add_executable(qev_tests ${test_sources} ${resources})
 target_include_directories(qev_tests PRIVATE tests)
 target_link_libraries(qev_tests PRIVATE qev_windows gmock_main gdiplus psapi)

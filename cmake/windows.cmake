@@ -55,14 +55,16 @@ add_library(qev_windows STATIC
   src/controls/FormFields.cpp
   src/controls/HeadingBand.cpp
   src/controls/ModalForm.cpp
+  src/controls/Picture.cpp
   src/controls/PropertyBag.cpp
+  src/controls/RunWindow.cpp
   src/controls/ToolTips.cpp
   src/controls/UComboBox.cpp
   src/controls/UTextBox.cpp
   src/controls/VisualStyles.cpp
-  src/resources/Picture.cpp
+  src/controls/WindowParts.cpp
   src/backup/FBackup.cpp
-  src/restore/FCopiar.cpp
+  src/backup/FCopiar.cpp
   src/restore/FPRestaura.cpp
   src/restore/FRestaurar.cpp
   src/schedule/Backup.cpp)

@@ -11,6 +11,7 @@ controls
 set record
 zip
 settings
+values
 platform
 resources'
 

@@ -6,9 +6,10 @@
 #include <utility>
 
 #include "controls/ControlClass.h"
-#include "controls/MGeneral.h"
+#include "controls/WindowParts.h"
 #include "platform/AutomationError.h"
 #include "platform/Handle.h"
+#include "values/MGeneral.h"
 
 namespace qev {
 namespace {
@@ -28,12 +29,6 @@ RECT workAreaAt(HWND window) {
   monitor.cbSize = sizeof monitor;
   GetMonitorInfoW(MonitorFromWindow(window, MONITOR_DEFAULTTONEAREST), &monitor);
   return monitor.rcWork;
-}
-
-RECT screenAreaOf(HWND window) {
-  RECT area{};
-  GetWindowRect(window, &area);
-  return area;
 }
 
 HGDIOBJ fontOrSystems(HFONT font) {
@@ -68,10 +63,8 @@ LRESULT CALLBACK ComboList::procedure(HWND window, UINT message, WPARAM wParam, 
   if (list->window_ != window) return DefWindowProcW(window, message, wParam, lParam);
   try {
     return list->handle(message, wParam, lParam);
-  } catch (const AutomationError& error) {
-    list->owner_.listFailed(error.description());
-  } catch (const std::exception&) {
-    list->owner_.listFailed(describeError(kOutOfMemory));
+  } catch (...) {
+    list->owner_.listFailed();
   }
   return 0;
 }
@@ -163,35 +156,30 @@ void ComboList::watch() {
 // Rows
 
 RECT ComboList::areaOf(std::int32_t row) const {
-  RECT area{};
-  GetClientRect(window_, &area);
+  RECT area = clientAreaOf(window_);
   area.top = (row - firstRow_) * rowHeight_;
   area.bottom = area.top + rowHeight_;
   return area;
 }
 
 std::int32_t ComboList::rowAt(POINT at) const {
-  RECT client{};
-  GetClientRect(window_, &client);
+  const RECT client = clientAreaOf(window_);
   if (!PtInRect(&client, at)) return -1;
   const std::int32_t row = firstRow_ + at.y / rowHeight_;
   return row < owner_.listRowCount() ? row : -1;
 }
 
 void ComboList::paintWindow() {
-  PAINTSTRUCT painting{};
-  const HDC device = BeginPaint(window_, &painting);
-  {
-    const SelectedObject font(device, fontOrSystems(owner_.listFont()));
-    SetBkMode(device, TRANSPARENT);
-    SetTextColor(device, translateColor(owner_.listForeColor()));
-    for (std::int32_t i = 0; i < shownRows_; ++i) {
-      const RECT area = areaOf(firstRow_ + i);
-      RECT common{};
-      if (IntersectRect(&common, &area, &painting.rcPaint)) paintRow(device, firstRow_ + i, area);
-    }
+  const Painting painting(window_);
+  const HDC device = painting.device();
+  const SelectedObject font(device, fontOrSystems(owner_.listFont()));
+  SetBkMode(device, TRANSPARENT);
+  SetTextColor(device, translateColor(owner_.listForeColor()));
+  for (std::int32_t i = 0; i < shownRows_; ++i) {
+    const RECT area = areaOf(firstRow_ + i);
+    RECT common{};
+    if (IntersectRect(&common, &area, &painting.area())) paintRow(device, firstRow_ + i, area);
   }
-  EndPaint(window_, &painting);
 }
 
 void ComboList::paintRow(HDC device, std::int32_t row, const RECT& area) {
@@ -271,8 +259,7 @@ void ComboList::mouseMoved(POINT at) {
 }
 
 void ComboList::mousePressed(UINT message, POINT at) {
-  RECT client{};
-  GetClientRect(window_, &client);
+  const RECT client = clientAreaOf(window_);
   if (PtInRect(&client, at)) {
     armed_ = armed_ || message == WM_LBUTTONDOWN || message == WM_LBUTTONDBLCLK;
     return;

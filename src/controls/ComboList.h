@@ -32,8 +32,9 @@ class ComboListOwner {
   virtual void rowClicked(std::int32_t row) = 0;
   virtual void listDismissed() = 0;  // clicked elsewhere, the capture has gone, the field has moved: close it
 
-  // What the owner threw while the list dealt with a message: no exception may reach the system's frames.
-  virtual void listFailed(const std::wstring& description) = 0;
+  // Called from the catch clause for what the owner threw while the list dealt with a message: no exception may reach
+  // the system's frames.
+  virtual void listFailed() noexcept = 0;
 };
 
 class ComboList {

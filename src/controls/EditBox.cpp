@@ -2,9 +2,10 @@
 
 #include <algorithm>
 
-#include "controls/MGeneral.h"
+#include "controls/WindowParts.h"
 #include "platform/AutomationError.h"
 #include "platform/FlagScope.h"
+#include "values/MGeneral.h"
 
 namespace qev {
 namespace {
@@ -41,10 +42,7 @@ struct NamedProperty {
 };
 
 RECT areaOf(const EditBox& box) {
-  RECT area{};
-  GetWindowRect(box.hWnd(), &area);
-  MapWindowPoints(nullptr, GetParent(box.hWnd()), reinterpret_cast<POINT*>(&area), 2);
-  return area;
+  return areaInParent(box.hWnd());
 }
 
 void placeWith(EditBox& box, LONG RECT::*edge, const Value& value, const Locale& locale) {
@@ -215,11 +213,7 @@ void EditBox::place(int left, int top, int width, int height) {
 }
 
 std::wstring EditBox::text() const {
-  if (!window_) return textWithoutWindow_;
-  std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(window_)), L'\0');
-  const int copied = GetWindowTextW(window_, text.data(), static_cast<int>(text.size()) + 1);
-  text.resize(static_cast<std::size_t>(copied));
-  return text;
+  return window_ ? textOf(window_) : textWithoutWindow_;
 }
 
 void EditBox::setText(const std::wstring& text) {

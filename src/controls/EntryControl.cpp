@@ -5,6 +5,7 @@
 #include "controls/FormFields.h"
 #include "controls/InFront.h"
 #include "controls/ValidationLock.h"
+#include "controls/WindowParts.h"
 #include "platform/AutomationError.h"
 #include "platform/FlagScope.h"
 
@@ -22,7 +23,7 @@ qev::Value savedFont(const std::optional<ControlFont>& font) {
 }
 
 int dotsPerInch(HWND window) {
-  return GetDeviceCaps(WindowDc(window).get(), LOGPIXELSY);
+  return GetDeviceCaps(ClientDc(window).get(), LOGPIXELSY);
 }
 
 }  // namespace
@@ -68,21 +69,18 @@ LRESULT EntryControl::procedure(HWND window, UINT message, WPARAM wParam, LPARAM
 LRESULT EntryControl::handle(UINT message, WPARAM wParam, LPARAM lParam) {
   try {
     return dispatch(message, wParam, lParam);
-  } catch (const AutomationError& error) {
+  } catch (...) {
     if (message == WM_CREATE) return -1;
-    report(error.description());
-  } catch (const std::exception&) {
-    if (message == WM_CREATE) return -1;
-    report(describeError(kOutOfMemory));
+    reportCurrentError();
   }
   return 0;
 }
 
-void EntryControl::report(const std::wstring& description) const {
+void EntryControl::reportCurrentError() const noexcept {
   try {
     const std::wstring title = edit_.passwordChar().empty() ? Text() : L"";
-    platform_->messages.tell(description, title, message::kOk | message::kExclamation);
-  } catch (const std::exception&) {  // not even a message box can be shown
+    platform_->messages.tell(describeCurrentError(), title, message::kOk | message::kExclamation);
+  } catch (...) {  // not even a message box can be shown
   }
 }
 
@@ -92,13 +90,8 @@ LRESULT EntryControl::dispatch(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_CREATE: created(*reinterpret_cast<const CREATESTRUCTW*>(lParam)); return 0;
     case WM_SIZE: layOut(); return 0;
     case WM_ERASEBKGND: return TRUE;
-    case WM_PAINT: paintWindow(); return 0;
-    case WM_PRINTCLIENT: {
-      RECT client{};
-      GetClientRect(window_, &client);
-      paint(reinterpret_cast<HDC>(wParam), client);
-      return 0;
-    }
+    case WM_PAINT: paint(Painting(window_).device(), clientAreaOf(window_)); return 0;
+    case WM_PRINTCLIENT: paint(reinterpret_cast<HDC>(wParam), clientAreaOf(window_)); return 0;
     case WM_CTLCOLOREDIT:
     case WM_CTLCOLORSTATIC: return reinterpret_cast<LRESULT>(edit_.colors(reinterpret_cast<HDC>(wParam)));
     case WM_SYSCOLORCHANGE: repaint(); return 0;
@@ -148,19 +141,9 @@ RECT EntryControl::editArea(int width, int height) const {
 }
 
 void EntryControl::layOut() {
-  RECT client{};
-  GetClientRect(window_, &client);
+  const RECT client = clientAreaOf(window_);
   const RECT area = editArea(client.right, client.bottom);
   edit_.place(area.left, area.top, area.right - area.left, area.bottom - area.top);
-}
-
-void EntryControl::paintWindow() {
-  PAINTSTRUCT painting{};
-  const HDC device = BeginPaint(window_, &painting);
-  RECT client{};
-  GetClientRect(window_, &client);
-  paint(device, client);
-  EndPaint(window_, &painting);
 }
 
 void EntryControl::paint(HDC device, const RECT& client) {

@@ -18,10 +18,10 @@
 #include "controls/ControlSite.h"
 #include "controls/DrawBox.h"
 #include "controls/EditBox.h"
-#include "controls/MGeneral.h"
 #include "controls/PropertyBag.h"
 #include "platform/Platform.h"
 #include "platform/Value.h"
+#include "values/MGeneral.h"
 
 namespace qev {
 
@@ -160,8 +160,9 @@ class EntryControl : public std::enable_shared_from_this<EntryControl> {
   void signalValueChanged();
   void enterByMouse();
 
-  // Shows an error in a message box titled with the text. No exception may reach the system's frames.
-  void report(const std::wstring& description) const;
+  // Shows the error under way in a message box titled with the text: no exception may reach the system's frames.
+  // REQUIRES: called from a catch clause.
+  void reportCurrentError() const noexcept;
 
   Platform& platform() const { return *platform_; }
   MGeneral general() const;
@@ -186,7 +187,6 @@ class EntryControl : public std::enable_shared_from_this<EntryControl> {
   void created(const CREATESTRUCTW& creation);
   void layOut();
   void applyFont();
-  void paintWindow();
   LRESULT dialogCode(WPARAM wParam, LPARAM lParam);
   bool keyPressed(WPARAM& character);
   bool keyWentDown(UINT message, WPARAM& key, LPARAM lParam);

@@ -6,7 +6,7 @@
 #include "controls/EntryControl.h"
 #include "controls/FormFields.h"
 #include "controls/ValidationLock.h"
-#include "platform/AutomationError.h"
+#include "controls/WindowParts.h"
 #include "platform/FlagScope.h"
 
 namespace qev {
@@ -47,10 +47,8 @@ bool EntryControl::filterEdit(UINT message, WPARAM& wParam, LPARAM lParam, LRESU
   result = 0;
   try {
     return dispatchEdit(message, wParam, lParam, result);
-  } catch (const AutomationError& error) {
-    report(error.description());
-  } catch (const std::exception&) {
-    report(describeError(kOutOfMemory));
+  } catch (...) {
+    reportCurrentError();
   }
   return true;
 }
@@ -172,8 +170,7 @@ bool EntryControl::mouseOnEdit(UINT message, LPARAM lParam) {
     return false;
   }
   mouseUp(buttonOf(message), shiftState(), at);
-  RECT client{};
-  GetClientRect(edit_.hWnd(), &client);
+  const RECT client = clientAreaOf(edit_.hWnd());
   const bool releasedOnIt = message == WM_LBUTTONUP && std::exchange(pressed_, false) && PtInRect(&client, at);
   if (releasedOnIt) clicked();
   return false;

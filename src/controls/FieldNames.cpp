@@ -3,6 +3,7 @@
 #include <string>
 
 #include "controls/EntryControl.h"
+#include "controls/WindowParts.h"
 
 namespace qev {
 namespace {
@@ -11,13 +12,6 @@ bool isLabel(HWND window) {
   wchar_t name[16] = L"";
   GetClassNameW(window, name, 16);
   return CompareStringOrdinal(name, -1, L"Static", -1, TRUE) == CSTR_EQUAL;
-}
-
-std::wstring textOf(HWND window) {
-  std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(window)), L'\0');
-  const int copied = GetWindowTextW(window, text.data(), static_cast<int>(text.size()) + 1);
-  text.resize(static_cast<std::size_t>(copied));
-  return text;
 }
 
 // A caption as it is seen: "&" marks the letter after it, "&&" stands for one.

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "controls/WindowParts.h"
+
 namespace qev {
 namespace {
 
@@ -9,21 +11,18 @@ constexpr LONG kHeight = 34;  // in dialog units
 
 }  // namespace
 
-void HeadingBand::attach(HWND form, int pictureId, int headingId, UniqueFont font, const wchar_t* picture) {
+void HeadingBand::attach(HWND form, int headingId, UniqueFont font) {
   form_ = form;
-  pictureId_ = pictureId;
   headingId_ = headingId;
-  picture_ = Picture(picture);
   font_ = std::move(font);
   SendDlgItemMessageW(form, headingId, WM_SETFONT, reinterpret_cast<WPARAM>(font_.get()), FALSE);
 }
 
 void HeadingBand::paint(HDC dc) const {
+  if (!form_) return;
   RECT band{0, 0, 0, kHeight};
   MapDialogRect(form_, &band);
-  RECT client{};
-  GetClientRect(form_, &client);
-  band.right = client.right;
+  band.right = clientAreaOf(form_).right;
   FillRect(dc, &band, GetSysColorBrush(COLOR_WINDOW));
   band.top = band.bottom;
   band.bottom = band.top + 2;
@@ -31,17 +30,10 @@ void HeadingBand::paint(HDC dc) const {
 }
 
 HBRUSH HeadingBand::colours(int id, HDC dc) const {
-  if (id != headingId_) return nullptr;
+  if (!form_ || id != headingId_) return nullptr;
   SetTextColor(dc, GetSysColor(COLOR_WINDOWTEXT));
   SetBkColor(dc, GetSysColor(COLOR_WINDOW));
   return GetSysColorBrush(COLOR_WINDOW);
-}
-
-bool HeadingBand::drawItem(int id, HDC dc, const RECT& area) const {
-  if (id != pictureId_) return false;
-  FillRect(dc, &area, GetSysColorBrush(COLOR_WINDOW));
-  picture_.draw(dc, area);
-  return true;
 }
 
 }  // namespace qev

@@ -9,9 +9,9 @@
 #include "controls/UComboBox.h"
 #include "controls/UTextBox.h"
 #include "controls/VisualStyles.h"
+#include "controls/WindowParts.h"
 #include "platform/AutomationError.h"
 #include "platform/Handle.h"
-#include "resources/Picture.h"
 
 namespace qev {
 namespace {
@@ -79,9 +79,9 @@ class HostWindows {
 
 // Pixels that a line of text takes in the font of a window.
 int textHeight(HWND window) {
-  TEXTMETRICW metrics{};
-  const WindowDc device(window);
+  const ClientDc device(window);
   const SelectedObject font(device.get(), reinterpret_cast<HFONT>(SendMessageW(window, WM_GETFONT, 0, 0)));
+  TEXTMETRICW metrics{};
   GetTextMetricsW(device.get(), &metrics);
   return static_cast<int>(metrics.tmHeight);
 }
@@ -140,9 +140,7 @@ Field& ModalForm::field(int id, const wchar_t* name) {
 // the text not be in line with the label beside it.
 void ModalForm::fitToText(HWND field) const {
   constexpr int pixelsAround = 9;
-  RECT area{};
-  GetWindowRect(field, &area);
-  MapWindowPoints(nullptr, window_, reinterpret_cast<POINT*>(&area), 2);
+  const RECT area = areaInParent(field);
   const int spare = static_cast<int>(area.bottom - area.top) - textHeight(field) - pixelsAround;
   if (spare <= 0) return;
   SetWindowPos(field, nullptr, area.left, area.top + spare / 2, area.right - area.left, area.bottom - area.top - spare,
@@ -170,6 +168,49 @@ void ModalForm::atEdge(const std::function<void()>& handler) noexcept {
   } catch (...) {
     showCurrentError();
   }
+}
+
+void ModalForm::onAfterUpdate(EntryControl& field, std::function<void(bool& cancel)> handler) {
+  field.AfterUpdate = [this, handler = std::move(handler)](bool& cancel) {
+    typed_ = false;
+    atEdge([&] { handler(cancel); });
+  };
+}
+
+void ModalForm::cancelOnEscape(EntryControl& field) {
+  field.Change = [this] { typed_ = true; };
+  field.AfterUpdate = [this](bool&) { typed_ = false; };
+  field.KeyDown = [this](std::int16_t& KeyCode, std::int16_t) {
+    if (KeyCode != VK_ESCAPE || std::exchange(typed_, false)) return;
+    KeyCode = 0;
+    PostMessageW(window_, WM_COMMAND, MAKEWPARAM(IDCANCEL, BN_CLICKED), 0);
+  };
+}
+
+Answer ModalForm::tell(const std::wstring& text, std::uint32_t style) const {
+  return platform_.messages.show(text, title(), style);
+}
+
+void ModalForm::showPicture(int id, const wchar_t* picture, int background) {
+  pictures_.insert_or_assign(id, ShownPicture{Picture(picture), background});
+  InvalidateRect(control(id), nullptr, TRUE);
+}
+
+void ModalForm::drawPicture(const DRAWITEMSTRUCT& item) const {
+  const auto found = pictures_.find(static_cast<int>(item.CtlID));
+  const bool shown = found != pictures_.end();
+  FillRect(item.hDC, &item.rcItem, GetSysColorBrush(shown ? found->second.background : COLOR_BTNFACE));
+  if (shown) found->second.picture.draw(item.hDC, item.rcItem);
+}
+
+void ModalForm::showIcon(int button, const wchar_t* picture) {
+  icons_.push_back(Picture(picture).icon(GetSystemMetrics(SM_CXSMICON)));
+  SendMessageW(control(button), BM_SETIMAGE, IMAGE_ICON, reinterpret_cast<LPARAM>(icons_.back().get()));
+}
+
+void ModalForm::showHeading(int pictureId, int labelId, const wchar_t* picture) {
+  showPicture(pictureId, picture, COLOR_WINDOW);
+  heading_.attach(window_, labelId, derivedFont(150, true));
 }
 
 void ModalForm::toolTip(int id, const wchar_t* name) {
@@ -226,24 +267,19 @@ INT_PTR ModalForm::handle(UINT message, WPARAM wParam, LPARAM lParam) {
 
 void ModalForm::showCurrentError() noexcept {
   try {
-    std::wstring description = describeError(kOutOfMemory);
-    try {
-      throw;
-    } catch (const AutomationError& error) {
-      description = error.description();
-    } catch (const std::exception&) {  // the library throws no other but for want of memory
-    }
-    platform_.messages.tell(description, host_.title, message::kOk | message::kExclamation);
+    tell(describeCurrentError(), message::kOk | message::kExclamation);
   } catch (...) {  // not even a message box can be shown
   }
 }
 
 void ModalForm::start() {
   const Picture mark(L"IMAGEN");
-  smallIcon_ = mark.icon(GetSystemMetrics(SM_CXSMICON));
-  bigIcon_ = mark.icon(GetSystemMetrics(SM_CXICON));
-  SendMessageW(window_, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(smallIcon_.get()));
-  SendMessageW(window_, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(bigIcon_.get()));
+  pictures_.clear();
+  icons_.clear();
+  for (const auto& [kind, metric] : {std::pair{ICON_SMALL, SM_CXSMICON}, std::pair{ICON_BIG, SM_CXICON}}) {
+    icons_.push_back(mark.icon(GetSystemMetrics(metric)));
+    SendMessageW(window_, WM_SETICON, static_cast<WPARAM>(kind), reinterpret_cast<LPARAM>(icons_.back().get()));
+  }
   properties_ = std::make_unique<FormProperties>(FormProperties::load(moduleInstance(), name_));
   load();
   nameFieldsByTheirLabels(window_);
@@ -266,19 +302,14 @@ INT_PTR ModalForm::dispatch(UINT message, WPARAM wParam, LPARAM lParam) {
       toolTips_.reset();
       unload();
       return TRUE;
-    case WM_DRAWITEM: {
-      const auto& item = *reinterpret_cast<const DRAWITEMSTRUCT*>(lParam);
-      drawItem(static_cast<int>(item.CtlID), item.hDC, item.rcItem);
-      return TRUE;
-    }
+    case WM_DRAWITEM: drawPicture(*reinterpret_cast<const DRAWITEMSTRUCT*>(lParam)); return TRUE;
     case WM_CTLCOLORSTATIC:
       return reinterpret_cast<INT_PTR>(
-          colours(GetDlgCtrlID(reinterpret_cast<HWND>(lParam)), reinterpret_cast<HDC>(wParam)));
+          heading_.colours(GetDlgCtrlID(reinterpret_cast<HWND>(lParam)), reinterpret_cast<HDC>(wParam)));
     case WM_ERASEBKGND: {
-      RECT area{};
-      GetClientRect(window_, &area);
+      const RECT area = clientAreaOf(window_);
       FillRect(reinterpret_cast<HDC>(wParam), &area, GetSysColorBrush(COLOR_BTNFACE));
-      paint(reinterpret_cast<HDC>(wParam));
+      heading_.paint(reinterpret_cast<HDC>(wParam));
       SetWindowLongPtrW(window_, DWLP_MSGRESULT, TRUE);
       return TRUE;
     }

@@ -8,12 +8,15 @@
 
 #include <exception>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "controls/ControlSite.h"
 #include "controls/FormSession.h"
+#include "controls/HeadingBand.h"
+#include "controls/Picture.h"
 #include "platform/Handle.h"
 #include "platform/Platform.h"
 #include "settings/HostSettings.h"
@@ -44,19 +47,17 @@ class ModalForm {
 
   // Handlers. An error that one throws is shown in a message box with the host's title, and the form goes on; one from
   // load() ends showModal() with that error.
-  virtual void load() = 0;                                                // the controls exist, nothing is visible yet
-  virtual void command(int /*id*/) {}                                     // a button was pressed
-  virtual void timer(UINT_PTR /*id*/) {}                                  // a timer of the window has ticked
-  virtual bool mayClose() { return true; }                                // asked before the close box or Esc closes it
-  virtual void unload() {}                                                // the window is going
-  virtual void drawItem(int /*id*/, HDC /*dc*/, const RECT& /*area*/) {}  // an owner-drawn control
-  virtual HBRUSH colours(int /*id*/, HDC /*dc*/) { return nullptr; }      // of a label; null: the system's
-  virtual void paint(HDC /*dc*/) {}                                       // under the controls
-  virtual bool busy() const { return false; }                             // the hourglass is shown over the form
+  virtual void load() = 0;                     // the controls exist, nothing is visible yet
+  virtual void command(int /*id*/) {}          // a button was pressed
+  virtual void timer(UINT_PTR /*id*/) {}       // a timer of the window has ticked
+  virtual bool mayClose() { return true; }     // asked before the close box or Esc closes it
+  virtual void unload() {}                     // the window is going
+  virtual bool busy() const { return false; }  // the hourglass is shown over the form
 
   Platform& platform() const { return platform_; }
   const HostSettings& host() const { return host_; }
   FormSession& session() const { return session_; }
+  const std::wstring& title() const { return host_.title; }  // the host's
   HWND window() const { return window_; }
   HWND control(int id) const { return GetDlgItem(window_, id); }
 
@@ -73,6 +74,27 @@ class ModalForm {
   // Runs what a field's event asks for as the form's own handlers run: an error is shown with the host's title, and the
   // form goes on.
   void atEdge(const std::function<void()>& handler) noexcept;
+
+  // Calls `handler` at the edge, as above, when an entry of the field was accepted.
+  void onAfterUpdate(EntryControl& field, std::function<void(bool& cancel)> handler);
+
+  // In the field Esc takes back what the user typed; where there is nothing to take back, it is IDCANCEL as everywhere
+  // else. REQUIRES: the field's Change, AfterUpdate and KeyDown are left to the form; onAfterUpdate() may follow.
+  void cancelOnEscape(EntryControl& field);
+
+  // Shows a message box with the host's title; `style` is its buttons and icon.
+  Answer tell(const std::wstring& text, std::uint32_t style) const;
+
+  // Shows a picture in an owner-drawn label, on a colour of the system; before the first there is only
+  // COLOR_BTNFACE. Throws 53 when it is missing.
+  void showPicture(int id, const wchar_t* picture, int background = COLOR_BTNFACE);
+
+  // Shows a picture on a button. REQUIRES: called from load(). Throws 53 when it is missing.
+  void showIcon(int button, const wchar_t* picture);
+
+  // Makes a band of the top of the form, in which the owner-drawn label `pictureId` and the heading `labelId` lie.
+  // REQUIRES: called from load().
+  void showHeading(int pictureId, int labelId, const wchar_t* picture = L"IMAGEN");
 
   void setText(int id, const std::wstring& text) const;
   void closeForm();
@@ -93,6 +115,7 @@ class ModalForm {
   void start();
   void setDataFormat(EntryControl& field, const PropertyBag& bag);
   void fitToText(HWND field) const;
+  void drawPicture(const DRAWITEMSTRUCT& item) const;
   void showCurrentError() noexcept;
 
   const wchar_t* name_;
@@ -103,8 +126,14 @@ class ModalForm {
   std::unique_ptr<FormProperties> properties_;
   std::unique_ptr<ToolTips> toolTips_;
   std::vector<std::unique_ptr<ControlSite>> sites_;  // of the fields that have a data format
-  UniqueIcon smallIcon_;
-  UniqueIcon bigIcon_;
+  struct ShownPicture {
+    Picture picture;
+    int background;  // COLOR_
+  };
+  std::map<int, ShownPicture> pictures_;  // by the label's id
+  std::vector<UniqueIcon> icons_;         // of the form and its buttons
+  HeadingBand heading_;
+  bool typed_ = false;  // what is in the field that has the focus may differ from what it had
   std::exception_ptr loadError_;
 };
 

@@ -1,7 +1,7 @@
 #include "controls/PropertyBag.h"
 
-#include "controls/MGeneral.h"
 #include "platform/AutomationError.h"
+#include "values/MGeneral.h"
 
 namespace qev {
 namespace {

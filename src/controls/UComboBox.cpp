@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "controls/ControlClass.h"
+#include "controls/WindowParts.h"
 #include "platform/AutomationError.h"
 #include "platform/Handle.h"
 
@@ -40,26 +40,13 @@ UComboBox::UComboBox() : table_(systemPlatform().locale), list_(*this) {}
 // The window
 
 void UComboBox::registerClass(HINSTANCE module) {
-  registerControlClass(module, kClassName, &windowProcedure, CS_HREDRAW | CS_VREDRAW);
+  ControlOf::registerClass(module);
   ComboList::registerClass(module);
 }
 
 void UComboBox::unregisterClass(HINSTANCE module) {
   ComboList::unregisterClass(module);
-  unregisterControlClass(module, kClassName);
-}
-
-LRESULT CALLBACK UComboBox::windowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-  return procedure(window, message, wParam, lParam,
-                   []() -> std::shared_ptr<EntryControl> { return std::make_shared<UComboBox>(); });
-}
-
-UComboBox& UComboBox::create(HWND form, int id, int left, int top, int width, int height) {
-  return *from(createControl(kClassName, form, id, {left, top, left + width, top + height}));
-}
-
-UComboBox* UComboBox::from(HWND window) {
-  return static_cast<UComboBox*>(fromWindow(window, &windowProcedure));
+  ControlOf::unregisterClass(module);
 }
 
 void UComboBox::setPlatform(Platform& platform) {
@@ -83,18 +70,13 @@ void UComboBox::paint(HDC device, const RECT& client) {
 bool UComboBox::paintsEditBox() {
   if (TextColumns() < 2 || edit().hasFocus() || !table_.hasRow(currentRow_) || boundText(currentRow_) != Text())
     return false;
-  const HWND box = edit().hWnd();
-  PAINTSTRUCT painting{};
-  const HDC device = BeginPaint(box, &painting);
-  {
-    const SelectedObject font(device, listFont() ? listFont() : GetStockObject(SYSTEM_FONT));
-    RECT area{};
-    GetClientRect(box, &area);
-    FillRect(device, &area, edit().colors(device));
-    area.left -= kCellPadding;
-    drawColumns(device, currentRow_, TextColumns(), area, DT_TOP);
-  }
-  EndPaint(box, &painting);
+  const Painting painting(edit().hWnd());
+  const HDC device = painting.device();
+  const SelectedObject font(device, listFont() ? listFont() : GetStockObject(SYSTEM_FONT));
+  RECT area = clientAreaOf(edit().hWnd());
+  FillRect(device, &area, edit().colors(device));
+  area.left -= kCellPadding;
+  drawColumns(device, currentRow_, TextColumns(), area, DT_TOP);
   return true;
 }
 
@@ -102,8 +84,7 @@ bool UComboBox::paintsEditBox() {
 // Rows and columns
 
 std::int32_t UComboBox::controlWidth() const {
-  RECT area{};
-  GetWindowRect(hWnd(), &area);
+  const RECT area = screenAreaOf(hWnd());
   return area.right - area.left;
 }
 
@@ -368,9 +349,7 @@ void UComboBox::completeFromList() {
 // Mouse and focus
 
 bool UComboBox::surfacePressed(POINT at) {
-  RECT client{};
-  GetClientRect(hWnd(), &client);
-  if (at.x < client.right - kButtonWidth || !Enabled()) return false;
+  if (at.x < clientAreaOf(hWnd()).right - kButtonWidth || !Enabled()) return false;
   const bool wasOpen = list_.isOpen();
   enterByMouse();
   if (wasOpen) {

@@ -7,8 +7,8 @@
 //   field.Requery();
 //   field.Click = [&] { ... };                           // a row was chosen
 //
-// Its remaining properties, methods and events are in EntryControl. AfterUpdate, Change, KeyDown, KeyPress and Click
-// come in this order; Click tells of a chosen row, not of a click on the edit box.
+// Its remaining properties, methods and events are in EntryControl and ControlOf. AfterUpdate, Change, KeyDown,
+// KeyPress and Click come in this order; Click tells of a chosen row, not of a click on the edit box.
 #pragma once
 
 #include <windows.h>
@@ -21,28 +21,21 @@
 #include <vector>
 
 #include "controls/ComboList.h"
-#include "controls/EntryControl.h"
-#include "controls/ListTable.h"
+#include "controls/ControlOf.h"
+#include "values/ListTable.h"
 
 namespace qev {
 
-class UComboBox final : public EntryControl, private ComboListOwner {
+class UComboBox final : public ControlOf<UComboBox>, private ComboListOwner {
  public:
   static constexpr wchar_t kClassName[] = L"QevUComboBox";
   static constexpr int kButtonWidth = 18;  // pixels at the right edge of the control
 
   UComboBox();  // for the window class: see create() and from()
 
-  // The window classes of the field and its list, to be there before a window of them is made and gone before the
-  // module is. Registering twice is no error. Throws 7. RegisterClassExW, UnregisterClassW.
+  // As ControlOf's, for the list's window class too.
   static void registerClass(HINSTANCE module);
   static void unregisterClass(HINSTANCE module);
-
-  // Makes a field on a form without a template, in pixels. Throws 7 when it cannot be made. CreateWindowExW.
-  static UComboBox& create(HWND form, int id, int left, int top, int width, int height);
-
-  // The object of a window of this class, null for any other window. It is destroyed with the window.
-  static UComboBox* from(HWND window);
 
   void setPlatform(Platform& platform) override;
 
@@ -118,8 +111,6 @@ class UComboBox final : public EntryControl, private ComboListOwner {
   void writeProperties(PropertyBag& bag) const override;
 
  private:
-  static LRESULT CALLBACK windowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-
   // EntryControl
   void keyDown(std::int16_t& keyCode, bool repeated) override;
   void altKeyDown(std::int16_t keyCode) override;
@@ -147,7 +138,7 @@ class UComboBox final : public EntryControl, private ComboListOwner {
   void rowPointedAt(std::int32_t row) override { moveTo(row); }
   void rowClicked(std::int32_t row) override { choose(row); }
   void listDismissed() override { closeList(); }
-  void listFailed(const std::wstring& description) override { report(description); }
+  void listFailed() noexcept override { reportCurrentError(); }
 
   bool keyDownClosed(std::int16_t keyCode, bool repeated);  // true: the key is swallowed
   bool keyDownOpen(std::int16_t keyCode, bool repeated);

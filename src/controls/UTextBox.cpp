@@ -1,29 +1,6 @@
 #include "controls/UTextBox.h"
 
-#include "controls/ControlClass.h"
-
 namespace qev {
-
-void UTextBox::registerClass(HINSTANCE module) {
-  registerControlClass(module, kClassName, &windowProcedure, CS_HREDRAW | CS_VREDRAW);
-}
-
-void UTextBox::unregisterClass(HINSTANCE module) {
-  unregisterControlClass(module, kClassName);
-}
-
-LRESULT CALLBACK UTextBox::windowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-  return procedure(window, message, wParam, lParam,
-                   []() -> std::shared_ptr<EntryControl> { return std::make_shared<UTextBox>(); });
-}
-
-UTextBox& UTextBox::create(HWND form, int id, int left, int top, int width, int height) {
-  return *from(createControl(kClassName, form, id, {left, top, left + width, top + height}));
-}
-
-UTextBox* UTextBox::from(HWND window) {
-  return static_cast<UTextBox*>(fromWindow(window, &windowProcedure));
-}
 
 void UTextBox::keyDown(std::int16_t& keyCode, bool) {
   switch (keyCode) {

@@ -27,6 +27,16 @@ std::wstring describeError(std::int32_t number) {
   }
 }
 
+std::wstring describeCurrentError() {
+  try {
+    throw;
+  } catch (const AutomationError& error) {
+    return error.description();
+  } catch (...) {
+    return describeError(kOutOfMemory);
+  }
+}
+
 AutomationError::AutomationError(ErrorNumber number, const std::wstring& detail)
     : AutomationError(std::int32_t{number}, L"QevBackup",
                       describeError(number) + (detail.empty() ? L"" : L": " + detail)) {}

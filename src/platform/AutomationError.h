@@ -61,4 +61,8 @@ class AutomationError : public std::exception {
 // The Spanish description of a known number; a general one for any other.
 [[nodiscard]] std::wstring describeError(std::int32_t number);
 
+// The description of the exception under way: of any other than an AutomationError, that memory is short, for want of
+// which alone the library throws others. REQUIRES: called from a catch clause.
+std::wstring describeCurrentError();
+
 }  // namespace qev

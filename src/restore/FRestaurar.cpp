@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "platform/AutomationError.h"
-#include "resources/Picture.h"
 #include "resources/resource.h"
 #include "restore/FPRestaura.h"
 #include "restore/RestaurarCopia.h"
@@ -27,11 +26,11 @@ void FRestaurar::load() {
   bindFields();
   toolTip(FRestaurar_BCargar, L"BCargar");
   toolTip(FRestaurar_BCarpeta, L"BCarpeta");
-  heading_.attach(window(), FRestaurar_P, FRestaurar_Label1, derivedFont(150, true), L"RESTAURAR");
-  showIcon(FRestaurar_BCargar, L"CARPETA", loadIcon_);
-  showIcon(FRestaurar_BCarpeta, L"CARPETA", folderIcon_);
-  showIcon(FRestaurar_BRestaurar, L"ACEPTAR", restoreIcon_);
-  showIcon(FRestaurar_BCancelar, L"CANCELAR", cancelIcon_);
+  showHeading(FRestaurar_P, FRestaurar_Label1, L"RESTAURAR");
+  showIcon(FRestaurar_BCargar, L"CARPETA");
+  showIcon(FRestaurar_BCarpeta, L"CARPETA");
+  showIcon(FRestaurar_BRestaurar, L"ACEPTAR");
+  showIcon(FRestaurar_BCancelar, L"CANCELAR");
   clearSet();
   TTipo_Change();
   CheckDlgButton(window(), FRestaurar_TEstructura, BST_CHECKED);
@@ -44,34 +43,11 @@ void FRestaurar::bindFields() {
   TTipo_ = &comboBox(FRestaurar_TTipo, L"TTipo");
   TDestino_ = &textBox(FRestaurar_TDestino, L"TDestino");
   for (EntryControl* field : std::initializer_list<EntryControl*>{TNombre_, TFecha_, TNVol_, TTipo_, TDestino_}) {
-    closeOnEscape(*field);
+    cancelOnEscape(*field);
   }
-  TNombre_->AfterUpdate = [this](bool&) {
-    typed_ = false;
-    atEdge([this] { TNombre_AfterUpdate(); });
-  };
-  TTipo_->AfterUpdate = [this](bool&) {
-    typed_ = false;
-    TTipo_Change();
-  };
+  onAfterUpdate(*TNombre_, [this](bool&) { TNombre_AfterUpdate(); });
+  onAfterUpdate(*TTipo_, [this](bool&) { TTipo_Change(); });
   TTipo_->Click = [this] { TTipo_Change(); };
-}
-
-// In a field Esc takes back what the user typed; where there is nothing to take back, it is BCancelar as everywhere
-// else.
-void FRestaurar::closeOnEscape(EntryControl& field) {
-  field.Change = [this] { typed_ = true; };
-  field.AfterUpdate = [this](bool&) { typed_ = false; };
-  field.KeyDown = [this](std::int16_t& KeyCode, std::int16_t) {
-    if (KeyCode != VK_ESCAPE || std::exchange(typed_, false)) return;
-    KeyCode = 0;
-    PostMessageW(window(), WM_COMMAND, MAKEWPARAM(FRestaurar_BCancelar, BN_CLICKED), 0);
-  };
-}
-
-void FRestaurar::showIcon(int button, const wchar_t* picture, UniqueIcon& icon) const {
-  icon = Picture(picture).icon(GetSystemMetrics(SM_CXSMICON));
-  SendMessageW(control(button), BM_SETIMAGE, IMAGE_ICON, reinterpret_cast<LPARAM>(icon.get()));
 }
 
 void FRestaurar::command(int id) {
@@ -89,7 +65,7 @@ void FRestaurar::BCargar_Click() {
     if (const auto header = checkSet(platform(), *path, host().title).header) {
       showSet(*path, *header);
     } else {
-      tell(foreignSetText(host().title), message::kOk | message::kExclamation);
+      tell(foreignSetText(title()), message::kOk | message::kExclamation);
     }
   } catch (const AutomationError& error) {
     throw setError(error, *path);
@@ -183,10 +159,6 @@ void FRestaurar::restore() {
 void FRestaurar::comeBack() {
   ShowWindow(window(), SW_SHOW);
   SetForegroundWindow(window());
-}
-
-Answer FRestaurar::tell(const std::wstring& text, std::uint32_t style) const {
-  return platform().messages.show(text, host().title, style);
 }
 
 }  // namespace qev

@@ -8,11 +8,9 @@
 #include <optional>
 #include <string>
 
-#include "controls/HeadingBand.h"
 #include "controls/ModalForm.h"
 #include "controls/UComboBox.h"
 #include "controls/UTextBox.h"
-#include "platform/Handle.h"
 #include "platform/Platform.h"
 #include "set/SetHeader.h"
 #include "settings/SettingsStore.h"
@@ -31,9 +29,6 @@ class FRestaurar final : public ModalForm {
   void load() override;
   void command(int id) override;
   void unload() override { session().finished = true; }
-  void drawItem(int id, HDC dc, const RECT& area) override { heading_.drawItem(id, dc, area); }
-  HBRUSH colours(int id, HDC dc) override { return heading_.colours(id, dc); }
-  void paint(HDC dc) override { heading_.paint(dc); }
 
   void BCargar_Click();
   void TNombre_AfterUpdate();
@@ -42,15 +37,12 @@ class FRestaurar final : public ModalForm {
   void BRestaurar_Click();
 
   void bindFields();
-  void closeOnEscape(EntryControl& field);
   void clearSet();
   void showSet(const std::wstring& path, const SetHeader& set);
   bool originalLocation() const;
   bool mayOverwrite() const;
   void restore();
   void comeBack();
-  void showIcon(int button, const wchar_t* picture, UniqueIcon& icon) const;
-  Answer tell(const std::wstring& text, std::uint32_t style) const;
 
   SettingsStore settings_;
   CUnzipFiles::EngineLoader loadEngine_;
@@ -59,14 +51,8 @@ class FRestaurar final : public ModalForm {
   UTextBox* TNVol_ = nullptr;
   UComboBox* TTipo_ = nullptr;
   UTextBox* TDestino_ = nullptr;
-  HeadingBand heading_;
-  UniqueIcon loadIcon_;
-  UniqueIcon folderIcon_;
-  UniqueIcon restoreIcon_;
-  UniqueIcon cancelIcon_;
   std::optional<SetHeader> set_;  // what the header of the set in TNombre says
   bool shownAsOriginal_ = false;  // the destination is that of the original location
-  bool typed_ = false;            // what is in the field that has the focus may differ from what it had
 };
 
 }  // namespace qev

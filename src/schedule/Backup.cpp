@@ -3,6 +3,7 @@
 #include <initializer_list>
 #include <utility>
 
+#include "controls/WindowParts.h"
 #include "platform/AutomationError.h"
 #include "resources/resource.h"
 #include "schedule/CalcularProximaCopia.h"
@@ -98,7 +99,9 @@ Backup::Backup(Platform& platform, const HostSettings& host, FormSession& sessio
 
 void Backup::load() {
   bindControls();
-  showPictures();
+  showPicture(Backup_P, L"BACKUP");
+  showIcon(Backup_BCarpeta, L"CARPETA");
+  showIcon(Backup_BSalir, L"SALIR");
   loading_ = Loading::Filling;
   try {
     fill();
@@ -123,35 +126,18 @@ void Backup::bindControls() {
   toolTip(Backup_Cerrar, L"Cerrar");
   toolTip(Backup_BCarpeta, L"BCarpeta");
 
-  onAfterUpdate(*Programar_, &Backup::Programar_AfterUpdate);
-  onAfterUpdate(*HoraInicio_, &Backup::HoraInicio_AfterUpdate);
-  onAfterUpdate(*DDias_, &Backup::DDias_AfterUpdate);
-  onAfterUpdate(*DSemanas_, &Backup::DSemanas_AfterUpdate);
-  onAfterUpdate(*DMes_, &Backup::DMes_AfterUpdate);
-  onAfterUpdate(*Destino_, &Backup::Destino_AfterUpdate);
-  onAfterUpdate(*TCopias_, &Backup::TCopias_AfterUpdate);
+  for (EntryControl* field : std::initializer_list<EntryControl*>{Programar_, DDias_, DSemanas_, DMes_}) {
+    onEntry(*field, [this](bool&) { saveThenRefresh(); });
+  }
+  onEntry(*HoraInicio_, [this](bool&) { HoraInicio_AfterUpdate(); });
+  onEntry(*Destino_, [this](bool&) { Destino_AfterUpdate(); });
+  onEntry(*TCopias_, [this](bool& cancel) { TCopias_AfterUpdate(cancel); });
 }
 
-void Backup::onAfterUpdate(EntryControl& field, void (Backup::*handler)(bool& cancel)) {
-  field.AfterUpdate = [this, handler](bool& cancel) {
-    atEdge([&] {
-      if (loading_ == Loading::Done) (this->*handler)(cancel);
-    });
-  };
-}
-
-void Backup::showPictures() {
-  P_ = Picture(L"BACKUP");
-  const int iconSize = GetSystemMetrics(SM_CXSMICON);
-  folderIcon_ = Picture(L"CARPETA").icon(iconSize);
-  leaveIcon_ = Picture(L"SALIR").icon(iconSize);
-  SendMessageW(control(Backup_BCarpeta), BM_SETIMAGE, IMAGE_ICON, reinterpret_cast<LPARAM>(folderIcon_.get()));
-  SendMessageW(control(Backup_BSalir), BM_SETIMAGE, IMAGE_ICON, reinterpret_cast<LPARAM>(leaveIcon_.get()));
-}
-
-void Backup::drawItem(int, HDC dc, const RECT& area) {
-  FillRect(dc, &area, GetSysColorBrush(COLOR_BTNFACE));
-  P_.draw(dc, area);
+void Backup::onEntry(EntryControl& field, std::function<void(bool& cancel)> handler) {
+  onAfterUpdate(field, [this, handler = std::move(handler)](bool& cancel) {
+    if (loading_ == Loading::Done) handler(cancel);
+  });
 }
 
 // A message box belongs over the dialog, so it waits until that can be seen.
@@ -304,9 +290,7 @@ void Backup::show(int id, bool visible) const {
 
 // What has not changed is not painted again.
 void Backup::setCaption(int id, const std::wstring& caption) const {
-  std::wstring shown(static_cast<std::size_t>(GetWindowTextLengthW(control(id))) + 1, L'\0');
-  shown.resize(static_cast<std::size_t>(GetWindowTextW(control(id), shown.data(), static_cast<int>(shown.size()))));
-  if (shown != caption) setText(id, caption);
+  if (textOf(control(id)) != caption) setText(id, caption);
 }
 
 void Backup::setUsable(EntryControl& field, bool usable) {
@@ -326,8 +310,8 @@ void Backup::keepFocusVisible() const {
 void Backup::command(int id) {
   if (loading_ == Loading::Filling) return;
   if (id >= Backup_Copia0 && id <= Backup_Copia2) Copia_Click();
-  if (id >= Backup_DSem0 && id <= Backup_DSem6) DSem_Click();
-  if (id >= Backup_Mes0 && id <= Backup_Mes11) Mes_Click();
+  const bool dayOrMonth = (id >= Backup_DSem0 && id <= Backup_DSem6) || (id >= Backup_Mes0 && id <= Backup_Mes11);
+  if (dayOrMonth) saveAndRecompute();
   switch (id) {
     case Backup_BCarpeta: BCarpeta_Click(); break;
     case Backup_EDir: EDir_Click(); break;
@@ -343,30 +327,14 @@ void Backup::Copia_Click() {
   saveAndRecompute();
 }
 
-void Backup::Programar_AfterUpdate(bool&) {
-  saveThenRefresh();
-}
-
-void Backup::DDias_AfterUpdate(bool&) {
-  saveThenRefresh();
-}
-
-void Backup::DSemanas_AfterUpdate(bool&) {
-  saveThenRefresh();
-}
-
-void Backup::DMes_AfterUpdate(bool&) {
-  saveThenRefresh();
-}
-
-void Backup::HoraInicio_AfterUpdate(bool&) {
+void Backup::HoraInicio_AfterUpdate() {
   const std::wstring entry = HoraInicio_->Text();
   if (!platform().locale.isDate(entry)) return;
   HoraInicio_->setText(timeText(platform().locale.dateFromText(entry)));
   saveAndRecompute();
 }
 
-void Backup::Destino_AfterUpdate(bool&) {
+void Backup::Destino_AfterUpdate() {
   settings_.write(L"Destino", Destino_->Value());
 }
 
@@ -375,7 +343,7 @@ void Backup::BCarpeta_Click() {
       platform().folderChooser.choose(L"Elija una carpeta donde guardar las copias programadas", Destino_->Text());
   if (!folder) return;
   Destino_->setText(*folder);
-  settings_.write(L"Destino", Destino_->Value());
+  Destino_AfterUpdate();
 }
 
 void Backup::EDir_Click() {
@@ -396,8 +364,7 @@ void Backup::Cerrar_Click() {
 void Backup::TCopias_AfterUpdate(bool& cancel) {
   const std::wstring entry = TCopias_->Text();
   if (!isNumeric(platform().locale, entry)) {
-    platform().messages.tell(L"El valor introducido debe de ser un número", host().title,
-                             message::kOk | message::kInformation);
+    tell(L"El valor introducido debe de ser un número", message::kOk | message::kInformation);
     cancel = true;  // which also gives the focus back
     return;
   }

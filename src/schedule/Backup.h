@@ -12,14 +12,13 @@
 
 #include <cstdint>
 #include <exception>
+#include <functional>
 #include <string>
 
 #include "controls/ModalForm.h"
 #include "controls/UComboBox.h"
 #include "controls/UTextBox.h"
-#include "platform/Handle.h"
 #include "platform/Platform.h"
-#include "resources/Picture.h"
 #include "settings/SettingsStore.h"
 
 namespace qev {
@@ -35,26 +34,18 @@ class Backup final : public ModalForm {
   void command(int id) override;
   void timer(UINT_PTR id) override;
   void unload() override { session().finished = true; }
-  void drawItem(int id, HDC dc, const RECT& area) override;
 
   void Copia_Click();
-  void DSem_Click() { saveAndRecompute(); }
-  void Mes_Click() { saveAndRecompute(); }
   void BCarpeta_Click();
   void EDir_Click();
   void Cerrar_Click();
   void BSalir_Click();
-  void Programar_AfterUpdate(bool& cancel);
-  void DDias_AfterUpdate(bool& cancel);
-  void DSemanas_AfterUpdate(bool& cancel);
-  void DMes_AfterUpdate(bool& cancel);
-  void HoraInicio_AfterUpdate(bool& cancel);
-  void Destino_AfterUpdate(bool& cancel);
+  void HoraInicio_AfterUpdate();
+  void Destino_AfterUpdate();
   void TCopias_AfterUpdate(bool& cancel);
 
   void bindControls();
-  void onAfterUpdate(EntryControl& field, void (Backup::*handler)(bool& cancel));
-  void showPictures();
+  void onEntry(EntryControl& field, std::function<void(bool& cancel)> handler);
 
   void fill();
   void selectMode(std::int32_t mode);
@@ -91,9 +82,6 @@ class Backup final : public ModalForm {
   UTextBox* TCopias_ = nullptr;
   UTextBox* UltimaCopia_ = nullptr;
   UTextBox* PCopia_ = nullptr;
-  Picture P_;
-  UniqueIcon folderIcon_;
-  UniqueIcon leaveIcon_;
 };
 
 }  // namespace qev

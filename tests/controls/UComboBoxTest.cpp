@@ -1,23 +1,15 @@
 // The combo box: real windows on a real display, driven by real key strokes and mouse clicks.
 #include "controls/UComboBox.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <memory>
 
-#include "controls/TestForm.h"
-#include "controls/ValidationLock.h"
-#include "support/FakePlatform.h"
-#include "support/Screenshot.h"
+#include "controls/FieldTest.h"
 
 namespace qev {
 namespace {
 
 using test::Button;
 using test::TestForm;
-using Strings = std::vector<std::string>;
-using Shown = test::FakeMessages::Shown;
 
 constexpr wchar_t kSchedules[] = L"Diariamente;Semanalmente;Mensualmente";
 constexpr wchar_t kNotInList[] = L"El valor introducido no es un elemento de la lista.";
@@ -42,20 +34,11 @@ RECT workArea() {
 }
 
 // A form of two combo boxes and a text box; the first combo box has the focus and the schedules in its list.
-class UComboBoxTest : public ::testing::Test {
+class UComboBoxTest : public test::FieldTest {
  protected:
+  UComboBoxTest() : FieldTest(layout()) { fill(box(), kSchedules); }
+
   static std::vector<TestForm::Item> layout() { return {{UComboBox::kClassName}, {UComboBox::kClassName}, {}}; }
-
-  UComboBoxTest() {
-    for (int i = 1; i <= 3; ++i) EntryControl::of(form_->item(i))->setPlatform(platform_);
-    fill(box(), kSchedules);
-  }
-
-  test::FakePlatform fakes_;
-  Platform platform_ =
-      test::with(fakes_.platform(), systemPlatform().locale, systemPlatform().keyboard, systemPlatform().eventLoop);
-  Strings events_;
-  std::unique_ptr<TestForm> form_ = std::make_unique<TestForm>(layout());
 
   UComboBox& box() { return form_->combo(1); }
   UComboBox& other() { return form_->combo(2); }
@@ -68,19 +51,27 @@ class UComboBoxTest : public ::testing::Test {
   }
 
   void record(UComboBox& combo) {
-    combo.AfterUpdate = [this](bool&) { events_.push_back("AfterUpdate"); };
-    combo.Change = [this] { events_.push_back("Change"); };
-    combo.KeyDown = [this](std::int16_t&, std::int16_t) { events_.push_back("KeyDown"); };
-    combo.KeyPress = [this](std::int16_t&) { events_.push_back("KeyPress"); };
-    combo.Click = [this] { events_.push_back("Click"); };
+    FieldTest::record(combo);
     combo.AfterListUpdate = [this] { events_.push_back("AfterListUpdate"); };
   }
 
-  void press(WORD key, unsigned modifiers = test::kNoModifier) { form_->press(key, modifiers); }
+  // Enters the first field while it holds `text`.
+  void enterWith(const wchar_t* text) {
+    form_->focus(2);
+    box().setText(text);
+    form_->focus(1);
+  }
 
-  static HWND editOf(UComboBox& combo) { return GetWindow(combo.hWnd(), GW_CHILD); }
-  static std::int32_t selStart(UComboBox& combo) { return std::get<std::int32_t>(combo.TBox(L"SelStart")); }
-  static std::int32_t selLength(UComboBox& combo) { return std::get<std::int32_t>(combo.TBox(L"SelLength")); }
+  // Presses keys in the first field, each with the row that is the current one then.
+  void expectRows(std::initializer_list<std::pair<WORD, int>> keys) {
+    int number = 0;
+    for (const auto& [key, row] : keys) {
+      press(key);
+      EXPECT_EQ(box().currentRow(), row) << "key " << ++number;
+    }
+  }
+
+  void press(WORD key, unsigned modifiers = test::kNoModifier) { form_->press(key, modifiers); }
 
   void clickButton(UComboBox& combo, int fromRight = 9) {
     RECT client{};
@@ -98,6 +89,11 @@ class UComboBoxTest : public ::testing::Test {
     ClientToScreen(combo.listWindow(), &at);
     SetCursorPos(at.x, at.y);
     form_->pump();
+  }
+
+  void chooseRow(int shownRow) {
+    clickButton(box());
+    clickRow(box(), shownRow);
   }
 
   void clickRow(UComboBox& combo, int shownRow) {
@@ -289,9 +285,7 @@ TEST_F(UComboBoxTest, NothingIsCompletedWithinTheTextOrForBlanks) {
 }
 
 TEST_F(UComboBoxTest, EveryTypedChangeRaisesChangeAndCountsAsModified) {
-  form_->focus(2);
-  box().setText(L"Diariamente");
-  form_->focus(1);
+  enterWith(L"Diariamente");
   record(box());
   press(VK_BACK);
   EXPECT_EQ(events_, (Strings{"KeyDown", "KeyPress", "Change"}));
@@ -303,15 +297,6 @@ TEST_F(UComboBoxTest, EveryTypedChangeRaisesChangeAndCountsAsModified) {
   press(VK_TAB);
   EXPECT_EQ(box().Text(), L"Diariamente");
   EXPECT_EQ(events_, Strings{"AfterUpdate"});
-}
-
-TEST_F(UComboBoxTest, SettingTextRaisesNoChangeAndIsNotValidated) {
-  record(box());
-  box().setLimitToList(true);
-  box().setText(L"otra cosa");
-  press(VK_TAB);
-  EXPECT_EQ(box().Text(), L"otra cosa");
-  EXPECT_EQ(events_, Strings{});
 }
 
 TEST_F(UComboBoxTest, KeysAreFilteredByTheDataType) {
@@ -353,9 +338,7 @@ TEST_F(UComboBoxTest, ClosedCtrlOpensTheList) {
 }
 
 TEST_F(UComboBoxTest, ClosedEscapeRestoresTheSavedTextAndClosesNoForm) {
-  form_->focus(2);
-  box().setText(L"Mensualmente");
-  form_->focus(1);
+  enterWith(L"Mensualmente");
   form_->type(L"x");
   record(box());
   press(VK_ESCAPE);
@@ -365,31 +348,6 @@ TEST_F(UComboBoxTest, ClosedEscapeRestoresTheSavedTextAndClosesNoForm) {
   box().setLimitToList(true);
   press(VK_TAB);
   EXPECT_TRUE(fakes_.messages.shown.empty()) << "nothing was entered";
-}
-
-TEST_F(UComboBoxTest, ClosedBackspaceAndDeleteAreTyping) {
-  for (const WORD key : {VK_BACK, VK_DELETE}) {
-    form_->focus(2);
-    box().setText(L"Mensualmente");
-    form_->focus(1);
-    events_.clear();
-    record(box());
-    press(key);
-    EXPECT_EQ(box().Text(), L"");
-    EXPECT_EQ(events_.back(), "Change");
-    box().Update();
-  }
-}
-
-TEST_F(UComboBoxTest, ClosedKeyDownMayChangeTheKey) {
-  box().KeyDown = [](std::int16_t& key, std::int16_t) {
-    if (key == VK_F2) key = kCtrl;
-    if (key == VK_DOWN) key = 0;
-  };
-  press(VK_DOWN);
-  EXPECT_EQ(form_->focused(), 1);
-  press(VK_F2);
-  EXPECT_TRUE(box().listIsOpen());
 }
 
 TEST_F(UComboBoxTest, F4AndAltDownOpenAndCloseTheListWithoutChoosing) {
@@ -446,14 +404,8 @@ TEST_F(UComboBoxTest, ADisabledOrLockedFieldOpensNoList) {
   EXPECT_FALSE(other().listIsOpen());
 }
 
-TEST_F(UComboBoxTest, ADisabledFieldIsSkippedWhenTabbedInto) {
-  other().setEnabled(false);
-  press(VK_TAB);
-  EXPECT_EQ(form_->focused(), 3);
-}
-
 TEST_F(UComboBoxTest, DisabledFieldsOfBothKindsDoNotSendTheFocusAroundForEver) {
-  form_ = std::make_unique<TestForm>(layout(), false);
+  makeForm(layout(), false);
   for (int i = 1; i <= 3; ++i) EntryControl::of(form_->item(i))->setEnabled(false);
   EXPECT_TRUE(test::pumpUntilIdle(form_->window(), 1000));
 }
@@ -461,56 +413,19 @@ TEST_F(UComboBoxTest, DisabledFieldsOfBothKindsDoNotSendTheFocusAroundForEver) {
 // ---------------------------------------------------------------------------------------------------------------------
 // Keys while the list is open
 
-TEST_F(UComboBoxTest, OpenArrowsMoveByOneRowAndStopAtTheEnds) {
+TEST_F(UComboBoxTest, OpenKeysMoveByRowsAndPagesAndStopAtTheEnds) {
   press(kCtrl);
   EXPECT_EQ(box().currentRow(), -1);
   record(box());
-  press(VK_DOWN);
-  EXPECT_EQ(box().currentRow(), 0);
-  press(VK_DOWN);
-  press(VK_DOWN);
-  EXPECT_EQ(box().currentRow(), 2);
-  press(VK_DOWN);
-  EXPECT_EQ(box().currentRow(), 2);
-  press(VK_UP);
-  press(VK_UP);
-  EXPECT_EQ(box().currentRow(), 0);
-  press(VK_UP);
-  EXPECT_EQ(box().currentRow(), 0) << "Up on the first row stays on it";
+  expectRows({{VK_DOWN, 0}, {VK_DOWN, 1}, {VK_DOWN, 2}, {VK_DOWN, 2}, {VK_UP, 1}, {VK_UP, 0}, {VK_UP, 0}});
+  expectRows({{VK_END, 2}, {VK_HOME, 0}});
   EXPECT_EQ(box().Text(), L"");
   EXPECT_EQ(events_, Strings{}) << "no KeyDown while the list is open";
   EXPECT_EQ(form_->focused(), 1);
-}
-
-TEST_F(UComboBoxTest, OpenHomeAndEndMoveToTheFirstAndTheLastRow) {
-  press(kCtrl);
-  press(VK_END);
-  EXPECT_EQ(box().currentRow(), 2);
-  press(VK_HOME);
-  EXPECT_EQ(box().currentRow(), 0);
-}
-
-TEST_F(UComboBoxTest, OpenPageKeysMoveByListRowsAndStopAtTheEnds) {
   fill(box(), numbered(25));
-  press(kCtrl);
-  press(VK_HOME);
-  press(VK_NEXT);
-  EXPECT_EQ(box().currentRow(), 10);
-  press(VK_NEXT);
-  EXPECT_EQ(box().currentRow(), 20);
-  press(VK_NEXT);
-  EXPECT_EQ(box().currentRow(), 24) << "Page Down on the last page stops at the last row";
-  press(VK_PRIOR);
-  EXPECT_EQ(box().currentRow(), 14);
-  press(VK_PRIOR);
-  press(VK_PRIOR);
-  EXPECT_EQ(box().currentRow(), 0);
-  box().closeList();
+  expectRows({{VK_HOME, 0}, {VK_NEXT, 10}, {VK_NEXT, 20}, {VK_NEXT, 24}, {VK_PRIOR, 14}, {VK_PRIOR, 4}, {VK_PRIOR, 0}});
   box().setListRows(4);
-  press(kCtrl);
-  press(VK_HOME);
-  press(VK_NEXT);
-  EXPECT_EQ(box().currentRow(), 4);
+  expectRows({{VK_NEXT, 4}});
 }
 
 TEST_F(UComboBoxTest, TheScrollBarKeepsTheCurrentRowInSight) {
@@ -587,9 +502,7 @@ TEST_F(UComboBoxTest, OpenCtrlClosesWithoutChoosing) {
 
 TEST_F(UComboBoxTest, OpenBackspaceAndDeleteAreTyping) {
   for (const WORD key : {VK_BACK, VK_DELETE}) {
-    form_->focus(2);
-    box().setText(L"Mensualmente");
-    form_->focus(1);
+    enterWith(L"Mensualmente");
     press(kCtrl);
     record(box());
     events_.clear();
@@ -610,13 +523,11 @@ TEST_F(UComboBoxTest, TypingWhileTheListIsOpenHighlightsTheRow) {
   EXPECT_EQ(box().Text(), L"Mensualmente");
 }
 
-TEST_F(UComboBoxTest, TheListOpensAtTheRowOfTheText) {
+TEST_F(UComboBoxTest, TheListOpensAtTheRowThatTheEntryWouldBeOnLeaving) {
   box().setText(L"Semanalmente");
   press(kCtrl);
   EXPECT_EQ(box().currentRow(), 1);
-}
-
-TEST_F(UComboBoxTest, TheListOpensAtTheRowThatTheEntryWouldBeOnLeaving) {
+  press(VK_ESCAPE);
   box().setDatatype(DataType::Code);
   fill(box(), L"10 - Diez;1 - Uno");
   box().setText(L"1");
@@ -878,23 +789,20 @@ TEST_F(UComboBoxTest, TheListGoesWithTheForm) {
 
 TEST_F(UComboBoxTest, AFormDestroyedByTheHandlerOfAChoiceDoesNoHarm) {
   box().Click = [this] { form_->destroy(); };
-  clickButton(box());
-  clickRow(box(), 1);
+  chooseRow(1);
   EXPECT_EQ(form_->window(), nullptr);
 }
 
 TEST_F(UComboBoxTest, AnErrorOfTheHandlerOfAClickedRowIsShownAndTheFieldGoesOn) {
   fakes_.messages.willAnswer({Answer::Ok});
   box().Click = [] { throw AutomationError(kDiskFull); };
-  clickButton(box());
-  clickRow(box(), 1);
+  chooseRow(1);
   ASSERT_EQ(fakes_.messages.shown.size(), 1U);
   EXPECT_EQ(fakes_.messages.shown[0].text, L"Disco lleno");
   EXPECT_FALSE(box().listIsOpen());
   EXPECT_EQ(box().Text(), L"Semanalmente");
   box().Click = nullptr;
-  clickButton(box());
-  clickRow(box(), 2);
+  chooseRow(2);
   EXPECT_EQ(box().Text(), L"Mensualmente");
 }
 
@@ -927,8 +835,7 @@ TEST_F(UComboBoxTest, AHandlerMayReplaceItself) {
     box().Click = [&second] { ++second; };
   };
   for (int i = 0; i < 2; ++i) {
-    clickButton(box());
-    clickRow(box(), i);
+    chooseRow(i);
   }
   EXPECT_EQ(first, 1);
   EXPECT_EQ(second, 1);
@@ -965,19 +872,20 @@ TEST_F(UComboBoxTest, TextColumnsIsKeptBetweenOneAndTheColumns) {
 // Validation
 
 TEST_F(UComboBoxTest, WithLimitToListATextOfNoRowIsReportedAndTheTextOfTheEntryComesBack) {
-  fakes_.messages.willAnswer({Answer::Ok});
-  form_->focus(2);
-  box().setText(L"Diariamente");
   box().setLimitToList(true);
-  form_->focus(1);
-  form_->type(L"Nunca");
-  press(VK_TAB);
-  EXPECT_EQ(fakes_.messages.shown, (std::vector<Shown>{{kNotInList, L"Nunca", message::kOk | message::kInformation}}));
-  EXPECT_EQ(box().Text(), L"Diariamente");
-  EXPECT_EQ(form_->focused(), 1);
-  press(VK_TAB);
-  EXPECT_EQ(form_->focused(), 2);
-  EXPECT_EQ(fakes_.messages.shown.size(), 1U);
+  for (const wchar_t* entry : {L"Nunca", L""}) {  // a field that was cleared is no element either
+    fakes_.messages.willAnswer({Answer::Ok});
+    enterWith(L"Diariamente");
+    press(VK_DELETE);
+    form_->type(entry);
+    press(VK_TAB);
+    EXPECT_EQ(fakes_.messages.shown.back(), (Shown{kNotInList, entry, message::kOk | message::kInformation}));
+    EXPECT_EQ(box().Text(), L"Diariamente");
+    EXPECT_EQ(form_->focused(), 1);
+    press(VK_TAB);
+    EXPECT_EQ(form_->focused(), 2);
+  }
+  EXPECT_EQ(fakes_.messages.shown.size(), 2U);
 }
 
 TEST_F(UComboBoxTest, WithoutLimitToListATextOfNoRowIsAccepted) {
@@ -1001,34 +909,17 @@ TEST_F(UComboBoxTest, UpdateOutsideTheListReturnsFalse) {
   EXPECT_EQ(box().Text(), L"Diariamente");
 }
 
-TEST_F(UComboBoxTest, AWrongEntryOfItsTypeIsReportedAndCleared) {
-  fakes_.messages.willAnswer({Answer::Ok});
-  box().setDatatype(DataType::Date);
-  form_->type(L"30-02-2000");
-  press(VK_TAB);
-  EXPECT_EQ(fakes_.messages.shown, (std::vector<Shown>{{L"La fecha introducida no es correcta", L"30-02-2000",
-                                                        message::kOk | message::kExclamation}}));
-  EXPECT_EQ(box().Text(), L"");
-  EXPECT_EQ(form_->focused(), 1);
-}
-
 TEST_F(UComboBoxTest, AfterUpdateThatSetsCancelRestoresTheSavedTextAndItsRow) {
-  form_->focus(2);
-  box().setText(L"Diariamente");
-  form_->focus(1);
+  enterWith(L"Diariamente");
   box().AfterUpdate = [](bool& cancel) { cancel = true; };
-  clickButton(box());
-  clickRow(box(), 2);
+  chooseRow(2);
   EXPECT_EQ(box().Text(), L"Diariamente");
   EXPECT_EQ(box().Column(0), Value(L"Diariamente"));
 }
 
 TEST_F(UComboBoxTest, EscapeAfterAChoiceKeepsTheChosenRow) {
-  form_->focus(2);
-  box().setText(L"Diariamente");
-  form_->focus(1);
-  clickButton(box());
-  clickRow(box(), 2);
+  enterWith(L"Diariamente");
+  chooseRow(2);
   press(VK_ESCAPE);
   EXPECT_EQ(box().Text(), L"Mensualmente");
 }
@@ -1058,18 +949,6 @@ TEST_F(UComboBoxTest, AValueSetByProgramIsShownByItsTypeAndNotValidated) {
   EXPECT_EQ(box().Text(), L"Anualmente");
   EXPECT_EQ(events_, Strings{});
   EXPECT_TRUE(fakes_.messages.shown.empty());
-}
-
-TEST_F(UComboBoxTest, WithLimitToListAFieldThatWasClearedIsNoElementEither) {
-  fakes_.messages.willAnswer({Answer::Ok});
-  form_->focus(2);
-  box().setText(L"Diariamente");
-  box().setLimitToList(true);
-  form_->focus(1);
-  press(VK_DELETE);
-  press(VK_TAB);
-  EXPECT_EQ(fakes_.messages.shown, (std::vector<Shown>{{kNotInList, L"", message::kOk | message::kInformation}}));
-  EXPECT_EQ(box().Text(), L"Diariamente");
 }
 
 TEST_F(UComboBoxTest, AnOptionalNumberIsFoundByItsNumber) {
@@ -1127,8 +1006,7 @@ TEST_F(UComboBoxTest, AChangeOfTheTextIsSignalledToBoundData) {
   box().setSite(&site);
   form_->type(L"d");
   EXPECT_EQ(site.values, 1);
-  clickButton(box());
-  clickRow(box(), 1);
+  chooseRow(1);
   EXPECT_GT(site.values, 1);
   box().setSite(nullptr);
 }
@@ -1139,8 +1017,7 @@ TEST_F(UComboBoxTest, AfterListUpdateIsNeverRaised) {
   box().AddRow(0, {L"x"});
   box().UpdateRow(0, {L"y"});
   form_->type(L"y");
-  clickButton(box());
-  clickRow(box(), 1);
+  chooseRow(1);
   press(VK_TAB);
   for (const std::string& event : events_) EXPECT_NE(event, "AfterListUpdate");
 }
@@ -1272,7 +1149,7 @@ TEST_F(UComboBoxTest, TenThousandRowsOpenScrollAndComplete) {
 }
 
 TEST_F(UComboBoxTest, AHundredOpenedListsLeaveNoHandleBehind) {
-  const auto openAndClose = [&] {
+  test::expectNoHandleLeft(*form_, [&] {
     box().openList();
     UpdateWindow(box().listWindow());
     box().closeList();
@@ -1281,15 +1158,7 @@ TEST_F(UComboBoxTest, AHundredOpenedListsLeaveNoHandleBehind) {
     UpdateWindow(made.hWnd());
     made.openList();
     DestroyWindow(made.hWnd());
-  };
-  for (int i = 0; i < 5; ++i) openAndClose();
-  form_->pump();
-  const DWORD gdi = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS);
-  const DWORD user = GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS);
-  for (int i = 0; i < 100; ++i) openAndClose();
-  form_->pump();
-  EXPECT_EQ(GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS), gdi);
-  EXPECT_EQ(GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS), user);
+  });
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -1298,34 +1167,17 @@ TEST_F(UComboBoxTest, AHundredOpenedListsLeaveNoHandleBehind) {
 TEST_F(UComboBoxTest, ARowIsShownInvertedWhileItIsTheCurrentOne) {
   press(kCtrl);
   press(VK_DOWN);
-  UpdateWindow(box().listWindow());
-  const auto shot = test::capture(box().listWindow());
+  const auto shot = shown(box().listWindow());
   const int middle = shot.width - 20;
   EXPECT_EQ(shot.at(middle, 1 + rowHeight(box()) / 2), 0x000000U);
   EXPECT_EQ(shot.at(middle, 1 + rowHeight(box()) * 3 / 2), 0xFFFFFFU);
-}
-
-TEST_F(UComboBoxTest, OnEntryTheFieldIsWhiteAndItsTextSelectedAndOnLeavingItsBackColourReturns) {
-  constexpr std::int32_t kYellow = 0x80FFFF;
-  other().setBackColor(kYellow);
-  other().setText(L"Mensualmente");
-  EXPECT_EQ(other().TBox(L"BackColor"), Value(kYellow));
-  form_->focus(2);
-  EXPECT_EQ(other().TBox(L"BackColor"), Value(std::int32_t{0xFFFFFF}));
-  EXPECT_EQ(selStart(other()), 0);
-  EXPECT_EQ(selLength(other()), 12);
-  form_->focus(3);
-  EXPECT_EQ(other().TBox(L"BackColor"), Value(kYellow));
-  form_->clickField(2);
-  EXPECT_EQ(selLength(other()), 0) << "the mouse brought the focus";
 }
 
 TEST_F(UComboBoxTest, TheColumnsOfARowStandSideBySideEachAsWideAsItsEntryInColumnWidths) {
   fill(box(), L"MMMMMMMMMMMMMMMMMMMM;;M", L"40;25;60");
   box().setListWidth(0);
   press(kCtrl);
-  form_->pump();
-  const auto shot = test::capture(box().listWindow());
+  const auto shot = shown(box().listWindow());
   const auto inkIn = [&](int from, int to) {
     for (int x = 1 + from; x < 1 + to; ++x) {
       for (int y = 2; y < rowHeight(box()); ++y) {
@@ -1345,8 +1197,7 @@ TEST_F(UComboBoxTest, AChangedCellIsSeenAtOnceInTheOpenListAndInTheField) {
   box().setTextColumns(2);
   // Whether the second column shows a text: pixels unlike the one at its end.
   const auto textIn = [this](HWND window) {
-    form_->pump();
-    const auto shot = test::capture(window);
+    const auto shot = shown(window);
     const int height = std::min(rowHeight(box()), shot.height);
     for (int y = 2; y < height; ++y) {
       for (int x = 62; x < 120; ++x) {
@@ -1373,8 +1224,7 @@ TEST_F(UComboBoxTest, AChangedCellIsSeenAtOnceInTheOpenListAndInTheField) {
 TEST_F(UComboBoxTest, WithoutTheFocusTheFieldShowsAsManyColumnsOfItsRowAsTextColumnsSays) {
   fill(box(), L"1;Uno;2;Dos", L"60;100");
   const auto anythingIn = [&](int from) {
-    form_->pump();
-    const auto shot = test::capture(editOf(box()));
+    const auto shot = shown(editOf(box()));
     for (int y = 0; y < shot.height; ++y) {
       for (int x = from; x < shot.width; ++x) {
         if ((shot.at(x, y) & 0xFF) < 128) return true;
@@ -1402,8 +1252,32 @@ TEST_F(UComboBoxTest, TheEditBoxKeepsClearOfTheButton) {
   POINT button{client.right - UComboBox::kButtonWidth, 0};
   ClientToScreen(box().hWnd(), &button);
   EXPECT_LE(edit.right, button.x);
-  EXPECT_EQ(std::get<std::int32_t>(box().TBox(L"Left")), 4);
-  EXPECT_EQ(std::get<std::int32_t>(box().TBox(L"Top")), 3);
+  EXPECT_EQ(editNumber(box(), L"Left"), 4);
+  EXPECT_EQ(editNumber(box(), L"Top"), 3);
+}
+
+TEST_F(UComboBoxTest, TheButtonIsTheSystemsAndFollowsTheFieldsState) {
+  const auto expectButton = [this](const UComboBox& combo, UINT state, LONG border) {
+    RECT area{};
+    GetClientRect(combo.hWnd(), &area);
+    const RECT button{area.right - UComboBox::kButtonWidth, border, area.right - border, area.bottom - border};
+    EXPECT_EQ(othersThan(combo.hWnd(), button,
+                         [&](HDC device, RECT) {
+                           RECT drawn = button;
+                           DrawFrameControl(device, &drawn, DFC_SCROLL, DFCS_SCROLLCOMBOBOX | state);
+                         }),
+              0)
+        << "state " << state;
+  };
+  expectButton(box(), 0, 2);
+  press(kCtrl);
+  ASSERT_TRUE(box().listIsOpen());
+  expectButton(box(), DFCS_PUSHED, 2);
+  press(VK_ESCAPE);
+  other().setBorderstyle(kFlatBorder);
+  expectButton(other(), 0, 1);
+  other().setEnabled(false);
+  expectButton(other(), DFCS_INACTIVE, 1);
 }
 
 // What the screen shows of the form and the list under it.
@@ -1446,7 +1320,7 @@ TEST_F(UComboBoxTest, PictureOfTheOpenListWithThreeColumns) {
 }
 
 TEST_F(UComboBoxTest, PictureOfTheStatesOfTheField) {
-  form_ = std::make_unique<TestForm>(std::vector<TestForm::Item>(6, TestForm::Item{UComboBox::kClassName}));
+  makeForm(std::vector<TestForm::Item>(6, TestForm::Item{UComboBox::kClassName}));
   const wchar_t* texts[] = {L"Con el foco", L"Sin el foco", L"No disponible", L"Bloqueado", L"Marco plano", L"Color"};
   for (int i = 1; i <= 6; ++i) form_->combo(i).setText(texts[i - 1]);
   form_->combo(3).setEnabled(false);

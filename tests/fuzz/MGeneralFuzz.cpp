@@ -1,5 +1,5 @@
 // The data types of the entry controls: any text typed, any value shown, any key pressed.
-#include "controls/MGeneral.h"
+#include "values/MGeneral.h"
 
 #include <algorithm>
 #include <bit>

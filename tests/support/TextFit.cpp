@@ -1,5 +1,11 @@
 #include "support/TextFit.h"
 
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "platform/Handle.h"
 #include "support/Hands.h"
 
@@ -37,6 +43,30 @@ bool fitsWrapped(HWND edit) {
   GetClientRect(edit, &client);
   const UINT flags = DT_WORDBREAK | DT_EDITCONTROL | DT_NOPREFIX;
   return roomForText(edit, Hands::windowText(edit), client.right, flags).cy <= client.bottom;
+}
+
+void expectNothingOutsideOrOverAnother(HWND form) {
+  RECT client{};
+  GetClientRect(form, &client);
+  std::vector<std::pair<int, RECT>> seen;
+  for (HWND control = GetWindow(form, GW_CHILD); control; control = GetWindow(control, GW_HWNDNEXT)) {
+    RECT area{};
+    GetWindowRect(control, &area);
+    MapWindowPoints(nullptr, form, reinterpret_cast<POINT*>(&area), 2);
+    const int id = GetDlgCtrlID(control);
+    EXPECT_TRUE(area.left >= 0 && area.top >= 0 && area.right <= client.right && area.bottom <= client.bottom)
+        << "control " << id;
+    wchar_t name[16] = L"";
+    GetClassNameW(control, name, 16);
+    const bool frame =
+        name == std::wstring(L"Button") && (GetWindowLongPtrW(control, GWL_STYLE) & BS_TYPEMASK) == BS_GROUPBOX;
+    if (frame || !IsWindowVisible(control)) continue;
+    for (const auto& [other, otherArea] : seen) {
+      RECT common{};
+      EXPECT_FALSE(IntersectRect(&common, &area, &otherArea)) << "controls " << id << " and " << other;
+    }
+    seen.emplace_back(id, area);
+  }
 }
 
 }  // namespace qev::test

@@ -17,4 +17,7 @@ bool fitsInOneLine(HWND control);
 // Whether the text of an edit box of several lines is no higher than the box.
 bool fitsWrapped(HWND edit);
 
+// Expects that each control lies within the form, and that no two that can be seen overlap, frames apart.
+void expectNothingOutsideOrOverAnother(HWND form);
+
 }  // namespace qev::test

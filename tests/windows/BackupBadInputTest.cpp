@@ -90,38 +90,24 @@ TEST_F(BackupOddSettings, AnUnknownKindIsShownKeptAndHasNoNextMoment) {
   }
 }
 
-TEST_F(BackupOddSettings, AWeekThatIsTooShortLeavesTheRestUnselected) {
-  put(L"DSem", L"SS");
-  show([this] {
-    EXPECT_EQ(L"SSNNNNN", flags(Backup_DSem0, kWeekdays));
-    EXPECT_EQ(L"SSNNNNN", storedText(L"DSem"));
-  });
-}
-
-TEST_F(BackupOddSettings, AWeekThatIsTooLongIsCut) {
-  put(L"DSem", L"NNNNNNSSSSS");
-  show([this] {
-    EXPECT_EQ(L"NNNNNNS", flags(Backup_DSem0, kWeekdays));
-    EXPECT_EQ(L"NNNNNNS", storedText(L"DSem"));
-  });
-}
-
-TEST_F(BackupOddSettings, SmallLettersSelectNeitherDaysNorMonths) {
-  put(L"DSem", L"sSsxX1s");
-  put(L"Meses", L"ssssSsssssss");
-  show([this] {
-    EXPECT_EQ(L"NSNNNNN", storedText(L"DSem"));
-    EXPECT_EQ(L"NNNNSNNNNNNN", storedText(L"Meses"));
-    EXPECT_EQ(L"NSNNNNN", flags(Backup_DSem0, kWeekdays));
-    EXPECT_EQ(L"NNNNSNNNNNNN", flags(Backup_Mes0, kMonths));
-  });
-}
-
-TEST_F(BackupOddSettings, AYearOfMonthsThatIsTooShortOrTooLongIsReadFromItsBeginning) {
-  put(L"Meses", L"NNS");
-  show([this] { EXPECT_EQ(L"NNSNNNNNNNNN", storedText(L"Meses")); });
-  put(L"Meses", L"NNNNNNNNNNNSSSS");
-  show([this] { EXPECT_EQ(L"NNNNNNNNNNNS", storedText(L"Meses")); });
+TEST_F(BackupOddSettings, OfDaysAndMonthsThoseWithACapitalSAreSelectedHoweverManyAreStored) {
+  const struct {
+    const wchar_t* stored;
+    const wchar_t* week;
+    const wchar_t* year;
+  } flagsOf[] = {{L"SS", L"SSNNNNN", L"SSNNNNNNNNNN"},          {L"NNS", L"NNSNNNN", L"NNSNNNNNNNNN"},
+                 {L"NNNNNNSSSSS", L"NNNNNNS", L"NNNNNNSSSSSN"}, {L"NNNNNNNNNNNSSSS", L"NNNNNNN", L"NNNNNNNNNNNS"},
+                 {L"sSsxX1s", L"NSNNNNN", L"NSNNNNNNNNNN"},     {L"ssssSsssssss", L"NNNNSNN", L"NNNNSNNNNNNN"}};
+  for (const auto& flag : flagsOf) {
+    put(L"DSem", flag.stored);
+    put(L"Meses", flag.stored);
+    show([&] {
+      EXPECT_EQ(flag.week, flags(Backup_DSem0, kWeekdays));
+      EXPECT_EQ(flag.week, storedText(L"DSem"));
+      EXPECT_EQ(flag.year, flags(Backup_Mes0, kMonths));
+      EXPECT_EQ(flag.year, storedText(L"Meses"));
+    });
+  }
 }
 
 TEST_F(BackupOddSettings, ANumberOfCopiesStoredAsTextIsShownAndUntouched) {

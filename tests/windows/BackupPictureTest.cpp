@@ -102,26 +102,7 @@ TEST_F(DialogAtThisScale, NothingOfTheConfigurationLiesOutsideItOrOverAnotherThi
   for (int mode = 0; mode < 3; ++mode) {
     for (const wchar_t* kind : {L"Diariamente", L"Semanalmente", L"Mensualmente"}) {
       fillSettings(mode, kind);
-      show([this] {
-        RECT client{};
-        GetClientRect(form(), &client);
-        std::vector<HWND> seen;
-        for (const HWND window : controls()) {
-          const bool frame =
-              className(window) == L"Button" && (GetWindowLongPtrW(window, GWL_STYLE) & BS_TYPEMASK) == BS_GROUPBOX;
-          const RECT area = areaOf(window);
-          EXPECT_TRUE(area.left >= 0 && area.top >= 0 && area.right <= client.right && area.bottom <= client.bottom)
-              << "control " << GetDlgCtrlID(window);
-          if (frame || !IsWindowVisible(window)) continue;
-          for (const HWND other : seen) {
-            RECT common{};
-            const RECT otherArea = areaOf(other);
-            EXPECT_FALSE(IntersectRect(&common, &area, &otherArea))
-                << "controls " << GetDlgCtrlID(window) << " and " << GetDlgCtrlID(other);
-          }
-          seen.push_back(window);
-        }
-      });
+      show([this] { expectNothingOutsideOrOverAnother(form()); });
     }
   }
 }

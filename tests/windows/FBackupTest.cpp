@@ -2,17 +2,10 @@
 // showModal().
 #include "backup/FBackup.h"
 
-#include <gtest/gtest.h>
-
 #include <commctrl.h>
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
-#include <filesystem>
-#include <fstream>
-#include <functional>
-#include <thread>
 
 #include "resources/resource.h"
 #include "support/Hands.h"
@@ -21,15 +14,13 @@
 #include "support/SlowToShow.h"
 #include "support/TextFit.h"
 #include "support/WindowsGivenBack.h"
+#include "windows/FormTest.h"
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
 namespace qev::test {
 namespace {
-
-constexpr wchar_t kKey[] = L"Software\\QevBackupWindowTest";
-constexpr wchar_t kTitle[] = L"Gestion de prueba";
 
 // An engine that takes its time: it archives as many files of a MiB as it is told, message by message, and then leaves
 // an archive (an empty one, which is a valid zip).
@@ -84,17 +75,15 @@ std::unique_ptr<ZipEngine> loadBlind() {
 }
 }  // namespace slow
 
-class BackupWindow : public testing::Test, public Hands {
+// With settings and message boxes of the system.
+class BackupWindow : public FormTest {
  protected:
+  static constexpr wchar_t kKey[] = L"Software\\QevBackupWindowTest";
+
   void SetUp() override {
-    wchar_t temp[MAX_PATH];
-    GetTempPathW(MAX_PATH, temp);
-    root_ = fs::path(temp) / L"QevBackupWindow";
-    fs::remove_all(root_);
-    fs::create_directories(root_ / L"Datos" / L"Emp01");
-    host_.title = kTitle;
+    FormTest::SetUp();
+    folder_.makeFolder(L"Datos\\Emp01");
     host_.settingsKey = kKey;
-    host_.dataFolder = (root_ / L"Datos" / L"Emp01").wstring() + L"\\";
     session_.BackupKind = kAutomatic;
     slow::files = 0;
     slow::folder = host_.dataFolder.substr(3);
@@ -105,15 +94,11 @@ class BackupWindow : public testing::Test, public Hands {
     slow::afterFirstFile = nullptr;
   }
 
-  void TearDown() override {
-    RegDeleteTreeW(HKEY_LOCAL_MACHINE, kKey);
-    std::error_code ignored;
-    fs::remove_all(root_, ignored);
-  }
+  void TearDown() override { RegDeleteTreeW(HKEY_LOCAL_MACHINE, kKey); }
 
   void makeFiles(int count) {
     for (int i = 0; i < count; ++i) {
-      std::ofstream(root_ / L"Datos" / L"Emp01" / (std::to_wstring(i) + L".bin")) << std::string(1 << 20, 'x');
+      folder_.write(L"Datos\\Emp01\\" + std::to_wstring(i) + L".bin", std::string(1 << 20, 'x'));
     }
     slow::files = count;
   }
@@ -126,16 +111,28 @@ class BackupWindow : public testing::Test, public Hands {
     use(kTitle, FBackup_TResultado, showModal, user);
   }
 
-  std::wstring target() const { return (root_ / L"copia.qev").wstring(); }
+  // The same until the run has ended, `look` has seen that and Aceptar is pressed.
+  void showToTheEnd(
+      const std::function<void(HWND form)>& look = [](HWND) {}, CZipFiles::EngineLoader engine = slow::load) {
+    const auto user = [&look](HWND form) {
+      ASSERT_TRUE(finished(form));
+      look(form);
+      click(form, FBackup_BAceptar);
+    };
+    show(user, std::move(engine));
+  }
+
+  std::wstring target() const { return folder_ / L"copia.qev"; }
 
   static bool finished(HWND form) {
     return waitFor([form] { return IsWindowEnabled(GetDlgItem(form, FBackup_BAceptar)) != FALSE; });
   }
 
-  fs::path root_;
-  HostSettings host_;
-  FormSession session_;
-  SettingsStore settings_{systemPlatform().registry, host_.settingsKey};
+  void expectASetWithItsHeader() const {
+    EXPECT_THAT(folder_.bytes(L"copia.qev"), testing::StartsWith("Programa : Gestion de prueba;"));
+  }
+
+  SettingsStore settings_{system_.registry, host_.settingsKey};
 };
 
 TEST_F(BackupWindow, ShowsWhatItDoesWhileItRunsAndHowItEnded) {
@@ -159,8 +156,7 @@ TEST_F(BackupWindow, ShowsWhatItDoesWhileItRunsAndHowItEnded) {
         textOf(form, FBackup_TResultado));
     EXPECT_EQ(L"  Copia de Seguridad realizada con éxito", textOf(form, FBackup_ESalida));
     EXPECT_EQ(1000, SendMessageW(GetDlgItem(form, FBackup_Progreso), PBM_GETPOS, 0, 0));
-    std::this_thread::sleep_for(300ms);
-    saveScreenshot(form, L"FBackup-correcta");
+    keepPicture(form, L"FBackup-correcta");
     EXPECT_FALSE(session_.finished);
     press(form, VK_RETURN);
   });
@@ -170,16 +166,13 @@ TEST_F(BackupWindow, ShowsWhatItDoesWhileItRunsAndHowItEnded) {
 
 TEST_F(BackupWindow, ShowsAFailureAndStaysOpen) {
   settings_.write(L"Cerrar", std::int16_t{1});
-  show(
+  showToTheEnd(
       [](HWND form) {
-        ASSERT_TRUE(finished(form));
         EXPECT_EQ(L"  Se han producido errores", textOf(form, FBackup_ESalida));
         EXPECT_NE(std::wstring::npos,
                   textOf(form, FBackup_TResultado).find(L"Error: 53-No se ha encontrado el archivo: VANTO5.DLL"));
-        std::this_thread::sleep_for(300ms);
-        saveScreenshot(form, L"FBackup-errores");
+        keepPicture(form, L"FBackup-errores");
         EXPECT_TRUE(IsWindowVisible(form)) << "a failure never closes the window";
-        click(form, FBackup_BAceptar);
       },
       []() -> std::unique_ptr<ZipEngine> { throw AutomationError(kFileNotFound, L"VANTO5.DLL"); });
   EXPECT_TRUE(session_.finished);
@@ -190,18 +183,15 @@ TEST_F(BackupWindow, AFailureOfSafeModeFitsTheWindow) {
   settings_.write(L"Verificar", std::int16_t{1});
   settings_.write(L"Copia", std::int16_t{2});
   settings_.write(L"Programar", std::wstring(L"Diariamente"));
-  show(
+  showToTheEnd(
       [](HWND form) {
-        ASSERT_TRUE(finished(form));
         const HWND result = GetDlgItem(form, FBackup_TResultado);
         const std::wstring text = windowText(result);
         EXPECT_NE(std::wstring::npos,
                   text.find(L"Error: 18-Copia incompleta: zip warning: could not open for reading"));
         EXPECT_NE(std::wstring::npos, text.find(L"La próxima copia de seguridad"));
         EXPECT_TRUE(fitsWrapped(result));
-        std::this_thread::sleep_for(300ms);
-        saveScreenshot(form, L"FBackup-modo-seguro");
-        click(form, FBackup_BAceptar);
+        keepPicture(form, L"FBackup-modo-seguro");
       },
       slow::loadBlind);
   EXPECT_FALSE(fs::exists(target()));
@@ -213,11 +203,7 @@ TEST_F(BackupWindow, NamesTheKindOfBackup) {
   for (const auto& [kind, text] : kinds) {
     session_.BackupKind = kind;
     fs::remove(target());
-    show([&, expected = text](HWND form) {
-      ASSERT_TRUE(finished(form));
-      EXPECT_EQ(expected, textOf(form, FBackup_Metodo));
-      click(form, FBackup_BAceptar);
-    });
+    showToTheEnd([&, expected = text](HWND form) { EXPECT_EQ(expected, textOf(form, FBackup_Metodo)); });
   }
 }
 
@@ -231,11 +217,9 @@ TEST_F(BackupWindow, ClosesByItselfAfterASuccessWhenTheHostWantsIt) {
 TEST_F(BackupWindow, StaysOpenAfterAManualBackup) {
   settings_.write(L"Cerrar", std::int16_t{1});
   session_.BackupKind = kManual;
-  show([](HWND form) {
-    ASSERT_TRUE(finished(form));
+  showToTheEnd([](HWND form) {
     std::this_thread::sleep_for(300ms);
     EXPECT_TRUE(IsWindow(form));
-    click(form, FBackup_BAceptar);
   });
 }
 
@@ -258,21 +242,17 @@ TEST_F(BackupWindow, ItsButtonCannotBePressedBeforeTheRunEnds) {
 }
 
 TEST_F(BackupWindow, TextsKeepTheirLeadingBlanks) {
-  show([](HWND form) {
-    ASSERT_TRUE(finished(form));
+  showToTheEnd([](HWND form) {
     EXPECT_EQ(L" Datos del programa", textOf(form, FBackup_TOrigen));
     EXPECT_EQ(L"  Copia de Seguridad realizada con éxito", textOf(form, FBackup_ESalida));
     EXPECT_EQ(L"    Aceptar", windowText(GetDlgItem(form, FBackup_BAceptar)));
-    click(form, FBackup_BAceptar);
   });
 }
 
 TEST_F(BackupWindow, TheOtherWindowsOfTheHostCannotBeUsedMeanwhile) {
   makeFiles(2);
-  const HWND other = CreateWindowW(L"STATIC", L"Otra ventana", WS_OVERLAPPED | WS_VISIBLE, 0, 0, 100, 50, nullptr,
-                                   nullptr, GetModuleHandleW(nullptr), nullptr);
-  const HWND host = CreateWindowW(L"STATIC", L"Host", WS_OVERLAPPED | WS_VISIBLE, 0, 0, 100, 50, nullptr, nullptr,
-                                  GetModuleHandleW(nullptr), nullptr);
+  const HostWindow other(L"Otra ventana");
+  const HostWindow host;
   show([&](HWND form) {
     EXPECT_FALSE(IsWindowEnabled(other));
     EXPECT_FALSE(IsWindowEnabled(host));
@@ -281,8 +261,6 @@ TEST_F(BackupWindow, TheOtherWindowsOfTheHostCannotBeUsedMeanwhile) {
   });
   EXPECT_TRUE(IsWindowEnabled(other));
   EXPECT_TRUE(IsWindowEnabled(host));
-  DestroyWindow(other);
-  DestroyWindow(host);
 }
 
 TEST_F(BackupWindow, WorksOnTheValuesOfItsStart) {
@@ -292,16 +270,10 @@ TEST_F(BackupWindow, WorksOnTheValuesOfItsStart) {
     session_.BackupKind = kManual;
     host_.settingsKey = L"Software\\QevBackupOtra";
   };
-  show([](HWND form) {
-    ASSERT_TRUE(finished(form));
-    click(form, FBackup_BAceptar);
-  });
+  showToTheEnd();
   host_.settingsKey = kKey;
   EXPECT_EQ(Value(std::wstring(L"Ultima copia de seguridad realizada correctamente")), settings_.read(L"Estado"));
-  std::ifstream set(fs::path(target()), std::ios::binary);
-  std::string header;
-  std::getline(set, header);
-  EXPECT_EQ("Programa : Gestion de prueba;", header.substr(0, 29));
+  expectASetWithItsHeader();
 }
 
 TEST_F(BackupWindow, IsSeenBeforeTheRunBeginsOnASlowMachineToo) {
@@ -320,10 +292,7 @@ TEST_F(BackupWindow, IsSeenBeforeTheRunBeginsOnASlowMachineToo) {
 
 TEST_F(BackupWindow, ATickDuringTheRunStartsNothing) {
   makeFiles(8);
-  show([](HWND form) {
-    ASSERT_TRUE(finished(form));
-    click(form, FBackup_BAceptar);
-  });
+  showToTheEnd();
   EXPECT_EQ(1, slow::runs);
   EXPECT_EQ(1, slow::deepest);
 }
@@ -362,10 +331,7 @@ TEST_F(BackupWindow, CannotBeShownTwiceAtOnce) {
       number = error.number();
     }
   };
-  show([](HWND form) {
-    ASSERT_TRUE(finished(form));
-    click(form, FBackup_BAceptar);
-  });
+  showToTheEnd();
   EXPECT_EQ(400, number);
 }
 
@@ -376,24 +342,22 @@ HWND findQuestion(HWND form) {
 }
 
 TEST_F(BackupWindow, ANoToTheReplaceQuestionClosesItAndRecordsNothing) {
-  std::ofstream(fs::path(target())) << "la copia de esta mañana";
+  folder_.write(L"copia.qev", "la copia de esta mañana");
   show([](HWND form) {
     ASSERT_TRUE(waitFor([form] { return findQuestion(form) != nullptr; }));
     const HWND question = findQuestion(form);
     EXPECT_EQ(kTitle, windowText(question));
-    saveScreenshot(form, L"FBackup-reemplazar");
+    keepPicture(form, L"FBackup-reemplazar");
     click(question, IDNO);
   });
   EXPECT_TRUE(session_.finished);
   EXPECT_EQ(0, slow::runs);
   EXPECT_EQ(Value(Empty{}), settings_.read(L"Estado"));
-  std::ifstream kept{fs::path(target())};
-  std::string content((std::istreambuf_iterator<char>(kept)), {});
-  EXPECT_EQ("la copia de esta mañana", content);
+  EXPECT_EQ("la copia de esta mañana", folder_.bytes(L"copia.qev"));
 }
 
 TEST_F(BackupWindow, AYesToTheReplaceQuestionMakesTheSetAnew) {
-  std::ofstream(fs::path(target())) << "la copia de esta mañana";
+  folder_.write(L"copia.qev", "la copia de esta mañana");
   show([](HWND form) {
     ASSERT_TRUE(waitFor([form] { return findQuestion(form) != nullptr; }));
     click(findQuestion(form), IDYES);
@@ -401,19 +365,13 @@ TEST_F(BackupWindow, AYesToTheReplaceQuestionMakesTheSetAnew) {
     click(form, FBackup_BAceptar);
   });
   EXPECT_EQ(1, slow::runs);
-  std::ifstream set(fs::path(target()), std::ios::binary);
-  std::string header;
-  std::getline(set, header);
-  EXPECT_EQ("Programa : Gestion de prueba;", header.substr(0, 29));
+  expectASetWithItsHeader();
 }
 
 TEST_F(BackupWindow, GivesBackEveryWindowAndDrawingObject) {
   expectWindowsGivenBack([this] {
     fs::remove(target());
-    show([](HWND form) {
-      ASSERT_TRUE(finished(form));
-      click(form, FBackup_BAceptar);
-    });
+    showToTheEnd();
   });
 }
 

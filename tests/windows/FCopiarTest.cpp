@@ -1,23 +1,10 @@
 // The dialog for a backup by hand and the backup window that follows it: real windows on a real display, with a user on
 // a second thread while the first is inside run().
-#include "restore/FCopiar.h"
+#include "backup/FCopiar.h"
 
-#include <gmock/gmock.h>
-
-#include <chrono>
-#include <filesystem>
-#include <fstream>
-#include <functional>
-#include <iterator>
-#include <thread>
-
-#include "resources/resource.h"
-#include "support/CountedMessages.h"
-#include "support/FakePlatform.h"
-#include "support/Hands.h"
-#include "support/Screenshot.h"
 #include "support/TextFit.h"
 #include "support/WindowsGivenBack.h"
+#include "windows/FormTest.h"
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
@@ -30,40 +17,20 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-constexpr wchar_t kTitle[] = L"Gestion de prueba";
 constexpr wchar_t kCaption[] = L"Crear Copia";
 constexpr wchar_t kChooseFolder[] = L"Selecione una carpeta donde almacenar la copia de seguridad";
 constexpr wchar_t kEnterName[] = L"Introduzca un nombre para la copia de seguridad";
 constexpr wchar_t kChooserTitle[] = L"Elija una carpeta donde guardar la copia de seguridad";
 
-std::string contentOf(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 // The system's services, but settings, messages and folder chooser of the test's own.
-class ManualBackup : public testing::Test, public Hands {
+class ManualBackup : public FormTest {
  protected:
   void SetUp() override {
-    SetThreadDpiAwarenessContext(DPI_AWARENESS_CONTEXT_SYSTEM_AWARE);  // at the scale of the system, whatever it is
-    wchar_t temp[MAX_PATH];
-    GetTempPathW(MAX_PATH, temp);
-    root_ = fs::path(temp) / L"QevManual";
-    std::error_code ignored;
-    fs::remove_all(root_, ignored);
-    fs::create_directories(root_ / L"Datos" / L"Emp01");
-    fs::create_directories(root_ / L"Copias");
-    std::ofstream(root_ / L"Datos" / L"Emp01" / L"clientes.txt") << "Ibáñez";
-    host_.title = kTitle;
-    host_.settingsKey = L"Software\\Gestion";
-    host_.dataFolder = (root_ / L"Datos" / L"Emp01").wstring() + L"\\";
+    FormTest::SetUp();
+    folder_.write(L"Datos\\Emp01\\clientes.txt", "Ibáñez");
+    folder_.makeFolder(L"Copias");
     session_.BackupKind = kScheduled;
-    fake_.clock.time = systemPlatform().clock.now();
-  }
-
-  void TearDown() override {
-    std::error_code ignored;
-    fs::remove_all(root_, ignored);
+    fake_.clock.time = system_.clock.now();
   }
 
   // Runs the dialog, and the window after it, while `user` does what a user would.
@@ -77,25 +44,29 @@ class ManualBackup : public testing::Test, public Hands {
     });
   }
 
-  bool told(std::size_t messages) { return messages_.told(messages); }
-
-  // The backup window, when its run has ended.
-  static HWND backupWindow() {
-    HWND form = nullptr;
-    EXPECT_TRUE(waitFor([&form] {
-      form = findForm(kTitle, FBackup_TResultado);
-      return form && IsWindowEnabled(GetDlgItem(form, FBackup_BAceptar));
-    })) << "the run has not ended";
-    return form;
+  // The same, and then presses BCancelar.
+  void runAndCancel(const std::function<void(HWND form)>& user) {
+    run([&](HWND form) {
+      user(form);
+      click(form, FCopiar_BCancelar);
+    });
   }
 
-  // Enters both texts, presses BCopiar, lets `look` see the backup window and closes that.
+  // The backup window, when its run has ended.
+  static HWND backupWindow() { return endedRun(FBackup_TResultado, FBackup_BAceptar); }
+
+  // Enters both texts and presses BCopiar.
+  static void begin(HWND form, const std::wstring& folder, const std::wstring& name) {
+    enter(form, FCopiar_TDestino, folder);
+    enter(form, FCopiar_TNArchivo, name);
+    click(form, FCopiar_BCopiar);
+  }
+
+  // Begins a backup, lets `look` see the backup window and closes that.
   void copy(
       const std::wstring& folder, const std::wstring& name, const std::function<void(HWND)>& look = [](HWND) {}) {
     run([&](HWND form) {
-      enter(form, FCopiar_TDestino, folder);
-      enter(form, FCopiar_TNArchivo, name);
-      click(form, FCopiar_BCopiar);
+      begin(form, folder, name);
       const HWND window = backupWindow();
       ASSERT_TRUE(window);
       EXPECT_FALSE(IsWindow(form)) << "the dialog closes before the backup window opens";
@@ -118,47 +89,27 @@ class ManualBackup : public testing::Test, public Hands {
     return result;
   }
 
-  std::wstring copias() const { return (root_ / L"Copias").wstring() + L"\\"; }
+  std::wstring copias() const { return folder_ / L"Copias\\"; }
+  std::vector<std::wstring> sets() const { return folder_.list(L"Copias"); }
 
-  std::vector<std::wstring> sets() const {
-    std::vector<std::wstring> names;
-    for (const auto& entry : fs::directory_iterator(root_ / L"Copias")) names.push_back(entry.path().filename());
-    return names;
-  }
-
-  FakePlatform fake_;
-  CountedMessages messages_{fake_.messages};
-  Platform& system_ = systemPlatform();
   Platform platform_ = with(system_, fake_.registry, messages_, fake_.sound, fake_.folderChooser);
-  HostSettings host_;
-  FormSession session_;
-  fs::path root_;
 };
 
 TEST_F(ManualBackup, OpensEmptyWithTheFocusInTheFolder) {
-  run([](HWND form) {
+  runAndCancel([](HWND form) {
     EXPECT_EQ(kCaption, windowText(form));
     EXPECT_EQ(L"", textOf(form, FCopiar_TDestino));
     EXPECT_EQ(L"", textOf(form, FCopiar_TNArchivo));
     EXPECT_EQ(FCopiar_TDestino, focusOf(form));
     EXPECT_TRUE(SendMessageW(form, DM_GETDEFID, 0, 0) == MAKELONG(FCopiar_BCopiar, DC_HASDEFID));
-    std::this_thread::sleep_for(300ms);
-    saveScreenshot(form, L"FCopiar-vacio");
-    click(form, FCopiar_BCancelar);
+    keepPicture(form, L"FCopiar-vacio");
   });
 }
 
 TEST_F(ManualBackup, TabGoesThroughTheControlsInReadingOrder) {
-  run([](HWND form) {
-    std::vector<int> order;
-    for (int i = 0; i < 6; ++i) {
-      order.push_back(focusOf(form));
-      press(form, VK_TAB);
-      std::this_thread::sleep_for(150ms);
-    }
-    EXPECT_THAT(order, ElementsAre(FCopiar_TDestino, FCopiar_Archivo, FCopiar_TNArchivo, FCopiar_BCopiar,
-                                   FCopiar_BCancelar, FCopiar_TDestino));
-    click(form, FCopiar_BCancelar);
+  runAndCancel([](HWND form) {
+    EXPECT_THAT(tabOrder(form, 6), ElementsAre(FCopiar_TDestino, FCopiar_Archivo, FCopiar_TNArchivo, FCopiar_BCopiar,
+                                               FCopiar_BCancelar, FCopiar_TDestino));
   });
 }
 
@@ -176,17 +127,16 @@ TEST_F(ManualBackup, MnemonicsReachTheFieldsAndButtons) {
 
 TEST_F(ManualBackup, ArchivoPutsTheChosenFolderIntoTDestino) {
   fake_.folderChooser.willAnswer({L"D:\\Copias\\"});
-  run([](HWND form) {
+  runAndCancel([](HWND form) {
     click(form, FCopiar_Archivo);
     EXPECT_TRUE(waitFor([form] { return textOf(form, FCopiar_TDestino) == L"D:\\Copias\\"; }, 2s));
-    click(form, FCopiar_BCancelar);
   });
   EXPECT_THAT(fake_.folderChooser.shown, ElementsAre(FakeFolderChooser::Shown{kChooserTitle, L""}));
 }
 
 TEST_F(ManualBackup, ArchivoBeginsWhereTheFieldPointsAndACancelLeavesTheFieldAsItIs) {
   fake_.folderChooser.willAnswer({std::nullopt, L"E:\\"});
-  run([this](HWND form) {
+  runAndCancel([this](HWND form) {
     focus(form, FCopiar_TDestino);
     type(form, L"C:\\Antes");
     click(form, FCopiar_Archivo);
@@ -194,7 +144,6 @@ TEST_F(ManualBackup, ArchivoBeginsWhereTheFieldPointsAndACancelLeavesTheFieldAsI
     EXPECT_EQ(L"C:\\Antes", textOf(form, FCopiar_TDestino));
     click(form, FCopiar_Archivo);
     EXPECT_TRUE(waitFor([form] { return textOf(form, FCopiar_TDestino) == L"E:\\"; }, 2s));
-    click(form, FCopiar_BCancelar);
   });
   EXPECT_THAT(fake_.folderChooser.shown, ElementsAre(FakeFolderChooser::Shown{kChooserTitle, L"C:\\Antes"},
                                                      FakeFolderChooser::Shown{kChooserTitle, L"C:\\Antes"}));
@@ -215,43 +164,38 @@ TEST_F(ManualBackup, AChooserThatFailsIsToldAndTheDialogGoesOn) {
     EXPECT_EQ(L"Lunes", textOf(form, FCopiar_TNArchivo));
     click(form, FCopiar_BCancelar);
   });
-  EXPECT_THAT(fake_.messages.shown,
-              ElementsAre(FakeMessages::Shown{L"Memoria insuficiente", kTitle, message::kOk | message::kExclamation}));
+  EXPECT_THAT(fake_.messages.shown, ElementsAre(warning(L"Memoria insuficiente")));
 }
 
 TEST_F(ManualBackup, BothFieldsEmptyShowsTheFolderMessageOnly) {
   fake_.messages.willAnswer({Answer::Ok});
-  run([this](HWND form) {
+  runAndCancel([this](HWND form) {
     click(form, FCopiar_BCopiar);
     EXPECT_TRUE(told(1));
     EXPECT_TRUE(IsWindow(form));
     EXPECT_EQ(kManual, session_.BackupKind) << "set before any check";
     EXPECT_FALSE(session_.accepted);
     EXPECT_FALSE(session_.finished);
-    click(form, FCopiar_BCancelar);
   });
-  EXPECT_THAT(fake_.messages.shown,
-              ElementsAre(FakeMessages::Shown{kChooseFolder, kTitle, message::kOk | message::kInformation}));
+  EXPECT_THAT(fake_.messages.shown, ElementsAre(advice(kChooseFolder)));
 }
 
 TEST_F(ManualBackup, AnEmptyNameIsToldAndGetsTheFocus) {
   fake_.messages.willAnswer({Answer::Ok});
-  run([this](HWND form) {
+  runAndCancel([this](HWND form) {
     enter(form, FCopiar_TDestino, copias());
     click(form, FCopiar_BCopiar);
     EXPECT_TRUE(told(1));
     EXPECT_TRUE(waitFor([form] { return focusOf(form) == FCopiar_TNArchivo; }, 2s));
     EXPECT_EQ(copias(), textOf(form, FCopiar_TDestino));
-    click(form, FCopiar_BCancelar);
   });
-  EXPECT_THAT(fake_.messages.shown,
-              ElementsAre(FakeMessages::Shown{kEnterName, kTitle, message::kOk | message::kInformation}));
+  EXPECT_THAT(fake_.messages.shown, ElementsAre(advice(kEnterName)));
   EXPECT_THAT(sets(), IsEmpty());
 }
 
 TEST_F(ManualBackup, BlanksAloneAreNoFolderAndNoName) {
   fake_.messages.willAnswer({Answer::Ok, Answer::Ok});
-  run([this](HWND form) {
+  runAndCancel([this](HWND form) {
     enter(form, FCopiar_TDestino, L"   ");
     click(form, FCopiar_BCopiar);
     EXPECT_TRUE(told(1));
@@ -259,7 +203,6 @@ TEST_F(ManualBackup, BlanksAloneAreNoFolderAndNoName) {
     enter(form, FCopiar_TNArchivo, L"  ");
     click(form, FCopiar_BCopiar);
     EXPECT_TRUE(told(2));
-    click(form, FCopiar_BCancelar);
   });
   ASSERT_THAT(fake_.messages.shown, SizeIs(2));
   EXPECT_EQ(kChooseFolder, fake_.messages.shown[0].text);
@@ -273,14 +216,13 @@ TEST_F(ManualBackup, AFolderWithItsBackslashAndANameMakeTheSetInTheFolder) {
     EXPECT_EQ(L"  Copia de Seguridad realizada con éxito", textOf(window, FBackup_ESalida));
   });
   EXPECT_THAT(sets(), ElementsAre(L"Lunes.qev"));
-  EXPECT_THAT(contentOf(root_ / L"Copias" / L"Lunes.qev"), testing::StartsWith("Programa : Gestion de prueba;"));
+  EXPECT_THAT(folder_.bytes(L"Copias\\Lunes.qev"), testing::StartsWith("Programa : Gestion de prueba;"));
 }
 
 TEST_F(ManualBackup, AFolderWithoutItsBackslashIsJoinedAsItStands) {
-  copy((root_ / L"Copias").wstring(), L"Lunes", [this](HWND window) {
-    EXPECT_EQ(L" " + (root_ / L"CopiasLunes.qev").wstring(), textOf(window, FBackup_TDestino));
-  });
-  EXPECT_TRUE(fs::exists(root_ / L"CopiasLunes.qev"));
+  copy(folder_ / L"Copias", L"Lunes",
+       [this](HWND window) { EXPECT_EQ(L" " + (folder_ / L"CopiasLunes.qev"), textOf(window, FBackup_TDestino)); });
+  EXPECT_TRUE(fs::exists(folder_ / L"CopiasLunes.qev"));
   EXPECT_THAT(sets(), IsEmpty());
 }
 
@@ -313,26 +255,22 @@ TEST_F(ManualBackup, TheKeyboardAloneIsEnough) {
 }
 
 TEST_F(ManualBackup, TheBackupWindowOpensOverTheSameHostWindowWhichIsActiveAfterwards) {
-  const HWND host = CreateWindowW(L"STATIC", L"Host", WS_OVERLAPPED | WS_VISIBLE, 0, 0, 300, 200, nullptr, nullptr,
-                                  GetModuleHandleW(nullptr), nullptr);
+  const HostWindow host;
   bringToForeground(host);
   HWND firstOwner = nullptr, secondOwner = nullptr;
   run([&](HWND form) {
     firstOwner = GetWindow(form, GW_OWNER);
     EXPECT_FALSE(IsWindowEnabled(host));
-    enter(form, FCopiar_TDestino, copias());
-    enter(form, FCopiar_TNArchivo, L"Lunes");
-    click(form, FCopiar_BCopiar);
+    begin(form, copias(), L"Lunes");
     const HWND window = backupWindow();
     secondOwner = GetWindow(window, GW_OWNER);
     EXPECT_FALSE(IsWindowEnabled(host));
     click(window, FBackup_BAceptar);
   });
-  EXPECT_EQ(host, firstOwner);
-  EXPECT_EQ(host, secondOwner);
+  EXPECT_EQ(HWND{host}, firstOwner);
+  EXPECT_EQ(HWND{host}, secondOwner);
   EXPECT_TRUE(IsWindowEnabled(host));
-  EXPECT_EQ(host, GetActiveWindow());
-  DestroyWindow(host);
+  EXPECT_EQ(HWND{host}, GetActiveWindow());
 }
 
 // Ways to close the dialog without a backup.
@@ -383,10 +321,10 @@ TEST_F(ManualBackup, EscInAFieldFirstTakesBackWhatWasTyped) {
 }
 
 TEST_F(ManualBackup, ANameThatNoFileMayHoldFailsInTheBackupWindow) {
-  std::ofstream(root_ / L"Copias" / L"Lunes.qev") << "de ayer";
+  folder_.write(L"Copias\\Lunes.qev", "de ayer");
   EXPECT_THAT(failureOf(copias(), L"a*b?<c>|d"), testing::Not(IsEmpty()));
   EXPECT_THAT(sets(), ElementsAre(L"Lunes.qev"));
-  EXPECT_EQ("de ayer", contentOf(root_ / L"Copias" / L"Lunes.qev"));
+  EXPECT_EQ("de ayer", folder_.bytes(L"Copias\\Lunes.qev"));
 }
 
 TEST_F(ManualBackup, ANameThatEndsInQevGetsAnother) {
@@ -410,17 +348,15 @@ TEST_F(ManualBackup, ThreeHundredCharactersFailInTheBackupWindow) {
 }
 
 TEST_F(ManualBackup, ASetOfThatNameIsReplacedOnlyWhenTheUserAgrees) {
-  std::ofstream(root_ / L"Copias" / L"Lunes.qev") << "de ayer";
+  folder_.write(L"Copias\\Lunes.qev", "de ayer");
   fake_.messages.willAnswer({Answer::No});
   run([this](HWND form) {
-    enter(form, FCopiar_TDestino, copias());
-    enter(form, FCopiar_TNArchivo, L"Lunes");
-    click(form, FCopiar_BCopiar);
+    begin(form, copias(), L"Lunes");
     EXPECT_TRUE(told(1));
   });
   ASSERT_THAT(fake_.messages.shown, SizeIs(1));
   EXPECT_EQ(L"El nombre del archivo seleccionado ya existe, ¿Desea reemplazarlo?", fake_.messages.shown[0].text);
-  EXPECT_EQ("de ayer", contentOf(root_ / L"Copias" / L"Lunes.qev"));
+  EXPECT_EQ("de ayer", folder_.bytes(L"Copias\\Lunes.qev"));
   EXPECT_TRUE(session_.accepted);
   EXPECT_TRUE(session_.finished);
 }
@@ -459,8 +395,7 @@ TEST_F(ManualBackup, ShowsEachMessageOverItself) {
     seeMessage(L"FCopiar-sin-nombre");
     EXPECT_TRUE(waitFor([form] { return focusOf(form) == FCopiar_TNArchivo; }, 2s));
     type(form, L"Antes del cierre del año");
-    std::this_thread::sleep_for(200ms);
-    saveScreenshot(form, L"FCopiar-lleno");
+    keepPicture(form, L"FCopiar-lleno");
     click(form, FCopiar_BCancelar);
   });
 }
@@ -468,14 +403,12 @@ TEST_F(ManualBackup, ShowsEachMessageOverItself) {
 class ManualBackupAtThisScale : public ManualBackup {};
 
 TEST_F(ManualBackupAtThisScale, EveryTextFits) {
-  run([](HWND form) {
+  runAndCancel([](HWND form) {
     for (const int id :
          {FCopiar_Label1, FCopiar_Label2, FCopiar_Label3, FCopiar_Label4, FCopiar_BCopiar, FCopiar_BCancelar}) {
       EXPECT_TRUE(fitsInOneLine(GetDlgItem(form, id))) << "control " << id;
     }
-    std::this_thread::sleep_for(300ms);
-    saveScreenshot(form, L"FCopiar-" + std::to_wstring(GetDpiForSystem() * 100 / 96));
-    click(form, FCopiar_BCancelar);
+    keepPictureOfThisScale(form, L"FCopiar");
   });
 }
 

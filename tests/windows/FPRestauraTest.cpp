@@ -134,8 +134,7 @@ TEST_F(RestoreWindow, ShowsWhatItDoesWhileItRunsAndHowItEnded) {
     EXPECT_EQ(success(set, kOriginal), textOf(window, FPRestaura_TResultado));
     EXPECT_EQ(L"Copia de Seguridad restaurada con éxito", textOf(window, FPRestaura_ESalida));
     EXPECT_EQ(1000, SendMessageW(GetDlgItem(window, FPRestaura_Progreso), PBM_GETPOS, 0, 0));
-    std::this_thread::sleep_for(300ms);
-    saveScreenshot(window, L"FPRestaura-correcta");
+    keepPicture(window, L"FPRestaura-correcta");
     press(window, VK_RETURN);
   });
   EXPECT_EQ(1, fake_.sound.beeps);
@@ -334,14 +333,11 @@ TEST_F(RestoreFromDisks, CancelOnTheFirstDiskPromptLeavesTheHourglassAndNoResult
   whenAsked();
   fake_.messages.willAnswer({Answer::Yes, Answer::Cancel, Answer::Cancel});
   run([this](HWND form) {
-    load(form, L"A:\\copia.qev");
-    chooseFolder(form, target());
-    click(form, FRestaurar_BRestaurar);
+    begin(form, L"A:\\copia.qev");
     EXPECT_TRUE(told(2));
     HWND window = nullptr;
     ASSERT_TRUE(waitFor([&] { return (window = findForm(kTitle)) != nullptr; }));
-    std::this_thread::sleep_for(300ms);
-    saveScreenshot(window, L"FPRestaura-cancelada");
+    keepPicture(window, L"FPRestaura-cancelada");
     EXPECT_EQ(L"", textOf(window, FPRestaura_TResultado));
     EXPECT_FALSE(IsWindowEnabled(GetDlgItem(window, FPRestaura_BAceptar)));
     EXPECT_TRUE(
@@ -361,9 +357,7 @@ TEST_F(RestoreFromDisks, CancelOnTheWrongDiskWarningEndsTheRunToo) {
   whenAsked({{kDisk2, [this] { insert(1); }}});
   fake_.messages.willAnswer({Answer::Yes, Answer::Ok, Answer::Ok, Answer::Cancel, Answer::Cancel});
   run([this](HWND form) {
-    load(form, L"A:\\copia.qev");
-    chooseFolder(form, target());
-    click(form, FRestaurar_BRestaurar);
+    begin(form, L"A:\\copia.qev");
     EXPECT_TRUE(told(5));
     const HWND window = findForm(kTitle);
     press(window, VK_ESCAPE);
@@ -388,9 +382,7 @@ TEST_F(RestoreFromDisks, DisksWithoutHeadersDrawTheWrongDiskPromptEachAndAreRest
     enter(form, FRestaurar_TNombre, L"A:\\copia.qev");
     chooseFolder(form, target());
     click(form, FRestaurar_BRestaurar);
-    const HWND window = ended();
-    EXPECT_EQ(success(L"A:\\copia.qev", target()), textOf(window, FPRestaura_TResultado));
-    click(window, FPRestaura_BAceptar);
+    EXPECT_EQ(success(L"A:\\copia.qev", target()), closeRun());
   });
   EXPECT_THAT(texts(), ElementsAre(testing::_, kDisk1, kNotDisk1, kDisk2, kNotDisk2, kDisk3, kNotDisk3));
   EXPECT_TRUE(content == folder_.bytes(L"destino\\0.bin"));
@@ -428,7 +420,7 @@ TEST_F(RestoreWindow, ASetThatVanishesBetweenTheCheckAndTheRunIsTold) {
     MoveFileW(set.c_str(), away.c_str());
     click(form, FRestaurar_BRestaurar);
     const HWND window = ended();
-    saveScreenshot(window, L"FPRestaura-errores");
+    keepPicture(window, L"FPRestaura-errores");
     EXPECT_EQ(L"", textOf(window, FPRestaura_TResultado));
     click(window, FPRestaura_BAceptar);
     EXPECT_TRUE(waitFor([form] { return IsWindowVisible(form) && IsWindowEnabled(form); }));
@@ -437,9 +429,7 @@ TEST_F(RestoreWindow, ASetThatVanishesBetweenTheCheckAndTheRunIsTold) {
     MoveFileW(away.c_str(), set.c_str());
     fake_.messages.willAnswer({Answer::Yes});
     click(form, FRestaurar_BRestaurar);
-    const HWND again = ended();
-    EXPECT_EQ(success(set, target()), textOf(again, FPRestaura_TResultado));
-    click(again, FPRestaura_BAceptar);
+    EXPECT_EQ(success(set, target()), closeRun());
   });
   EXPECT_EQ(L"No se ha encontrado el archivo: " + set, texts()[1]);
 }
@@ -453,9 +443,7 @@ TEST_F(RestoreWindow, ASetThatIsLockedBetweenTheCheckAndTheRunIsTold) {
     chooseFolder(form, target());
     lock = UniqueFile(CreateFileW(set.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
     click(form, FRestaurar_BRestaurar);
-    const HWND window = ended();
-    EXPECT_EQ(L"", textOf(window, FPRestaura_TResultado));
-    click(window, FPRestaura_BAceptar);
+    EXPECT_EQ(L"", closeRun());
     leave(form);
   });
   EXPECT_EQ(L"Permiso denegado: " + set, texts()[1]);
@@ -470,7 +458,7 @@ TEST_F(RestoreWindow, ASetThatBecomesAnotherProgramsBetweenTheCheckAndTheRunIsNo
     chooseFolder(form, target());
     putSet(other);
     click(form, FRestaurar_BRestaurar);
-    click(ended(), FPRestaura_BAceptar);
+    closeRun();
     leave(form);
   });
   EXPECT_EQ(L"Esta Copia de Seguridad no es del programa Gestion de prueba: " + set, texts()[1]);
@@ -580,12 +568,10 @@ TEST_F(RestoreWindow, IsSeenBeforeTheRunBeginsOnASlowMachineToo) {
   fake_.messages.willAnswer({Answer::Yes});
   const SlowToShow machine(kTitle);
   run([&](HWND form) {
-    load(form, set);
-    chooseFolder(form, target());
-    click(form, FRestaurar_BRestaurar);
+    begin(form, set);
     EXPECT_TRUE(waitFor([] { return findForm(kTitle, FPRestaura_TResultado) != nullptr; }, 5s));
     slow::held = false;
-    click(ended(), FPRestaura_BAceptar);
+    closeRun();
   });
   EXPECT_LT(0, machine.delays());
   EXPECT_EQ(1, slow::runs);
@@ -597,9 +583,7 @@ TEST_F(RestoreWindow, ACloseAskedForInTheMiddleTakesEffectWhenTheRunHasEnded) {
   fake_.messages.willAnswer({Answer::Yes});
   bool openInTheMiddle = false;
   run([&](HWND form) {
-    load(form, set);
-    chooseFolder(form, target());
-    click(form, FRestaurar_BRestaurar);
+    begin(form, set);
     ASSERT_TRUE(waitFor([] { return slow::depth > 0; }));
     const HWND window = findForm(kTitle);
     PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
@@ -634,10 +618,8 @@ TEST_F(RestoreWindow, WorksOnTheValuesOfItsStart) {
     return loadUnzipEngine();
   };
   run([&](HWND form) {
-    load(form, set);
-    chooseFolder(form, target());
-    click(form, FRestaurar_BRestaurar);
-    click(ended(), FPRestaura_BAceptar);
+    begin(form, set);
+    closeRun();
   });
   EXPECT_EQ("clientes", folder_.bytes(L"destino\\clientes.txt"));
 }
@@ -649,8 +631,7 @@ TEST_F(RestoreWindowAtThisScale, TheResultOfARestoreFits) {
   fake_.messages.willAnswer({Answer::Yes});
   restore(set, target(), [](HWND window) {
     EXPECT_TRUE(fitsWrapped(GetDlgItem(window, FPRestaura_TResultado)));
-    std::this_thread::sleep_for(300ms);
-    saveScreenshot(window, L"FPRestaura-" + std::to_wstring(GetDpiForSystem() * 100 / 96));
+    keepPictureOfThisScale(window, L"FPRestaura");
   });
 }
 

@@ -29,7 +29,7 @@ class RestoreDialog : public RestoreForms {
 };
 
 TEST_F(RestoreDialog, OpensWithoutASetForTheOriginalLocationAndWithTheStructureTicked) {
-  run([](HWND form) {
+  runAndCancel([](HWND form) {
     EXPECT_EQ(kCaption, windowText(form));
     expectNoSet(form);
     EXPECT_EQ(L"Ubicación Original", textOf(form, FRestaurar_TTipo));
@@ -41,24 +41,16 @@ TEST_F(RestoreDialog, OpensWithoutASetForTheOriginalLocationAndWithTheStructureT
     EXPECT_TRUE(readOnly(form, FRestaurar_TNVol));
     EXPECT_EQ(FRestaurar_TNombre, focusOf(form));
     EXPECT_TRUE(SendMessageW(form, DM_GETDEFID, 0, 0) == MAKELONG(FRestaurar_BRestaurar, DC_HASDEFID));
-    std::this_thread::sleep_for(300ms);
-    saveScreenshot(form, L"FRestaurar-vacio");
-    click(form, FRestaurar_BCancelar);
+    keepPicture(form, L"FRestaurar-vacio");
   });
 }
 
 TEST_F(RestoreDialog, TabGoesThroughTheControlsInReadingOrder) {
-  run([](HWND form) {
-    std::vector<int> order;
-    for (int i = 0; i < 10; ++i) {
-      order.push_back(focusOf(form));
-      press(form, VK_TAB);
-      std::this_thread::sleep_for(150ms);
-    }
-    EXPECT_THAT(order, ElementsAre(FRestaurar_TNombre, FRestaurar_BCargar, FRestaurar_TFecha, FRestaurar_TNVol,
-                                   FRestaurar_TTipo, FRestaurar_TDestino, FRestaurar_TEstructura, FRestaurar_BRestaurar,
-                                   FRestaurar_BCancelar, FRestaurar_TNombre));
-    click(form, FRestaurar_BCancelar);
+  runAndCancel([](HWND form) {
+    EXPECT_THAT(tabOrder(form, 10),
+                ElementsAre(FRestaurar_TNombre, FRestaurar_BCargar, FRestaurar_TFecha, FRestaurar_TNVol,
+                            FRestaurar_TTipo, FRestaurar_TDestino, FRestaurar_TEstructura, FRestaurar_BRestaurar,
+                            FRestaurar_BCancelar, FRestaurar_TNombre));
   });
 }
 
@@ -78,14 +70,12 @@ TEST_F(RestoreDialog, MnemonicsReachTheFieldsAndButtons) {
 TEST_F(RestoreDialog, BCargarShowsTheDateAndTheNumberOfVolumesOfTheChosenSet) {
   fake_.registry.put(kKey, L"Dirbackup", Value(std::wstring(L"D:\\Gestion\\Backup\\")));
   const std::wstring set = putSet(header("Gestion de prueba", "16/11/2026", "3", "1") + archive());
-  run([&](HWND form) {
+  runAndCancel([&](HWND form) {
     load(form, set);
     EXPECT_EQ(set, textOf(form, FRestaurar_TNombre));
     EXPECT_EQ(L"16-11-2026", textOf(form, FRestaurar_TFecha));
     EXPECT_EQ(L"3", textOf(form, FRestaurar_TNVol));
-    std::this_thread::sleep_for(300ms);
-    saveScreenshot(form, L"FRestaurar-cargada");
-    click(form, FRestaurar_BCancelar);
+    keepPicture(form, L"FRestaurar-cargada");
   });
   EXPECT_THAT(fake_.fileChooser.shown, ElementsAre(FakeFileChooser::Shown{L"Seleccione archivo de copia de seguridad",
                                                                           L"*.*|*.*", L"D:\\Gestion\\Backup\\"}));
@@ -93,7 +83,7 @@ TEST_F(RestoreDialog, BCargarShowsTheDateAndTheNumberOfVolumesOfTheChosenSet) {
 
 TEST_F(RestoreDialog, BCargarCancelledChangesNothing) {
   const std::wstring set = putSet(header() + archive());
-  run([&](HWND form) {
+  runAndCancel([&](HWND form) {
     load(form, set);
     fake_.fileChooser.willAnswer({std::nullopt});
     click(form, FRestaurar_BCargar);
@@ -101,7 +91,6 @@ TEST_F(RestoreDialog, BCargarCancelledChangesNothing) {
     EXPECT_EQ(set, textOf(form, FRestaurar_TNombre));
     EXPECT_EQ(L"16-11-2026", textOf(form, FRestaurar_TFecha));
     EXPECT_EQ(L"1", textOf(form, FRestaurar_TNVol));
-    click(form, FRestaurar_BCancelar);
   });
 }
 
@@ -109,32 +98,28 @@ TEST_F(RestoreDialog, ASetMadeByAnotherHostProgramShowsTheWarningAndLeavesAllThr
   const std::wstring mine = putSet(header() + archive());
   const std::wstring other = putSet(header("Contabilidad") + archive(), L"otra.qev");
   fake_.messages.willAnswer({Answer::Ok});
-  run([&](HWND form) {
+  runAndCancel([&](HWND form) {
     load(form, mine);
     fake_.fileChooser.willAnswer({other});
     click(form, FRestaurar_BCargar);
     EXPECT_TRUE(told(1));
     expectNoSet(form);
-    click(form, FRestaurar_BCancelar);
   });
-  EXPECT_THAT(fake_.messages.shown,
-              ElementsAre(FakeMessages::Shown{kForeign, kTitle, message::kOk | message::kExclamation}));
+  EXPECT_THAT(fake_.messages.shown, ElementsAre(warning(kForeign)));
 }
 
 TEST_F(RestoreDialog, BRestaurarWithNoSetChosenOnlyShowsTheWarningAndAsksNothing) {
   fake_.messages.willAnswer({Answer::Ok});
-  run([this](HWND form) {
+  runAndCancel([this](HWND form) {
     click(form, FRestaurar_BRestaurar);
     EXPECT_TRUE(told(1));
     EXPECT_TRUE(IsWindowVisible(form));
-    click(form, FRestaurar_BCancelar);
   });
-  EXPECT_THAT(fake_.messages.shown,
-              ElementsAre(FakeMessages::Shown{kNoSet, kTitle, message::kOk | message::kExclamation}));
+  EXPECT_THAT(fake_.messages.shown, ElementsAre(warning(kNoSet)));
 }
 
 TEST_F(RestoreDialog, TheAlternativeLocationEmptiesTheDestinationAndEnablesBCarpeta) {
-  run([](HWND form) {
+  runAndCancel([](HWND form) {
     EXPECT_TRUE(readOnly(form, FRestaurar_TDestino)) << "the original location is the set's affair";
     enter(form, FRestaurar_TTipo, L"Ubicación Alternativa");
     EXPECT_TRUE(waitFor([form] { return textOf(form, FRestaurar_TDestino).empty(); }, 2s));
@@ -144,49 +129,43 @@ TEST_F(RestoreDialog, TheAlternativeLocationEmptiesTheDestinationAndEnablesBCarp
     enter(form, FRestaurar_TTipo, L"Ubicación Original");
     EXPECT_TRUE(waitFor([form] { return textOf(form, FRestaurar_TDestino) == kOriginal; }, 2s));
     EXPECT_FALSE(IsWindowEnabled(GetDlgItem(form, FRestaurar_BCarpeta)));
-    click(form, FRestaurar_BCancelar);
   });
 }
 
 TEST_F(RestoreDialog, TheLocationCanBeChosenFromItsList) {
-  run([](HWND form) {
+  runAndCancel([](HWND form) {
     focus(form, FRestaurar_TTipo);
     press(form, VK_CONTROL);
-    std::this_thread::sleep_for(300ms);
-    saveScreenshot(form, L"FRestaurar-lista");
+    keepPicture(form, L"FRestaurar-lista");
     press(form, VK_DOWN);
     press(form, VK_DOWN);
     press(form, VK_RETURN);
     EXPECT_TRUE(waitFor([form] { return textOf(form, FRestaurar_TTipo) == L"Ubicación Alternativa"; }, 2s));
     EXPECT_TRUE(waitFor([form] { return textOf(form, FRestaurar_TDestino).empty(); }, 2s));
     EXPECT_TRUE(IsWindowEnabled(GetDlgItem(form, FRestaurar_BCarpeta)));
-    click(form, FRestaurar_BCancelar);
   });
 }
 
 TEST_F(RestoreDialog, ALocationThatIsNotOnTheListIsRefusedAndNothingElseChanges) {
   fake_.messages.willAnswer({Answer::Ok});
-  run([this](HWND form) {
+  runAndCancel([this](HWND form) {
     enter(form, FRestaurar_TTipo, L"Otra");
     EXPECT_TRUE(told(1));
     EXPECT_EQ(L"Ubicación Original", textOf(form, FRestaurar_TTipo));
     EXPECT_EQ(kOriginal, textOf(form, FRestaurar_TDestino));
     EXPECT_FALSE(IsWindowEnabled(GetDlgItem(form, FRestaurar_BCarpeta)));
-    click(form, FRestaurar_BCancelar);
   });
   EXPECT_THAT(texts(), ElementsAre(L"El valor introducido no es un elemento de la lista."));
 }
 
 TEST_F(RestoreDialog, BCarpetaPutsTheChosenFolderIntoTheDestination) {
-  run([this](HWND form) {
+  runAndCancel([this](HWND form) {
     chooseFolder(form, L"D:\\Otra\\");
     fake_.folderChooser.willAnswer({std::nullopt});
     click(form, FRestaurar_BCarpeta);
     EXPECT_TRUE(waitFor([this] { return fake_.folderChooser.shown.size() == 2; }));
     EXPECT_EQ(L"D:\\Otra\\", textOf(form, FRestaurar_TDestino));
-    std::this_thread::sleep_for(300ms);
-    saveScreenshot(form, L"FRestaurar-alternativa");
-    click(form, FRestaurar_BCancelar);
+    keepPicture(form, L"FRestaurar-alternativa");
   });
   ASSERT_THAT(fake_.folderChooser.shown, SizeIs(2));
   EXPECT_EQ(L"Elija una carpeta donde extraer la copia de seguridad", fake_.folderChooser.shown[0].title);
@@ -195,7 +174,7 @@ TEST_F(RestoreDialog, BCarpetaPutsTheChosenFolderIntoTheDestination) {
 TEST_F(RestoreDialog, ANoToTheQuestionAboutTheCurrentDataChangesNothing) {
   const std::wstring set = putSet(header() + archive());
   fake_.messages.willAnswer({Answer::No});
-  run([&](HWND form) {
+  runAndCancel([&](HWND form) {
     load(form, set);
     click(form, FRestaurar_BRestaurar);
     EXPECT_TRUE(told(1));
@@ -203,7 +182,6 @@ TEST_F(RestoreDialog, ANoToTheQuestionAboutTheCurrentDataChangesNothing) {
     EXPECT_TRUE(IsWindowVisible(form));
     EXPECT_EQ(set, textOf(form, FRestaurar_TNombre));
     EXPECT_FALSE(findForm(kTitle));
-    click(form, FRestaurar_BCancelar);
   });
   EXPECT_THAT(fake_.messages.shown, ElementsAre(FakeMessages::Shown{kCurrentDataGoes, kTitle, kYesNoInformationNo}));
 }
@@ -211,12 +189,11 @@ TEST_F(RestoreDialog, ANoToTheQuestionAboutTheCurrentDataChangesNothing) {
 TEST_F(RestoreDialog, TheQuestionAboutAnotherFolderNamesIt) {
   const std::wstring set = putSet(header() + archive());
   fake_.messages.willAnswer({Answer::No});
-  run([&](HWND form) {
+  runAndCancel([&](HWND form) {
     load(form, set);
     chooseFolder(form, L"D:\\Otra\\");
     click(form, FRestaurar_BRestaurar);
     EXPECT_TRUE(told(1));
-    click(form, FRestaurar_BCancelar);
   });
   EXPECT_THAT(fake_.messages.shown, ElementsAre(FakeMessages::Shown{
                                         L"Se van a sobreescribir los datos de la carpeta D:\\Otra\\, ¿Desea continuar?",
@@ -234,9 +211,7 @@ TEST_F(RestoreDialog, AnAlternativeLocationLeftEmptyIsAskedAboutAsAnEmptyFolderA
     load(form, set);
     enter(form, FRestaurar_TTipo, L"Ubicación Alternativa");
     click(form, FRestaurar_BRestaurar);
-    const HWND window = ended();
-    EXPECT_EQ(success(set, L""), textOf(window, FPRestaura_TResultado));
-    click(window, FPRestaura_BAceptar);
+    EXPECT_EQ(success(set, L""), closeRun());
   });
   SetCurrentDirectoryW(before);
   EXPECT_EQ("clientes", folder_.bytes(L"actual\\clientes.txt")) << "no folder is the current folder";
@@ -248,9 +223,7 @@ TEST_F(RestoreDialog, IsHiddenDuringTheRunAndClosedByItsResult) {
   fake_.messages.willAnswer({Answer::Yes});
   bool hidden = false, finishedBefore = true;
   run([&](HWND form) {
-    load(form, set);
-    chooseFolder(form, target());
-    click(form, FRestaurar_BRestaurar);
+    begin(form, set);
     const HWND window = ended();
     hidden = !IsWindowVisible(form);
     finishedBefore = session_.finished;
@@ -265,12 +238,11 @@ TEST_F(RestoreDialog, IsHiddenDuringTheRunAndClosedByItsResult) {
 
 TEST_F(RestoreDialog, TheHostsWindowCannotBeUsedUntilTheEndAndIsActiveThen) {
   const std::wstring set = putSet(header() + archive());
-  const HWND host = CreateWindowW(L"STATIC", L"Host", WS_OVERLAPPED | WS_VISIBLE, 0, 0, 300, 200, nullptr, nullptr,
-                                  GetModuleHandleW(nullptr), nullptr);
+  const HostWindow host;
   bringToForeground(host);
   fake_.messages.willAnswer({Answer::Yes});
   run([&](HWND form) {
-    EXPECT_EQ(host, GetWindow(form, GW_OWNER));
+    EXPECT_EQ(HWND{host}, GetWindow(form, GW_OWNER));
     load(form, set);
     chooseFolder(form, target());
     EXPECT_FALSE(IsWindowEnabled(host));
@@ -282,13 +254,12 @@ TEST_F(RestoreDialog, TheHostsWindowCannotBeUsedUntilTheEndAndIsActiveThen) {
     click(window, FPRestaura_BAceptar);
   });
   EXPECT_TRUE(IsWindowEnabled(host));
-  EXPECT_EQ(host, GetActiveWindow());
-  DestroyWindow(host);
+  EXPECT_EQ(HWND{host}, GetActiveWindow());
 }
 
 TEST_F(RestoreDialog, APathThatIsTypedIsLookedAtAsOneThatIsChosen) {
   const std::wstring set = putSet(header() + archive());
-  run([&](HWND form) {
+  runAndCancel([&](HWND form) {
     enter(form, FRestaurar_TNombre, set);
     EXPECT_EQ(L"16-11-2026", textOf(form, FRestaurar_TFecha));
     EXPECT_EQ(L"1", textOf(form, FRestaurar_TNVol));
@@ -296,7 +267,6 @@ TEST_F(RestoreDialog, APathThatIsTypedIsLookedAtAsOneThatIsChosen) {
     EXPECT_EQ(set + L".no", textOf(form, FRestaurar_TNombre));
     EXPECT_EQ(L"", textOf(form, FRestaurar_TFecha)) << "not the date of another set";
     EXPECT_EQ(L"", textOf(form, FRestaurar_TNVol));
-    click(form, FRestaurar_BCancelar);
   });
 }
 
@@ -374,14 +344,13 @@ class BadSets : public RestoreDialog, public testing::WithParamInterface<BadSet>
 TEST_P(BadSets, AreToldLeaveTheFieldsEmptyAndKeepTheirBytes) {
   const std::wstring set = putSet(GetParam().bytes);
   fake_.messages.willAnswer({Answer::Ok, Answer::Ok});
-  run([&](HWND form) {
+  runAndCancel([&](HWND form) {
     fake_.fileChooser.willAnswer({set});
     click(form, FRestaurar_BCargar);
     EXPECT_TRUE(told(1));
     expectNoSet(form);
     click(form, FRestaurar_BRestaurar);
     EXPECT_TRUE(told(2));
-    click(form, FRestaurar_BCancelar);
   });
   ASSERT_THAT(fake_.messages.shown, SizeIs(2));
   EXPECT_THAT(fake_.messages.shown[0].text, HasSubstr(GetParam().message));
@@ -397,12 +366,11 @@ INSTANTIATE_TEST_SUITE_P(Files, BadSets, testing::ValuesIn(BadSets::all()),
 
 TEST_F(RestoreDialog, ASetThatIsGoneIsTold) {
   fake_.messages.willAnswer({Answer::Ok});
-  run([&](HWND form) {
+  runAndCancel([&](HWND form) {
     fake_.fileChooser.willAnswer({folder_ / L"no-esta.qev"});
     click(form, FRestaurar_BCargar);
     EXPECT_TRUE(told(1));
     expectNoSet(form);
-    click(form, FRestaurar_BCancelar);
   });
   EXPECT_THAT(texts(), ElementsAre(L"No se ha encontrado el archivo: " + (folder_ / L"no-esta.qev")));
 }
@@ -413,11 +381,10 @@ TEST_F(RestoreDialog, ASetThatIsLockedIsTold) {
       UniqueFile(CreateFileW(set.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
   ASSERT_TRUE(lock);
   fake_.messages.willAnswer({Answer::Ok});
-  run([&](HWND form) {
+  runAndCancel([&](HWND form) {
     fake_.fileChooser.willAnswer({set});
     click(form, FRestaurar_BCargar);
     EXPECT_TRUE(told(1));
-    click(form, FRestaurar_BCancelar);
   });
   EXPECT_THAT(texts(), ElementsAre(L"Permiso denegado: " + set));
 }
@@ -427,36 +394,17 @@ TEST_F(RestoreDialog, ASetThatIsLockedIsTold) {
 class RestoreAtThisScale : public RestoreDialog {};
 
 TEST_F(RestoreAtThisScale, EveryTextOfTheRestoreDialogFits) {
-  run([](HWND form) {
+  runAndCancel([](HWND form) {
     for (const int id : {FRestaurar_Label1, FRestaurar_Label2, FRestaurar_Label3, FRestaurar_Label4, FRestaurar_Label5,
                          FRestaurar_Label6, FRestaurar_TEstructura, FRestaurar_BRestaurar, FRestaurar_BCancelar}) {
       EXPECT_TRUE(fitsInOneLine(GetDlgItem(form, id))) << "control " << id;
     }
-    std::this_thread::sleep_for(300ms);
-    saveScreenshot(form, L"FRestaurar-" + std::to_wstring(GetDpiForSystem() * 100 / 96));
-    click(form, FRestaurar_BCancelar);
+    keepPictureOfThisScale(form, L"FRestaurar");
   });
 }
 
 TEST_F(RestoreAtThisScale, NothingOfTheRestoreDialogLiesOutsideItOrOverAnotherThing) {
-  run([](HWND form) {
-    RECT client{};
-    GetClientRect(form, &client);
-    std::vector<std::pair<int, RECT>> seen;
-    for (HWND child = GetWindow(form, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
-      RECT area{};
-      GetWindowRect(child, &area);
-      MapWindowPoints(nullptr, form, reinterpret_cast<POINT*>(&area), 2);
-      const int id = GetDlgCtrlID(child);
-      EXPECT_TRUE(area.left >= 0 && area.top >= 0 && area.right <= client.right && area.bottom <= client.bottom) << id;
-      for (const auto& [other, otherArea] : seen) {
-        RECT common{};
-        EXPECT_FALSE(IntersectRect(&common, &area, &otherArea)) << "controls " << id << " and " << other;
-      }
-      seen.emplace_back(id, area);
-    }
-    click(form, FRestaurar_BCancelar);
-  });
+  runAndCancel([](HWND form) { expectNothingOutsideOrOverAnother(form); });
 }
 
 TEST_F(RestoreDialog, GivesBackEveryWindowAndDrawingObject) {

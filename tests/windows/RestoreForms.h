@@ -2,46 +2,27 @@
 // messages and choosers of the test's own, and a drive A: whose disks the test inserts.
 #pragma once
 
-#include <gmock/gmock.h>
-
-#include <filesystem>
-#include <fstream>
-#include <functional>
-#include <iterator>
 #include <map>
 #include <optional>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "platform/Handle.h"
 #include "platform/SystemServices.h"
-#include "resources/resource.h"
 #include "restore/FRestaurar.h"
-#include "support/CountedMessages.h"
 #include "support/DiskDrive.h"
-#include "support/FakePlatform.h"
-#include "support/Hands.h"
 #include "support/OriginalDrive.h"
-#include "support/Screenshot.h"
-#include "support/TemporaryFolder.h"
 #include "support/ZipWriter.h"
+#include "windows/FormTest.h"
 
 namespace qev::test {
 
-class RestoreForms : public testing::Test, public Hands {
+class RestoreForms : public FormTest {
  protected:
-  static constexpr wchar_t kTitle[] = L"Gestion de prueba";
-  static constexpr wchar_t kKey[] = L"Software\\Gestion";
   static constexpr wchar_t kCaption[] = L"Restaurar Copia";
   static constexpr wchar_t kOriginal[] = L"  Carpeta Origen";
   static constexpr std::uint32_t kYesNoInformationNo = 324;
 
   void SetUp() override {
-    SetThreadDpiAwarenessContext(DPI_AWARENESS_CONTEXT_SYSTEM_AWARE);  // at the scale of the system, whatever it is
-    host_.title = kTitle;
-    host_.settingsKey = kKey;
-    host_.dataFolder = folder_ / L"Datos\\Emp01\\";
+    FormTest::SetUp();
     emptyWorkFolder();
   }
 
@@ -81,6 +62,14 @@ class RestoreForms : public testing::Test, public Hands {
     });
   }
 
+  // The same, and then presses BCancelar.
+  void runAndCancel(const std::function<void(HWND form)>& user) {
+    run([&](HWND form) {
+      user(form);
+      click(form, FRestaurar_BCancelar);
+    });
+  }
+
   // Loads a set.
   void load(HWND form, const std::wstring& set) {
     fake_.fileChooser.willAnswer({set});
@@ -97,13 +86,22 @@ class RestoreForms : public testing::Test, public Hands {
   }
 
   // The restore window, when its run has ended.
-  static HWND ended() {
-    HWND form = nullptr;
-    EXPECT_TRUE(waitFor([&form] {
-      form = findForm(kTitle, FPRestaura_TResultado);
-      return form && IsWindowEnabled(GetDlgItem(form, FPRestaura_BAceptar));
-    })) << "the run has not ended";
-    return form;
+  static HWND ended() { return endedRun(FPRestaura_TResultado, FPRestaura_BAceptar); }
+
+  // Loads a set and presses BRestaurar for another folder.
+  void begin(HWND form, const std::wstring& set) { begin(form, set, target()); }
+  void begin(HWND form, const std::wstring& set, const std::wstring& folder) {
+    load(form, set);
+    chooseFolder(form, folder);
+    click(form, FRestaurar_BRestaurar);
+  }
+
+  // Leaves the restore window when its run has ended; what it said.
+  static std::wstring closeRun() {
+    const HWND window = ended();
+    const std::wstring result = textOf(window, FPRestaura_TResultado);
+    click(window, FPRestaura_BAceptar);
+    return result;
   }
 
   // Restores a set to a folder, or to where it came from without one, and returns what the window said.
@@ -138,16 +136,6 @@ class RestoreForms : public testing::Test, public Hands {
            destination;
   }
 
-  // --- messages ---
-
-  bool told(std::size_t messages) { return messages_.told(messages); }
-
-  std::vector<std::wstring> texts() const {
-    std::vector<std::wstring> all;
-    for (const auto& shown : fake_.messages.shown) all.push_back(shown.text);
-    return all;
-  }
-
   // --- the work folder ---
 
   static std::wstring temp() { return systemPlatform().workFolder.path() + L"\\temp"; }
@@ -162,20 +150,9 @@ class RestoreForms : public testing::Test, public Hands {
     for (const auto& entry : std::filesystem::directory_iterator(temp())) std::filesystem::remove(entry.path());
   }
 
-  static std::string contentOf(const std::wstring& path) {
-    std::ifstream file(std::filesystem::path(path), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
-
-  TemporaryFolder folder_;
-  FakePlatform fake_;
-  CountedMessages messages_{fake_.messages};
-  Platform& system_ = systemPlatform();
   DiskDrive files_{system_.files};
   Platform platform_ = with(system_, fake_.registry, files_, messages_, fake_.sound, fake_.folderChooser,
                             fake_.textPrompt, fake_.fileChooser);
-  HostSettings host_;
-  FormSession session_;
   CUnzipFiles::EngineLoader loadEngine_ = loadUnzipEngine;
 };
 

@@ -38,9 +38,7 @@ class SafeRestore : public RestoreForms {
   std::wstring restoreTo(const std::wstring& set, const std::wstring& folder) {
     std::wstring result;
     runOn(withWorkFolder_, [&](HWND form) {
-      load(form, set);
-      chooseFolder(form, folder);
-      click(form, FRestaurar_BRestaurar);
+      begin(form, set, folder);
       const HWND window = ended();
       if (!window) return;
       result = textOf(window, FPRestaura_TResultado);

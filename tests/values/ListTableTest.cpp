@@ -1,5 +1,5 @@
 // The rows of a combo box's list and how a row is found.
-#include "controls/ListTable.h"
+#include "values/ListTable.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "controls/ListTable.h"
+#include "values/ListTable.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "resources/Picture.h"
+#include "controls/Picture.h"
 
 #include <algorithm>
 #include <array>

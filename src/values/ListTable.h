@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "controls/MGeneral.h"
 #include "platform/Locale.h"
 #include "platform/Value.h"
+#include "values/MGeneral.h"
 
 namespace qev {
 

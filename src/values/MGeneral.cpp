@@ -1,4 +1,4 @@
-#include "controls/MGeneral.h"
+#include "values/MGeneral.h"
 
 #include <algorithm>
 #include <cmath>

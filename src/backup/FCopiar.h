@@ -8,10 +8,8 @@
 #include <optional>
 #include <string>
 
-#include "controls/HeadingBand.h"
 #include "controls/ModalForm.h"
 #include "controls/UTextBox.h"
-#include "platform/Handle.h"
 #include "platform/Platform.h"
 #include "zip/CZipFiles.h"
 
@@ -32,24 +30,13 @@ class FCopiar final : public ModalForm {
   void load() override;
   void command(int id) override;
   void unload() override;
-  void drawItem(int id, HDC dc, const RECT& area) override { heading_.drawItem(id, dc, area); }
-  HBRUSH colours(int id, HDC dc) override { return heading_.colours(id, dc); }
-  void paint(HDC dc) override { heading_.paint(dc); }
 
   void Archivo_Click();
   void BCopiar_Click();
-  void closeOnEscape(UTextBox& field);
-  void showIcon(int button, const wchar_t* picture, UniqueIcon& icon) const;
-  void inform(const std::wstring& text) const;
 
   CZipFiles::EngineLoader loadEngine_;
   UTextBox* TDestino_ = nullptr;
   UTextBox* TNArchivo_ = nullptr;
-  HeadingBand heading_;
-  UniqueIcon folderIcon_;
-  UniqueIcon copyIcon_;
-  UniqueIcon cancelIcon_;
-  bool typed_ = false;                       // what is in the field that has the focus may differ from what it had
   std::optional<std::wstring> RutaDestino_;  // the target of the backup that is to follow
 };
 

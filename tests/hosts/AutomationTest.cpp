@@ -2,7 +2,6 @@
 // engine and window.
 #include <gtest/gtest.h>
 #include <windows.h>
-#include <wrl/client.h>
 
 #include <initguid.h>
 
@@ -25,7 +24,13 @@ namespace {
 
 constexpr wchar_t kKey[] = L"Software\\QevBackupHostTest";
 
-using Microsoft::WRL::ComPtr;
+template <typename Interface>
+struct ComReleaser {
+  void operator()(Interface* object) const { object->Release(); }
+};
+
+template <typename Interface>
+using ComPointer = std::unique_ptr<Interface, ComReleaser<Interface>>;
 
 // The library under test, loaded as regsvr32 loads it.
 class LoadedLibrary {
@@ -102,10 +107,11 @@ class AutomationObject : public testing::Test {
 
   void writeFile(const fs::path& path, const std::string& content) { std::ofstream(path, std::ios::binary) << content; }
 
-  static ComPtr<IMCBackup> create() {
-    ComPtr<IMCBackup> object;
-    EXPECT_EQ(S_OK, CoCreateInstance(kClassId, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(object.GetAddressOf())));
-    return object;
+  static ComPointer<IMCBackup> create() {
+    IMCBackup* object = nullptr;
+    EXPECT_EQ(S_OK, CoCreateInstance(kClassId, nullptr, CLSCTX_INPROC_SERVER, IID_IMCBackup,
+                                     reinterpret_cast<void**>(&object)));
+    return ComPointer<IMCBackup>(object);
   }
 
   fs::path today() {
@@ -137,7 +143,7 @@ TEST_F(AutomationObject, HasItsMembersInVtableOrder) {
   const auto object = create();
   ITypeInfo* info = nullptr;
   ASSERT_EQ(S_OK, object->GetTypeInfo(0, LOCALE_USER_DEFAULT, &info));
-  const ComPtr<ITypeInfo> owned(info);
+  const ComPointer<ITypeInfo> owned(info);
   TYPEATTR* attributes = nullptr;
   ASSERT_EQ(S_OK, info->GetTypeAttr(&attributes));
   std::vector<std::wstring> members;
@@ -186,7 +192,7 @@ TEST_F(AutomationObject, RegistroRaisesWhenTheFolderCannotBeCreated) {
   EXPECT_EQ(static_cast<HRESULT>(0x800A004C), object->put_Registro(Bstr(kKey).get()));
   IErrorInfo* info = nullptr;
   ASSERT_EQ(S_OK, GetErrorInfo(0, &info));
-  const ComPtr<IErrorInfo> owned(info);
+  const ComPointer<IErrorInfo> owned(info);
   Bstr description, source;
   info->GetDescription(description.put());
   info->GetSource(source.put());
@@ -219,7 +225,7 @@ TEST_F(AutomationObject, SupportsErrorInformationForItsInterface) {
   const auto object = create();
   ISupportErrorInfo* support = nullptr;
   ASSERT_EQ(S_OK, object->QueryInterface(IID_ISupportErrorInfo, reinterpret_cast<void**>(&support)));
-  const ComPtr<ISupportErrorInfo> owned(support);
+  const ComPointer<ISupportErrorInfo> owned(support);
   EXPECT_EQ(S_OK, support->InterfaceSupportsErrorInfo(IID_IMCBackup));
   EXPECT_EQ(S_FALSE, support->InterfaceSupportsErrorInfo(IID_IPersist));
 }
@@ -354,7 +360,7 @@ TEST_F(AutomationObject, CCopiasRaisesWhatGoesWrongWithNumberSourceAndDescriptio
   EXPECT_EQ(static_cast<HRESULT>(0x800A0046), object->CCopias());
   IErrorInfo* info = nullptr;
   ASSERT_EQ(S_OK, GetErrorInfo(0, &info));
-  const ComPtr<IErrorInfo> owned(info);
+  const ComPointer<IErrorInfo> owned(info);
   Bstr description, source;
   info->GetDescription(description.put());
   info->GetSource(source.put());
@@ -406,7 +412,7 @@ void CALLBACK callFromTimer(HWND, UINT, UINT_PTR timer, DWORD) {
 
 TEST_F(AutomationObject, ASecondFormWhileOneIsOpenRaises400) {
   const auto object = create();
-  timerObject = object.Get();
+  timerObject = object.get();
   SetTimer(nullptr, 0, 50, &callFromTimer);
   EXPECT_EQ(S_OK, object->FormCopiar());
   for (const HRESULT result : timerResults) EXPECT_EQ(static_cast<HRESULT>(0x800A0190), result);
@@ -445,14 +451,16 @@ TEST_F(AutomationObject, KeepsTheLibraryLoadedWhileItLives) {
 }
 
 TEST_F(AutomationObject, AServerLockKeepsTheLibraryLoaded) {
-  ComPtr<IClassFactory> factory;
-  ASSERT_EQ(S_OK, CoGetClassObject(kClassId, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(factory.GetAddressOf())));
+  IClassFactory* factory = nullptr;
+  ASSERT_EQ(S_OK, CoGetClassObject(kClassId, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory,
+                                   reinterpret_cast<void**>(&factory)));
   factory->LockServer(TRUE);
   EXPECT_EQ(S_FALSE, library_.call("DllCanUnloadNow"));
   factory->LockServer(FALSE);
-  ComPtr<IUnknown> aggregated;
-  EXPECT_EQ(CLASS_E_NOAGGREGATION, factory->CreateInstance(factory.Get(), IID_PPV_ARGS(aggregated.GetAddressOf())));
-  factory.Reset();
+  IUnknown* aggregated = nullptr;
+  EXPECT_EQ(CLASS_E_NOAGGREGATION,
+            factory->CreateInstance(factory, IID_IUnknown, reinterpret_cast<void**>(&aggregated)));
+  factory->Release();
   EXPECT_EQ(S_OK, library_.call("DllCanUnloadNow"));
 }
 

@@ -16,7 +16,7 @@ target_compile_options(qev_fuzz PUBLIC ${sanitizers})
 target_link_libraries(qev_fuzz PUBLIC qev_logic gtest)
 qev_strict(qev_fuzz)
 
-foreach(name SetHeader ListingLines MGeneral ZipDirectory)
+foreach(name Runs SetHeader ListingLines MGeneral ZipDirectory)
   add_executable(${name}Fuzz tests/fuzz/${name}Fuzz.cpp)
   target_link_libraries(${name}Fuzz qev_fuzz)
   target_link_options(${name}Fuzz PRIVATE -fsanitize=fuzzer,address,undefined)

@@ -24,6 +24,7 @@ add_executable(qev_logic_tests
   tests/backup/HacerCopiaTest.cpp
   tests/backup/SafeModeTest.cpp
   tests/record/RunRecordTest.cpp
+  tests/restore/RestaurarCopiaTest.cpp
   tests/values/ListTableTest.cpp
   tests/values/MGeneralTest.cpp
   tests/zip/EngineLinesTest.cpp

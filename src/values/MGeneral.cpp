@@ -271,7 +271,7 @@ bool MGeneral::isNumeric(const Value& value) const {
   if (std::holds_alternative<Null>(value) || std::holds_alternative<Date>(value)) return false;
   if (!std::holds_alternative<std::wstring>(value)) return true;
   try {
-    locale_.toDouble(value);
+    static_cast<void>(locale_.toDouble(value));
     return true;
   } catch (const AutomationError&) {
     return false;

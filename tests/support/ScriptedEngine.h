@@ -52,7 +52,7 @@ class ScriptedEngine {
   class Run final : public Engine {
    public:
     explicit Run(ScriptedEngine& script) : script_(script) {}
-    std::int32_t run(const Request& request, Client& client) override { return script_.perform(request, client); }
+    std::int32_t run(const Request& asked, Client& client) override { return script_.perform(asked, client); }
 
    private:
     ScriptedEngine& script_;

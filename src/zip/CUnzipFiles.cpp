@@ -43,7 +43,7 @@ class Client final : public UnzipClient {
   // Asked until the user gives none.
   std::wstring password() override {
     if (passwordRefused_) return {};
-    const std::wstring typed = platform_.textPrompt.ask(L"Please Enter The Password!", L"Unzip").value_or(L"");
+    std::wstring typed = platform_.textPrompt.ask(L"Please Enter The Password!", L"Unzip").value_or(L"");
     passwordRefused_ = typed.empty();
     return typed;
   }

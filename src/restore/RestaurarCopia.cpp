@@ -134,7 +134,11 @@ void RestoreRun::removeLeftOvers() const {
 
 // Of a set on several disks any disk may be in the drive now, or none: it is what the dialog has read.
 SetHeader RestoreRun::readSet() {
-  if (choice_.set && choice_.set->totalVolumes != 1) return *choice_.set;
+  if (choice_.set && choice_.set->totalVolumes != 1) {
+    SetHeader set = *choice_.set;
+    set.program = host_.title;  // as the dialog has found; the host may have given itself another title since
+    return set;
+  }
   if (!bareDisks_) {
     if (const auto header = checkSet(platform_, choice_.Archivo, host_.title).header) return *header;
     bareDisks_ = isBareSlice();

@@ -137,7 +137,7 @@ int WINAPI listed(unsigned long size, unsigned long, unsigned, unsigned month, u
 // Never stops the run.
 int WINAPI entryDone(const char* name, unsigned long size) {
   return UnzipRun::callback(0, [&](UnzipClient&, EngineLines& lines) {
-    lines.ended(textOf(name), size);
+    lines.ended(name ? textOf(name) : std::wstring(), size);
     return 0;
   });
 }

@@ -204,6 +204,8 @@ TEST_F(SafeMode, ASetThatDoesNotPassTheTestIsAFailureAndTheOldOneIsThere) {
     EXPECT_EQ(fake.files.bytes(kTarget), kOld);
   }
   EXPECT_THAT(fake.files.bytes(kLog), HasSubstr("  Comprobada: no\r\n"));
+  EXPECT_THAT(fake.files.bytes(kLog),
+              HasSubstr("    | testing: Prog/Util.mde   bad CRC 6faa2d8e  (should be 6faa2d8f)\r\n"));
 }
 
 TEST_F(SafeMode, AnArchiveWithoutEntriesOrThatIsNoneProvesNothing) {

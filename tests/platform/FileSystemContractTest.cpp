@@ -89,7 +89,7 @@ class FolderOnDisk : public TemporaryFolder {
                                   FILE_ATTRIBUTE_NORMAL, nullptr));
   }
 
-  FileSystemWindows files;
+  FileSystemWindows files{Patience{.milliseconds = 700}};  // no test holds a file as long as the product waits
 };
 using Folders = testing::Types<FolderInMemory, FolderOnDisk>;
 #else

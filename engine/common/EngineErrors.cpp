@@ -17,6 +17,8 @@ int errnoOf(DWORD error) {
     case ERROR_ACCESS_DENIED:
     case ERROR_SHARING_VIOLATION:
     case ERROR_LOCK_VIOLATION:
+    case ERROR_DELETE_PENDING:
+    case ERROR_USER_MAPPED_FILE:
     case ERROR_CANNOT_MAKE: return EACCES;
     case ERROR_WRITE_PROTECT: return EROFS;
     case ERROR_FILE_EXISTS:

@@ -98,7 +98,7 @@ void dress(HANDLE handle, const QevEntry& entry) {
 // Writes a file that is whole in memory straight to its place, if nothing is there. Answers false if something is.
 bool writeNew(const QevEntry& entry) {
   const DWORD code = file.createAt(places::current());
-  if (code == ERROR_FILE_EXISTS || code == ERROR_ACCESS_DENIED) return false;
+  if (code == ERROR_FILE_EXISTS || code == ERROR_ACCESS_DENIED || code == ERROR_DELETE_PENDING) return false;
   if (code != ERROR_SUCCESS) {
     fail("cannot create the file", code);
     return true;

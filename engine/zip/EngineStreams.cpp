@@ -201,7 +201,6 @@ bool writing() {
 
 void expectArchive(const wchar_t* path) {
   wcsncpy(archiveAlias, path, NewFile::kLongestPath);
-  NewFile::removeLeftOvers(path);
 }
 
 DWORD placeArchive(const wchar_t* place) {

@@ -151,6 +151,7 @@ int archive(int argc, const char* zipFileName, char** names) {
     return ZP_PARMS;
   }
   paths::begin(rootFolder, archiveName, archivePath);
+  NewFile::removeLeftOvers(archivePath);  // before any folder is looked at: the archive's may be among them
   answers::begin(callbacks.comment);
   answers::password(callbacks.password, archiveName);
 

@@ -12,8 +12,8 @@ namespace qev {
 
 // Deletes all files that lie directly in `backupFolder` but the newest `NCopias` by creation date (10 where the setting
 // is missing or empty), whatever their names; of files of the same second, those that the file system lists first count
-// as newer. Read-only files go too; subfolders are not looked at. A missing folder is made. What runs are writing counts
-// for nothing, and what killed ones left goes first (FileSystem::filesIn, removeLeftOvers).
+// as newer. Read-only files go too; subfolders are not looked at. A missing folder is made. What runs are writing
+// counts for nothing, and what killed ones left goes first (FileSystem::filesIn, removeLeftOvers).
 //
 // Throws 13 for an NCopias that is no number, 6 for one beyond 16 bits, 9 for a negative one (no set is deleted in
 // these cases; an empty folder is content with any NCopias), and what the registry and the file system throw. When a

@@ -78,9 +78,18 @@ bool isWritable(const wchar_t* folder) {
   return handle != INVALID_HANDLE_VALUE;
 }
 
+// Whether the rights to a file keep this user from deleting it. One that is in use elsewhere is refused in other words.
+bool isDenied(const wchar_t* path) {
+  const HANDLE handle =
+      CreateFileW(path, DELETE, kShareAll, nullptr, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+  const DWORD code = result(handle != INVALID_HANDLE_VALUE);
+  if (handle != INVALID_HANDLE_VALUE) CloseHandle(handle);
+  return code == ERROR_ACCESS_DENIED;
+}
+
 // Whether what has kept a file from its place can pass. Access is denied for good by a folder in the place, by a
-// read-only file, and by the rights to the folder; for a while by another program's handle and by a deletion that waits
-// for one.
+// read-only file, and by the rights to the file or to the folder; for a while by another program's handle and by a
+// deletion that waits for one.
 bool mayPass(DWORD code, const wchar_t* place) {
   if (code == ERROR_SHARING_VIOLATION || code == ERROR_LOCK_VIOLATION || code == ERROR_DELETE_PENDING ||
       code == ERROR_USER_MAPPED_FILE) {
@@ -90,6 +99,7 @@ bool mayPass(DWORD code, const wchar_t* place) {
   const DWORD attributes = GetFileAttributesW(place);
   const bool exists = attributes != INVALID_FILE_ATTRIBUTES;
   if (exists && (attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)) != 0) return false;
+  if (exists && isDenied(place)) return false;
   std::size_t length = 0;
   wchar_t folder[NewFile::kLongestPath + 1];
   if (folderOf(place, folder, length) != ERROR_SUCCESS) return false;
@@ -260,15 +270,19 @@ DWORD NewFile::createAt(const wchar_t* path) {
 }
 
 DWORD NewFile::create(const wchar_t* place) {
+  constexpr int kMostRefused = 8;  // a name whose last file is still being deleted is refused; the next may be free
   static std::atomic<unsigned> counter{0};
   std::size_t folder = 0;
   DWORD code = folderOf(place, path_, folder);
   if (code != ERROR_SUCCESS) return code;
-  do {
+  for (int refused = 0; refused < kMostRefused;) {
     _snwprintf(path_ + folder, MAX_PATH, L"qev%08x-%lx-%016I64x-%x.tmp", static_cast<unsigned>(thisMachine()),
                GetCurrentProcessId(), startOf(GetCurrentProcess()), counter++);
     code = createAt(path_);
-  } while (code == ERROR_FILE_EXISTS);
+    if (code == ERROR_FILE_EXISTS) continue;
+    if (code != ERROR_ACCESS_DENIED && code != ERROR_DELETE_PENDING) break;
+    ++refused;
+  }
   return code;
 }
 

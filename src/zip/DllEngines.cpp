@@ -142,6 +142,19 @@ int WINAPI entryDone(const char* name, unsigned long size) {
   });
 }
 
+// The library's patience for the length of a run. The engine may stay loaded for somebody else, and must not call this
+// library then.
+class PatientRun {
+ public:
+  explicit PatientRun(const EngineLibrary& library) : library_(library) { library_.setPatience(systemPatience()); }
+  PatientRun(const PatientRun&) = delete;
+  PatientRun& operator=(const PatientRun&) = delete;
+  ~PatientRun() { library_.setPatience({}); }
+
+ private:
+  const EngineLibrary& library_;
+};
+
 // A list of names as an engine takes it: 100 slots, the ones beyond the count empty. REQUIRES: no more than that.
 class NameSlots {
  public:
@@ -164,6 +177,7 @@ class DllZipEngine final : public ZipEngine {
 
   std::int32_t run(const ZipRequest& request, EngineClient& client) override {
     const ZipRun run(client);
+    const PatientRun patient(functions_.library);
     ZIPUSERFUNCTIONS callbacks{&printZip, &refusePassword, &emptyComment};
     functions_.ZpInit(&callbacks);
 
@@ -191,6 +205,7 @@ class DllUnzipEngine final : public UnzipEngine {
 
   std::int32_t run(const UnzipRequest& request, UnzipClient& client) override {
     const UnzipRun run(client);
+    const PatientRun patient(functions_.library);
     askVersion();
     USERFUNCTION callbacks{};
     callbacks.print = &printUnzip;
@@ -246,20 +261,15 @@ class DllUnzipEngine final : public UnzipEngine {
 }  // namespace
 
 EngineLibrary::EngineLibrary(const std::wstring& fileName) : fileName_(fileName), module_(loadModule(fileName)) {
+  if (module_) return;
   const DWORD error = GetLastError();
-  if (module_) {
-    setPatience();
-    return;
-  }
   const bool missing = error == ERROR_MOD_NOT_FOUND || error == ERROR_FILE_NOT_FOUND;
   throw AutomationError(missing ? kFileNotFound : kCannotLoadLibrary, fileName);
 }
 
-// An engine that cannot be told has its own.
-void EngineLibrary::setPatience() const {
-  const auto set = reinterpret_cast<void*>(GetProcAddress(module_.get(), "QevSetPatience"));
+void EngineLibrary::setPatience(const Patience& patience) const {
+  const auto set = module_ ? reinterpret_cast<void*>(GetProcAddress(module_.get(), "QevSetPatience")) : nullptr;
   if (!set) return;
-  const Patience patience = systemPatience();
   reinterpret_cast<decltype(&QevSetPatience)>(set)(patience.milliseconds, patience.giveMessages, patience.context);
 }
 

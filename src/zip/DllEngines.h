@@ -8,6 +8,7 @@
 #include "engine/Vanto5.h"
 #include "engine/Vanto6.h"
 #include "platform/Handle.h"
+#include "platform/NewFile.h"
 #include "zip/ArchiveEngine.h"
 
 namespace qev {
@@ -18,8 +19,7 @@ class EngineLibrary {
   // None.
   EngineLibrary() = default;
 
-  // Loads the file of that name ("VANTO5.DLL"), whose runs then wait as long as the library for a place that others
-  // hold. Throws what loadZipEngine says.
+  // Loads the file of that name ("VANTO5.DLL"). Throws what loadZipEngine says.
   explicit EngineLibrary(const std::wstring& fileName);
 
   // Points `call` at the exported function. Throws 453 when there is none.
@@ -28,8 +28,11 @@ class EngineLibrary {
     call = reinterpret_cast<Function>(address(name));
   }
 
+  // Says how long the runs to come wait for a place that others hold, and who is called meanwhile. An engine that
+  // cannot be told has its own patience.
+  void setPatience(const Patience& patience) const;
+
  private:
-  void setPatience() const;
   void* address(const char* name) const;
 
   std::wstring fileName_;

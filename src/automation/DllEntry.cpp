@@ -39,7 +39,7 @@ class MCBackupFactory final : public IClassFactory {
     *object = nullptr;
     if (outer) return CLASS_E_NOAGGREGATION;
     ComPtr<MCBackup> made;
-    made.Attach(new (std::nothrow) MCBackup);
+    *made.GetAddressOf() = new (std::nothrow) MCBackup;  // born with a reference; mingw-w64's Attach would add one
     return made ? made->QueryInterface(id, object) : E_OUTOFMEMORY;
   }
 
@@ -63,7 +63,7 @@ STDAPI DllGetClassObject(REFCLSID classId, REFIID id, void** object) {
   *object = nullptr;
   if (classId != qev::kClassId) return CLASS_E_CLASSNOTAVAILABLE;
   qev::ComPtr<qev::MCBackupFactory> factory;
-  factory.Attach(new (std::nothrow) qev::MCBackupFactory);
+  *factory.GetAddressOf() = new (std::nothrow) qev::MCBackupFactory;  // as above
   return factory ? factory->QueryInterface(id, object) : E_OUTOFMEMORY;
 }
 

@@ -288,12 +288,17 @@ TEST_F(RestaurarCopiaTest, InSafeModeOfADamagedArchiveNothingIsRestored) {
   choice.safe = true;
   for (const int found : {2, 3, 9, 51, 81, 82}) {
     requests.clear();
-    code = found;
+    engine.work = [this, found] {
+      requests.push_back(engine.request);
+      engine.say(L"    testing: otro.txt   bad CRC 6faa2d8e\r\n");
+      return found;
+    };
     EXPECT_THAT(failure().description(), HasSubstr(L"No se ha restaurado nada: los datos siguen como estaban."));
     ASSERT_THAT(requests, SizeIs(1));
     EXPECT_EQ(requests[0].mode, UnzipMode::Test);
     EXPECT_EQ(record.proven, false);
     EXPECT_EQ(record.engineCode, found);
+    EXPECT_THAT(record.remarks.lines(), ElementsAre(L"testing: otro.txt   bad CRC 6faa2d8e"));
     expectTidy();
   }
 }

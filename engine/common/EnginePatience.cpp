@@ -1,3 +1,4 @@
+// How long a run waits for places that others hold: what the caller has set, and what of it is left.
 #include "Engine.h"
 
 namespace qev::engine::patience {

@@ -279,15 +279,6 @@ void* EngineLibrary::address(const char* name) const {
   throw AutomationError(kEntryPointNotFound, std::wstring(name, name + std::strlen(name)) + L" (" + fileName_ + L")");
 }
 
-ZipFunctions loadZipFunctions() {
-  ZipFunctions functions;
-  functions.library = EngineLibrary(L"VANTO5.DLL");
-  functions.library.find("ZpInit", functions.ZpInit);
-  functions.library.find("ZpSetOptions", functions.ZpSetOptions);
-  functions.library.find("ZpArchive", functions.ZpArchive);
-  return functions;
-}
-
 std::unique_ptr<ZipEngine> engineOf(ZipFunctions functions) {
   return std::make_unique<DllZipEngine>(std::move(functions));
 }
@@ -297,7 +288,12 @@ std::unique_ptr<UnzipEngine> engineOf(UnzipFunctions functions) {
 }
 
 std::unique_ptr<ZipEngine> loadZipEngine() {
-  return engineOf(loadZipFunctions());
+  ZipFunctions functions;
+  functions.library = EngineLibrary(L"VANTO5.DLL");
+  functions.library.find("ZpInit", functions.ZpInit);
+  functions.library.find("ZpSetOptions", functions.ZpSetOptions);
+  functions.library.find("ZpArchive", functions.ZpArchive);
+  return engineOf(std::move(functions));
 }
 
 std::unique_ptr<UnzipEngine> loadUnzipEngine() {

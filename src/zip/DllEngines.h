@@ -53,8 +53,6 @@ struct UnzipFunctions {
   EngineLibrary library;
 };
 
-ZipFunctions loadZipFunctions();
-
 // An engine of these functions. Its run() makes one call of each, in the order of the struct, with texts in the ANSI
 // code page; it throws 9 when the engine prints more at once than a message may have.
 std::unique_ptr<ZipEngine> engineOf(ZipFunctions functions);

@@ -22,6 +22,7 @@ add_executable(qev_logic_tests
   tests/backup/CCopiasTest.cpp
   tests/backup/DiskCopyTest.cpp
   tests/backup/HacerCopiaTest.cpp
+  tests/backup/OutcomesTest.cpp
   tests/backup/SafeModeTest.cpp
   tests/record/RunRecordTest.cpp
   tests/restore/RestaurarCopiaTest.cpp

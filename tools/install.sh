@@ -9,6 +9,8 @@ packages=(
   # building: cross compilers, type library compiler, native compiler for the sanitizer tests
   g++ g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools libwine-dev
   cmake ninja-build googletest clang-format clang-tidy
+  # CRC-32 of the files that a backup is compared with
+  libz-mingw-w64-dev zlib1g-dev
   # fuzz targets: libFuzzer comes with clang, its libraries and those of the sanitizers apart
   clang libclang-rt-14-dev
   # sources of the zip engine (apt-get source) and what unpacks them

@@ -37,6 +37,7 @@ put build/x64/generated/IMCBackup.h interface/IMCBackup.h
 put src/automation/QevBackup.idl interface/QevBackup.idl
 put build/engine-src/zip30/LICENSE licenses/Info-ZIP-zip.txt
 put build/engine-src/unzip60/LICENSE licenses/Info-ZIP-unzip.txt
+put /usr/share/doc/libz-mingw-w64-dev/copyright licenses/zlib.txt
 
 # The same list for the set-up program, which needs every file by name to take it away again.
 mapfile -t beside < <(cd "$stage" && find . -type f ! -path './x64/*' ! -path './x86/*' -printf '%P\n' | sort)

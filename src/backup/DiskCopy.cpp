@@ -1,6 +1,10 @@
 #include "backup/DiskCopy.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <limits>
+#include <span>
+#include <utility>
 
 #include "platform/AutomationError.h"
 #include "set/Volumes.h"
@@ -9,6 +13,7 @@ namespace qev {
 namespace {
 
 constexpr std::int32_t kNoDrive = -1;
+constexpr std::uint32_t kBetweenTries = 200;  // milliseconds
 constexpr std::int32_t kNeededBytes = static_cast<std::int32_t>(kVolumeBytes) + 1;
 
 constexpr wchar_t kInsertDisk[] = L"Introduzca un disco formateado para continuar";
@@ -25,7 +30,8 @@ DiskCopy::DiskCopy(Platform& platform, std::wstring title, std::function<void(co
       showProgress_(std::move(showProgress)),
       stopAsked_(std::move(stopAsked)) {}
 
-bool DiskCopy::run(const std::wstring& workingPath, const std::wstring& displayPath) {
+bool DiskCopy::run(const std::wstring& workingPath, const std::wstring& displayPath, bool isSafe) {
+  isSafe_ = isSafe;
   if (driveName(displayPath) != kFloppyDrive) return true;
   const int total = splitIntoVolumes(platform_, workingPath, kVolumeBytes).totalVolumes;
   try {
@@ -35,9 +41,18 @@ bool DiskCopy::run(const std::wstring& workingPath, const std::wstring& displayP
   const std::wstring target = std::wstring(kFloppyDrive) + L"\\" + fileNamePart(displayPath);
   for (int disk = 1; disk <= total; ++disk) {
     if (ask(kInsertDisk, message::kOkCancel | message::kInformation) == Answer::Cancel) return false;
-    if (writeDisk(disk, total, target) == DiskOutcome::Cancelled) return false;
+    const DiskOutcome outcome = writeDisk(disk, total, target);
+    if (outcome == DiskOutcome::Cancelled) return false;
+    if (outcome == DiskOutcome::Skipped) skip(disk, total);
   }
   return true;
+}
+
+void DiskCopy::skip(int disk, int total) {
+  const std::wstring text = L"El disco " + std::to_wstring(disk) + L" de " + std::to_wstring(total) +
+                            L" no se ha escrito: a la copia le falta esa parte";
+  if (isSafe_) throw AutomationError(kDiskNotReady, L"QevBackup", text);
+  notes_.push_back(text);
 }
 
 // Every other error than "not ready" tries the same disk again without a question: the user sees the drive, changes the
@@ -50,7 +65,7 @@ DiskCopy::DiskOutcome DiskCopy::writeDisk(int disk, int total, const std::wstrin
     if (!error) return DiskOutcome::Written;
     const bool notReady = *error == kDiskNotReady;
     if (notReady && ask(kNotReady, message::kYesNo | message::kCritical) == Answer::No) return DiskOutcome::Skipped;
-    platform_.eventLoop.yield();
+    platform_.eventLoop.pause(kBetweenTries);
     if (stopAsked_()) return DiskOutcome::Cancelled;
   }
 }
@@ -89,13 +104,37 @@ std::int32_t DiskCopy::freeBytes(const std::wstring& drive) {
   return static_cast<std::int32_t>(bytes);
 }
 
+// In safe mode a disk that does not read as it was written is emptied again, so that the next try finds room.
 std::optional<std::int32_t> DiskCopy::copyError(const std::wstring& piece, const std::wstring& target) {
   try {
     platform_.files.copyFile(piece, target);
-    return std::nullopt;
+    if (!isSafe_) return std::nullopt;
+    platform_.files.flush(target);
+    if (isEqual(piece, target)) return std::nullopt;
+    platform_.files.deleteFile(target, true);
+    return kDeviceInputOutput;
   } catch (const AutomationError& error) {
     return error.number();
   }
+}
+
+bool DiskCopy::isEqual(const std::wstring& piece, const std::wstring& target) {
+  constexpr std::size_t atOnce = 1 << 16;
+  const auto written = platform_.files.openForReading(piece);
+  const auto found = platform_.files.openForReading(target);
+  if (written->size() != found->size()) return false;
+  std::vector<std::byte> a(atOnce), b(atOnce);
+  while (const std::size_t got = written->read(a)) {
+    std::size_t filled = 0;
+    while (filled < got) {
+      const std::size_t more = found->read(std::span(b).subspan(filled, got - filled));
+      if (more == 0) return false;
+      filled += more;
+    }
+    if (!std::equal(a.begin(), a.begin() + static_cast<std::ptrdiff_t>(got), b.begin())) return false;
+    platform_.eventLoop.yield();
+  }
+  return true;
 }
 
 Answer DiskCopy::ask(const wchar_t* text, std::uint32_t style) {

@@ -1,49 +1,43 @@
 // One backup run: archives the host's data into a set, records the outcome in the settings and shows it.
 //
-// In safe mode (setting `Verificar`) it does that in other steps, so that a set counts only when it is known to be
-// good, and the set that it replaces is there until then:
+// In both modes the set is built beside the target, under a name of this process's own, and takes the target's name in
+// one step when it is finished. Whatever stands under that name is whole at every moment: the old set or the new one.
+// Whatever fails, the old one stays.
 //
-//   - the new set is built beside the target, under its name and ".nueva"; the old one is not touched;
-//   - a data folder that is missing, and every code of the engine but 0 (files that it could not open or read), end the
-//     run as a failure with that code and what the engine says;
-//   - the new set is tested, every entry against its CRC-32, by the unzip engine, the header line before it and all;
-//   - only then it takes the target's name, in one step, or is cut for disks.
+// In safe mode (setting `Verificar`) a success means: every file that was in the data folder, and `Util.mde` and the
+// host's .ini where they exist, is in the set, as it stood at one moment at which nobody was writing it; the set passes
+// the engine's test, and is one that the restore dialog takes. So
 //
-// Whatever fails, the new set goes and the old one stays. A run that is killed may leave a ".nueva" behind, which the
-// next run to the same target removes.
+//   - a folder that cannot be listed, a data folder without files, and any file that cannot be read end the run;
+//   - when the archive is made, every file is read again and compared with its entry (backup/SetComparison.h). Where
+//   only
+//     a few small files have changed, the run tries once more by itself;
+//   - the set is tested as it will stand there, every entry against its CRC-32, and its header is read as the dialog
+//   for
+//     restoring reads it;
+//   - a disk that was skipped is a failure, and each disk is compared with its piece.
+//
+// What cannot be so is a failure that names the first file and the reason. Without safe mode the engine's code is not
+// looked at, and a skipped disk is a success; what was seen on the way is a remark in the record.
+//
+// A data folder that is not there, a host whose data folder is not told, and another run to the same target are
+// failures in both modes, before anything is changed. An archive that is made and cannot be given its header is a
+// failure too; it stays, beside the target (backup/SetBuild.h, which has the steps).
 #pragma once
 
-#include <optional>
+#include <cstdint>
 #include <string>
-#include <vector>
 
-#include "platform/AutomationError.h"
+#include "backup/BackupRunView.h"
+#include "backup/DataFiles.h"
 #include "platform/Platform.h"
 #include "record/RunRecord.h"
 #include "settings/HostSettings.h"
 #include "settings/SettingsStore.h"
 #include "zip/CUnzipFiles.h"
 #include "zip/CZipFiles.h"
-#include "zip/ZipDirectory.h"
 
 namespace qev {
-
-// The window of a run, as the run sees it. Nothing here throws.
-class BackupRunView {
- public:
-  virtual ~BackupRunView() = default;
-
-  virtual void showBusy(bool busy) = 0;  // the hourglass
-  virtual void showOrigin(const std::wstring& text) = 0;
-  virtual void showDestination(const std::wstring& text) = 0;
-  virtual void showResult(const std::wstring& text) = 0;  // progress text
-  virtual void showProgress(int permille) = 0;            // bytes archived, 0 to 1000
-  virtual void showSuccess(const std::wstring& text) = 0;
-  virtual void showFailure(const std::wstring& text) = 0;
-  virtual void stopTimer() = 0;
-  virtual void close() = 0;             // as if its button were pressed
-  virtual bool closeAsked() const = 0;  // the user wants it closed when the run is over
-};
 
 class BackupRun {
  public:
@@ -63,21 +57,16 @@ class BackupRun {
 
   void run();
   Outcome makeSet();
+  void choosePaths();
   bool mayReplace();
+  bool isWithinData(const std::wstring& path) const;
   void buildSet();
-  void archive();
-  void requireWhole(std::int32_t code) const;
-  void stamp();
-  std::optional<std::vector<ZipDirectoryEntry>> contents();
-  void noteContents();
-  void prove();
   bool copyToDisks();
   void succeed();
   void finishSuccessfulRun();
   void fail(std::int32_t number, const std::wstring& description);
   std::wstring failureText(const std::wstring& error);
   std::wstring retryText(const std::wstring& error);
-  std::wstring programFolder() const;
   double numericSetting(const std::wstring& name) const;
 
   Platform& platform_;
@@ -85,12 +74,12 @@ class BackupRun {
   const std::uint8_t kind_;
   SettingsStore& settings_;
   BackupRunView& view_;
-  CZipFiles zip_;
+  CZipFiles::EngineLoader loadEngine_;
   CUnzipFiles::EngineLoader loadTester_;
-  bool safe_ = false;         // as the setting was when the run began
+  bool safe_ = false;  // as the setting was when the run began
+  DataPlaces places_;
   std::wstring displayPath_;  // the target as the caller named it
   std::wstring workingPath_;  // where the set is made: the target itself, or the working copy for floppies
-  std::wstring buildPath_;    // where it is until it is finished: the same path, in safe mode one beside it
   RunRecord record_;
 };
 

@@ -1,5 +1,7 @@
 #include "platform/FileSystem.h"
 
+#include "platform/Platform.h"
+
 namespace qev {
 namespace {
 
@@ -21,12 +23,24 @@ std::size_t rootLength(const std::wstring& path) {
 
 }  // namespace
 
+// FNV-1a, 64 bits.
+std::wstring lockName(const std::wstring& purpose, const std::wstring& path) {
+  std::uint64_t hash = 0xcbf29ce484222325;
+  for (const wchar_t c : path) hash = (hash ^ static_cast<std::uint64_t>(c)) * 0x100000001b3;
+  return L"QevBackup-" + purpose + L"-" + std::to_wstring(hash);
+}
+
 std::wstring driveName(const std::wstring& path) {
   if (path.size() >= 2 && path[1] == L':') return path.substr(0, 2);
   if (path.size() < 3 || !isSeparator(path[0]) || !isSeparator(path[1])) return {};
   const auto server = path.find_first_of(L"\\/", 2);
   if (server == std::wstring::npos || server + 1 == path.size()) return {};
   return path.substr(0, path.find_first_of(L"\\/", server + 1));
+}
+
+bool isFullPath(const std::wstring& path) {
+  const std::wstring drive = driveName(path);
+  return drive.size() > 2 || (drive.size() == 2 && path.size() > 2 && isSeparator(path[2]));
 }
 
 std::wstring parentFolderName(const std::wstring& path) {

@@ -40,11 +40,42 @@ class FileReplacement {
 
   virtual void write(std::span<const std::byte> bytes) = 0;
 
+  // Where what is written stands until commit().
+  [[nodiscard]] virtual std::wstring path() const = 0;
+
+  // Ends the writing: what was written is on the disk. Until commit() everybody can read it at path(), and nobody can
+  // write it. FlushFileBuffers; CreateFileW sharing reading and deleting.
+  virtual void seal() = 0;
+
   // Flushes what was written to the disk and puts it under the name in one step, read-only old files too. Readers of
   // the old file must be closed; while somebody else holds it, the windows get their messages, for 30 seconds in all,
   // or `longestWait` milliseconds if that is less. FlushFileBuffers; MoveFileExW with MOVEFILE_REPLACE_EXISTING |
   // MOVEFILE_WRITE_THROUGH.
   virtual void commit(std::optional<std::uint32_t> longestWait = {}) = 0;
+};
+
+// A file that a walk comes by.
+struct WalkedFile {
+  std::wstring path;          // the folder as it was given, and the names below it as they stand
+  std::uint64_t size = 0;     // bytes
+  std::uint64_t written = 0;  // the last write, in units of 100 ns: to be compared with another walk's
+  bool isHidden = false;      // hidden or of the system: itself, or a folder on its way
+};
+
+// A folder that a walk has not looked into, or not to its end.
+struct WalkGap {
+  enum class Reason {
+    Unreadable,  // it cannot be listed, or its listing broke off: `number`
+    LeadsBack,   // a link to a folder that the walk is in already
+  };
+  Reason reason = Reason::Unreadable;
+  std::wstring folder;  // with its last backslash
+  std::int32_t number = 0;
+};
+
+struct WalkVisitor {
+  std::function<void(const WalkedFile&)> file;
+  std::function<void(const WalkGap&)> gap;  // may be none: gaps are passed over
 };
 
 // A file as its folder lists it.
@@ -70,6 +101,13 @@ class FileSystem {
   // Copies a file over an existing one. A half-written copy is removed when the copy fails. CopyFileW.
   virtual void copyFile(const std::wstring& from, const std::wstring& to) = 0;
 
+  // Throws 70 when a file cannot be replaced because somebody has it open, after having waited for two seconds; nothing
+  // where there is none. CreateFileW with DELETE.
+  virtual void requireReplaceable(const std::wstring& path) = 0;
+
+  // What was written to a file is on its disk when this returns. FlushFileBuffers.
+  virtual void flush(const std::wstring& path) = 0;
+
   // Gives a file another name in its folder; a file that has it goes, read-only ones too. All that in one step, and on
   // the disk when it returns; after a failure both are as they were. MoveFileExW with MOVEFILE_REPLACE_EXISTING |
   // MOVEFILE_WRITE_THROUGH.
@@ -78,13 +116,23 @@ class FileSystem {
   // Opens for reading, shared with readers; throws 53 or 76 when there is none. CreateFileW.
   [[nodiscard]] virtual std::unique_ptr<FileReader> openForReading(const std::wstring& path) = 0;
 
+  // The same of a file that others may be working with: it is shared with writers and deleters too, and ranges of bytes
+  // that somebody has locked are read all the same. CreateFileW, ReadFile; CreateFileMappingW.
+  [[nodiscard]] virtual std::unique_ptr<FileReader> openLive(const std::wstring& path) = 0;
+
+  // A path in the folder of `path`, of a name that no other file has and that says whose it is: filesIn and walkFiles
+  // pass over a file of it, and removeLeftOvers deletes it when this process is gone.
+  [[nodiscard]] virtual std::wstring unfinishedName(const std::wstring& path) const = 0;
+
   // Begins a new file that takes the place of `path` at commit(). The new file stands in the same folder meanwhile.
   virtual std::unique_ptr<FileReplacement> replaceFile(const std::wstring& path) = 0;
 
-  // Calls `visit` with the full path and the length in bytes of every file below `folder` (with its last backslash),
-  // subfolders included; hidden and system files and folders that cannot be read are passed over. FindFirstFileExW.
-  virtual void walkFiles(const std::wstring& folder,
-                         const std::function<void(const std::wstring& path, std::uint64_t size)>& visit) const = 0;
+  // Tells of every file below `folder` (with its last backslash), subfolders and hidden ones included, and of every
+  // folder that it could not look into; a missing `folder` is one, 76. Linked folders are walked as others are, but not
+  // into a folder that they lie in. What replacements are writing or have left is passed over, and so are, in the root
+  // of a volume, the system's own "System Volume Information" and "$RECYCLE.BIN". Throws what the visitor throws, and
+  // nothing else. FindFirstFileExW, FindNextFileW; GetFileInformationByHandle of links.
+  virtual void walkFiles(const std::wstring& folder, const WalkVisitor& visitor) const = 0;
 
   // Deletes what replacements of processes that are gone have left in `folder`; what cannot be deleted stays, and that
   // is no error. The next replacement in a folder does so too.
@@ -107,6 +155,9 @@ class FileSystem {
 // The folder that holds `path`: "C:\Prog" for "C:\Prog\Datos" and for "C:\Prog\Datos\", "C:\" for "C:\Prog", "" for a
 // drive, a drive's root or a bare name. UNC: the share "\\server\share" has no parent.
 [[nodiscard]] std::wstring parentFolderName(const std::wstring& path);
+
+// Whether a path means the same place whatever folder and drive are current: "C:\Prog", "\\server\share\Prog".
+[[nodiscard]] bool isFullPath(const std::wstring& path);
 
 // "C:" for "C:\Prog" (letter case as written), "\\server\share" for a UNC path, "" for a path without a drive.
 [[nodiscard]] std::wstring driveName(const std::wstring& path);

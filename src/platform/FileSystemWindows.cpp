@@ -20,10 +20,23 @@ DWORD attributesOf(const std::wstring& path) {
   return GetFileAttributesW(path.c_str());
 }
 
+// The path in the form in which the system takes every name as it stands: of any length, named like a device, or with a
+// dot or blank at its end. One that is not full and plain is taken as it is.
+std::wstring asItStands(const std::wstring& path) {
+  const bool onDrive = path.size() > 2 && path[1] == L':' && path[2] == L'\\';
+  const bool onShare = path.starts_with(L"\\\\") && !path.starts_with(L"\\\\?\\") && !path.starts_with(L"\\\\.\\");
+  const std::wstring closed = path + L"\\";
+  const auto has = [&](const wchar_t* part, std::size_t from = 0) { return closed.find(part, from) != closed.npos; };
+  const bool isPlain = !has(L"/") && !has(L"\\.\\") && !has(L"\\..\\") && path.find(L"\\\\", 1) == path.npos;
+  if (isPlain && onDrive) return L"\\\\?\\" + path;
+  if (isPlain && onShare) return L"\\\\?\\UNC" + path.substr(1);
+  return path;
+}
+
 class Reader : public FileReader {
  public:
-  explicit Reader(std::wstring path) : path_(std::move(path)) {
-    file_.reset(CreateFileW(path_.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+  Reader(std::wstring path, DWORD sharing) : path_(std::move(path)) {
+    file_.reset(CreateFileW(asItStands(path_).c_str(), GENERIC_READ, sharing, nullptr, OPEN_EXISTING,
                             FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
     if (!file_) throwLastError(path_);
   }
@@ -31,8 +44,9 @@ class Reader : public FileReader {
   std::size_t read(std::span<std::byte> buffer) override {
     const auto wanted = static_cast<DWORD>(std::min<std::size_t>(buffer.size(), 0x40000000));
     DWORD count = 0;
-    if (!ReadFile(file_.get(), buffer.data(), wanted, &count, nullptr)) throwLastError(path_);
-    return count;
+    if (ReadFile(file_.get(), buffer.data(), wanted, &count, nullptr)) return count;
+    if (GetLastError() != ERROR_LOCK_VIOLATION) throwLastError(path_);
+    return readLocked(buffer.first(wanted));
   }
 
   std::uint64_t size() const override {
@@ -41,13 +55,41 @@ class Reader : public FileReader {
     return static_cast<std::uint64_t>(size.QuadPart);
   }
 
-  void seek(std::uint64_t position) override {
-    LARGE_INTEGER to{};
-    to.QuadPart = static_cast<LONGLONG>(position);
-    if (!SetFilePointerEx(file_.get(), to, nullptr, FILE_BEGIN)) throwLastError(path_);
-  }
+  void seek(std::uint64_t position) override { move(position, FILE_BEGIN); }
 
  private:
+  std::uint64_t move(std::uint64_t by, DWORD from) {
+    LARGE_INTEGER distance{}, position{};
+    distance.QuadPart = static_cast<LONGLONG>(by);
+    if (!SetFilePointerEx(file_.get(), distance, &position, from)) throwLastError(path_);
+    return static_cast<std::uint64_t>(position.QuadPart);
+  }
+
+  // A lock of a range binds ReadFile and does not bind a view of the file. The system copies out of the view: where the
+  // disk fails, that is an error, and no exception.
+  std::size_t readLocked(std::span<std::byte> buffer) {
+    const std::uint64_t position = move(0, FILE_CURRENT);
+    const std::uint64_t end = size();
+    if (position >= end) return 0;
+    const auto count = static_cast<std::size_t>(std::min<std::uint64_t>({buffer.size(), end - position, 1 << 20}));
+    SYSTEM_INFO system{};
+    GetSystemInfo(&system);
+    const std::uint64_t begin = position - position % system.dwAllocationGranularity;
+    const auto before = static_cast<std::size_t>(position - begin);
+    const UniqueKernelHandle mapping(CreateFileMappingW(file_.get(), nullptr, PAGE_READONLY, 0, 0, nullptr));
+    if (!mapping) throwLastError(path_);
+    const UniqueView view(MapViewOfFile(mapping.get(), FILE_MAP_READ, static_cast<DWORD>(begin >> 32),
+                                        static_cast<DWORD>(begin), before + count));
+    if (!view) throwLastError(path_);
+    SIZE_T copied = 0;
+    const auto* from = static_cast<const std::byte*>(view.get()) + before;
+    if (!ReadProcessMemory(GetCurrentProcess(), from, buffer.data(), count, &copied) || copied != count) {
+      throwWin32(ERROR_READ_FAULT, path_);
+    }
+    move(position + count, FILE_BEGIN);
+    return count;
+  }
+
   std::wstring path_;
   UniqueFile file_;
 };
@@ -75,6 +117,10 @@ class Replacement : public FileReplacement {
   ~Replacement() override { file_.discard(); }
 
   void write(std::span<const std::byte> bytes) override { check(file_.write(bytes.data(), bytes.size()), path_); }
+
+  std::wstring path() const override { return file_.path(); }
+
+  void seal() override { check(file_.seal(), path_); }
 
   void commit(std::optional<std::uint32_t> longestWait) override {
     patience_.milliseconds = std::min<DWORD>(patience_.milliseconds, longestWait.value_or(patience_.milliseconds));
@@ -105,6 +151,114 @@ FileStamp stampOf(const std::wstring& path) {
 bool isNavigationEntry(const wchar_t* name) {
   return name[0] == L'.' && (name[1] == L'\0' || (name[1] == L'.' && name[2] == L'\0'));
 }
+
+std::uint64_t ticksOf(const FILETIME& time) {
+  return std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
+}
+
+// What makes a folder this one and no other, by whatever path it is reached.
+struct FolderId {
+  DWORD volume = 0;
+  DWORD high = 0;
+  DWORD low = 0;
+  bool operator==(const FolderId&) const = default;
+};
+
+// Of what a path leads to, links followed.
+std::optional<BY_HANDLE_FILE_INFORMATION> factsOf(const std::wstring& path) {
+  const UniqueFile file(CreateFileW(asItStands(path).c_str(), FILE_READ_ATTRIBUTES,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                                    FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  BY_HANDLE_FILE_INFORMATION facts{};
+  if (!file || !GetFileInformationByHandle(file.get(), &facts)) return std::nullopt;
+  return facts;
+}
+
+std::optional<FolderId> idOf(const std::wstring& folder) {
+  const auto facts = factsOf(folder);
+  if (!facts) return std::nullopt;
+  return FolderId{facts->dwVolumeSerialNumber, facts->nFileIndexHigh, facts->nFileIndexLow};
+}
+
+// One walk. Only a link can lead back, so the folders on the way are asked who they are when one comes by.
+class Walk {
+ public:
+  explicit Walk(const WalkVisitor& visitor) : visitor_(visitor) {}
+
+  // `folder` has its last backslash.
+  void into(const std::wstring& folder, bool isHidden) {
+    way_.push_back(folder);
+    list(folder, isHidden);
+    way_.pop_back();
+  }
+
+ private:
+  void list(const std::wstring& folder, bool isHidden) {
+    WIN32_FIND_DATAW entry{};
+    const auto find = UniqueFind(FindFirstFileExW((asItStands(folder) + L"*").c_str(), FindExInfoBasic, &entry,
+                                                  FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH));
+    if (!find) {
+      const DWORD code = GetLastError();
+      const bool isEmptyRoot = code == ERROR_FILE_NOT_FOUND && attributesOf(folder) != INVALID_FILE_ATTRIBUTES;
+      return isEmptyRoot ? void() : unreadable(folder, code == ERROR_FILE_NOT_FOUND ? ERROR_PATH_NOT_FOUND : code);
+    }
+    do {
+      if (!isNavigationEntry(entry.cFileName)) take(folder, entry, isHidden);
+    } while (FindNextFileW(find.get(), &entry));
+    if (const DWORD code = GetLastError(); code != ERROR_NO_MORE_FILES) unreadable(folder, code);
+  }
+
+  void take(const std::wstring& folder, const WIN32_FIND_DATAW& entry, bool inHidden) {
+    constexpr DWORD hiddenOrSystem = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+    const std::wstring path = folder + entry.cFileName;
+    const bool isHidden = inHidden || (entry.dwFileAttributes & hiddenOrSystem) != 0;
+    if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+      if (!NewFile::isName(entry.cFileName)) visitor_.file(fileOf(path, entry, isHidden));
+      return;
+    }
+    if (isOfTheSystem(folder, entry)) return;
+    const bool isLink = (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+    if (isLink && leadsBack(path)) return gap({WalkGap::Reason::LeadsBack, path + L"\\", 0});
+    into(path + L"\\", isHidden);
+  }
+
+  // Of a link the folder tells the link's own length: what it leads to is asked.
+  static WalkedFile fileOf(const std::wstring& path, const WIN32_FIND_DATAW& entry, bool isHidden) {
+    WalkedFile file{path, std::uint64_t{entry.nFileSizeHigh} << 32 | entry.nFileSizeLow, ticksOf(entry.ftLastWriteTime),
+                    isHidden};
+    if ((entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) return file;
+    if (const auto facts = factsOf(path)) {
+      file.size = std::uint64_t{facts->nFileSizeHigh} << 32 | facts->nFileSizeLow;
+      file.written = ticksOf(facts->ftLastWriteTime);
+    }
+    return file;
+  }
+
+  // What the system keeps on every volume for itself, and lets nobody read.
+  static bool isOfTheSystem(const std::wstring& folder, const WIN32_FIND_DATAW& entry) {
+    constexpr DWORD both = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+    const bool isRoot = folder.size() == 3 && folder[1] == L':';
+    return isRoot && (entry.dwFileAttributes & both) == both &&
+           (_wcsicmp(entry.cFileName, L"System Volume Information") == 0 ||
+            _wcsicmp(entry.cFileName, L"$RECYCLE.BIN") == 0);
+  }
+
+  bool leadsBack(const std::wstring& link) const {
+    const auto id = idOf(link + L"\\");
+    return id && std::ranges::any_of(way_, [&](const std::wstring& folder) { return idOf(folder) == id; });
+  }
+
+  void unreadable(const std::wstring& folder, DWORD code) {
+    gap({WalkGap::Reason::Unreadable, folder, errorNumberOf(code)});
+  }
+
+  void gap(const WalkGap& gap) {
+    if (visitor_.gap) visitor_.gap(gap);
+  }
+
+  const WalkVisitor& visitor_;
+  std::vector<std::wstring> way_;
+};
 
 Date localSecond(const FILETIME& time) {
   FILETIME local{};
@@ -150,36 +304,45 @@ void FileSystemWindows::copyFile(const std::wstring& from, const std::wstring& t
   throwWin32(code, fileExists(from) ? to : from);
 }
 
+void FileSystemWindows::requireReplaceable(const std::wstring& path) {
+  constexpr DWORD longest = 2'000;  // milliseconds
+  Patience patience = patience_;
+  patience.milliseconds = std::min(patience.milliseconds, longest);
+  const DWORD code = waitUntilUnused(path.c_str(), patience);
+  if (code != ERROR_FILE_NOT_FOUND && code != ERROR_PATH_NOT_FOUND) check(code, path);
+}
+
+void FileSystemWindows::flush(const std::wstring& path) {
+  const UniqueFile file(CreateFileW(asItStands(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!file || !FlushFileBuffers(file.get())) throwLastError(path);
+}
+
 void FileSystemWindows::moveFile(const std::wstring& from, const std::wstring& to) {
   Patience patience = patience_;
   check(moveIntoPlace(from.c_str(), to.c_str(), true, patience), to);
 }
 
 std::unique_ptr<FileReader> FileSystemWindows::openForReading(const std::wstring& path) {
-  return std::make_unique<Reader>(path);
+  return std::make_unique<Reader>(path, FILE_SHARE_READ);
 }
 
 std::unique_ptr<FileReplacement> FileSystemWindows::replaceFile(const std::wstring& path) {
   return std::make_unique<Replacement>(path, patience_);
 }
 
-void FileSystemWindows::walkFiles(const std::wstring& folder,
-                                  const std::function<void(const std::wstring&, std::uint64_t)>& visit) const {
-  WIN32_FIND_DATAW entry{};
-  const auto find = UniqueFind(FindFirstFileExW((folder + L"*").c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch,
-                                                nullptr, FIND_FIRST_EX_LARGE_FETCH));
-  if (!find) return;
-  do {
-    if (isNavigationEntry(entry.cFileName)) continue;
-    if (entry.dwFileAttributes & (FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM)) continue;
-    const std::wstring path = folder + entry.cFileName;
-    const bool link = entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT;
-    if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
-      if (!link) walkFiles(path + L"\\", visit);  // a link could lead back up
-    } else {
-      visit(path, (std::uint64_t{entry.nFileSizeHigh} << 32) | entry.nFileSizeLow);
-    }
-  } while (FindNextFileW(find.get(), &entry));
+std::unique_ptr<FileReader> FileSystemWindows::openLive(const std::wstring& path) {
+  return std::make_unique<Reader>(path, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
+}
+
+std::wstring FileSystemWindows::unfinishedName(const std::wstring& path) const {
+  const auto name = std::make_unique<wchar_t[][NewFile::kLongestPath + 1]>(1);
+  check(NewFile::unfinishedName(path.c_str(), name[0]), path);
+  return name[0];
+}
+
+void FileSystemWindows::walkFiles(const std::wstring& folder, const WalkVisitor& visitor) const {
+  Walk(visitor).into(folder, false);
 }
 
 std::vector<ListedFile> FileSystemWindows::filesIn(const std::wstring& folder) const {

@@ -86,6 +86,10 @@ struct IconTraits : NullIsNone<HICON> {
   static void close(HICON icon) { DestroyIcon(icon); }
 };
 
+struct ViewTraits : NullIsNone<void*> {
+  static void close(void* view) { UnmapViewOfFile(view); }
+};
+
 struct TaskTextTraits : NullIsNone<wchar_t*> {
   static void close(wchar_t* text) { CoTaskMemFree(text); }
 };
@@ -102,6 +106,7 @@ using UniqueFont = UniqueHandle<GdiTraits<HFONT>>;
 using UniqueBitmap = UniqueHandle<GdiTraits<HBITMAP>>;
 using UniqueMemoryDc = UniqueHandle<MemoryDcTraits>;
 using UniqueIcon = UniqueHandle<IconTraits>;
+using UniqueView = UniqueHandle<ViewTraits>;          // of a mapped file
 using UniqueTaskText = UniqueHandle<TaskTextTraits>;  // a text that COM has allocated
 
 // The device context of a window's client area, or of the whole screen for no window, for the length of a scope.

@@ -78,13 +78,13 @@ bool isWritable(const wchar_t* folder) {
   return handle != INVALID_HANDLE_VALUE;
 }
 
-// Whether the rights to a file keep this user from deleting it. One that is in use elsewhere is refused in other words.
-bool isDenied(const wchar_t* path) {
+// What keeps this user from deleting a file: its rights by one code, who has it open by another.
+DWORD obstacleToDeleting(const wchar_t* path) {
   const HANDLE handle =
       CreateFileW(path, DELETE, kShareAll, nullptr, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
   const DWORD code = result(handle != INVALID_HANDLE_VALUE);
   if (handle != INVALID_HANDLE_VALUE) CloseHandle(handle);
-  return code == ERROR_ACCESS_DENIED;
+  return code;
 }
 
 // Whether what has kept a file from its place can pass. Access is denied for good by a folder in the place, by a
@@ -99,7 +99,7 @@ bool mayPass(DWORD code, const wchar_t* place) {
   const DWORD attributes = GetFileAttributesW(place);
   const bool exists = attributes != INVALID_FILE_ATTRIBUTES;
   if (exists && (attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)) != 0) return false;
-  if (exists && isDenied(place)) return false;
+  if (exists && obstacleToDeleting(place) == ERROR_ACCESS_DENIED) return false;
   std::size_t length = 0;
   wchar_t folder[NewFile::kLongestPath + 1];
   if (folderOf(place, folder, length) != ERROR_SUCCESS) return false;
@@ -265,19 +265,26 @@ DWORD NewFile::createAt(const wchar_t* path) {
       CreateFileW(path_, GENERIC_READ | GENERIC_WRITE | DELETE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) return GetLastError();
   file_ = file;
-  isFleeting_ = false;
+  isFleeting_ = isSealed_ = false;
+  return ERROR_SUCCESS;
+}
+
+DWORD NewFile::unfinishedName(const wchar_t* place, wchar_t (&to)[kLongestPath + 1]) {
+  static std::atomic<unsigned> counter{0};
+  std::size_t folder = 0;
+  const DWORD code = folderOf(place, to, folder);
+  if (code != ERROR_SUCCESS) return code;
+  _snwprintf(to + folder, MAX_PATH, L"qev%08x-%lx-%016I64x-%x.tmp", static_cast<unsigned>(thisMachine()),
+             GetCurrentProcessId(), startOf(GetCurrentProcess()), counter++);
   return ERROR_SUCCESS;
 }
 
 DWORD NewFile::create(const wchar_t* place) {
   constexpr int kMostRefused = 8;  // a name whose last file is still being deleted is refused; the next may be free
-  static std::atomic<unsigned> counter{0};
-  std::size_t folder = 0;
-  DWORD code = folderOf(place, path_, folder);
-  if (code != ERROR_SUCCESS) return code;
+  DWORD code = ERROR_SUCCESS;
   for (int refused = 0; refused < kMostRefused;) {
-    _snwprintf(path_ + folder, MAX_PATH, L"qev%08x-%lx-%016I64x-%x.tmp", static_cast<unsigned>(thisMachine()),
-               GetCurrentProcessId(), startOf(GetCurrentProcess()), counter++);
+    code = unfinishedName(place, path_);
+    if (code != ERROR_SUCCESS) break;
     code = createAt(path_);
     if (code == ERROR_FILE_EXISTS) continue;
     if (code != ERROR_ACCESS_DENIED && code != ERROR_DELETE_PENDING) break;
@@ -303,7 +310,28 @@ DWORD NewFile::write(const void* from, std::size_t size) {
   return ERROR_SUCCESS;
 }
 
+// Reading is shared with everybody who shares deleting, so that the file can be moved while it is open.
+DWORD NewFile::seal() {
+  DWORD code = result(FlushFileBuffers(file_));
+  if (code == ERROR_SUCCESS && isFleeting_) code = result(deleteWhenClosed(file_, false));
+  if (code != ERROR_SUCCESS) return discard(), code;
+  isFleeting_ = false;
+  close();
+  const HANDLE file = CreateFileW(path_, GENERIC_READ | FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_DELETE,
+                                  nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  code = result(file != INVALID_HANDLE_VALUE);
+  if (code != ERROR_SUCCESS) return DeleteFileW(path_), code;
+  file_ = file;
+  isSealed_ = true;
+  return ERROR_SUCCESS;
+}
+
 DWORD NewFile::commit(const wchar_t* place, bool isDurable, Patience& patience) {
+  if (isSealed_) {
+    const DWORD moved = moveIntoPlace(path_, place, isDurable, patience);
+    if (moved != ERROR_SUCCESS) return discard(), moved;
+    return close(), ERROR_SUCCESS;
+  }
   DWORD code = isDurable ? result(FlushFileBuffers(file_)) : ERROR_SUCCESS;
   if (code == ERROR_SUCCESS && isFleeting_) code = result(deleteWhenClosed(file_, false));
   if (code != ERROR_SUCCESS) return discard(), code;
@@ -361,6 +389,12 @@ DWORD moveIntoPlace(const wchar_t* file, const wchar_t* place, bool isDurable, P
     if (isOver) break;
   } while (tries.again());
   if (patience.milliseconds > kept) patience.milliseconds = tries.left() > kept ? tries.left() : kept;
+  return code;
+}
+
+DWORD waitUntilUnused(const wchar_t* path, const Patience& patience) {
+  DWORD code = obstacleToDeleting(path);
+  for (Tries tries(patience); code == ERROR_SHARING_VIOLATION && tries.again();) code = obstacleToDeleting(path);
   return code;
 }
 

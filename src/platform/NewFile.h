@@ -40,6 +40,10 @@ class NewFile {
   // and FAT. Elsewhere a killed run leaves the file, and removeLeftOvers finds it. For files that take long to write.
   void deleteIfKilled();
 
+  // Ends the writing: what was written is on the disk, everybody can read it at path(), and nobody can write it until
+  // commit() or discard(). After a failure the file is gone. FlushFileBuffers.
+  [[nodiscard]] DWORD seal();
+
   bool isOpen() const { return file_ != nullptr; }
   HANDLE handle() const { return file_; }
   const wchar_t* path() const { return path_; }
@@ -47,8 +51,8 @@ class NewFile {
   // Writes at the file's position. ERROR_DISK_FULL also where the system takes nothing more without an error.
   [[nodiscard]] DWORD write(const void* from, std::size_t size);
 
-  // Closes the file and moves it to `place`, in its folder, over what is there (see moveIntoPlace). `isDurable`: it is
-  // on the disk before it takes the place. After a failure the file is gone.
+  // Closes the file and moves it to `place`, in its folder, over what is there (see moveIntoPlace); a sealed one is
+  // moved first. `isDurable`: it is on the disk before it takes the place. After a failure the file is gone.
   [[nodiscard]] DWORD commit(const wchar_t* place, bool isDurable, Patience& patience);
 
   // Closes the file, which stays where it was made.
@@ -56,6 +60,10 @@ class NewFile {
 
   // Closes and deletes what has not taken its place.
   void discard();
+
+  // A name of this process for a file in the folder of `place` that is being written, in `to`. No two calls answer the
+  // same.
+  [[nodiscard]] static DWORD unfinishedName(const wchar_t* place, wchar_t (&to)[kLongestPath + 1]);
 
   // Deletes what runs that are gone have left in the folder of `place`, if nobody has it open. What is of a process
   // that lives, or of another machine, stays, and so does what may not be deleted.
@@ -67,6 +75,7 @@ class NewFile {
  private:
   HANDLE file_ = nullptr;
   bool isFleeting_ = false;  // it is deleted when it is closed
+  bool isSealed_ = false;    // it is open for reading
   wchar_t path_[kLongestPath + 1] = {};
 };
 
@@ -76,6 +85,10 @@ class NewFile {
 // both files are as they were. What was waited for is taken from patience.milliseconds, which keeps a second for the
 // next. `isDurable`: it is on the disk when this returns. MoveFileExW.
 [[nodiscard]] DWORD moveIntoPlace(const wchar_t* file, const wchar_t* place, bool isDurable, Patience& patience);
+
+// Waits until nobody has a file open who would keep it from being deleted or replaced. What it answers is of the last
+// try. CreateFileW with DELETE.
+[[nodiscard]] DWORD waitUntilUnused(const wchar_t* path, const Patience& patience);
 
 // Deletes a file, with `force` a read-only one too, and waits until its name is free: another program may have it open
 // and let it be deleted, and until that is closed nothing else gets the name. ERROR_SUCCESS also where it is still not

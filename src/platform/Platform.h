@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/Clock.h"
 #include "platform/FileSystem.h"
@@ -125,9 +126,19 @@ struct DiskFreeSpace {
   std::uint32_t freeClusters = 0;
 };
 
+// A volume, as far as the system tells.
+struct VolumeFacts {
+  std::wstring fileSystem;      // "NTFS", "FAT32"
+  std::uint64_t freeBytes = 0;  // for this user
+};
+
 class Drives {
  public:
   virtual ~Drives() = default;
+
+  // The volume that a folder lies on, a drive or a share; nothing when it does not answer. GetVolumePathNameW,
+  // GetVolumeInformationW, GetDiskFreeSpaceExW.
+  [[nodiscard]] virtual std::optional<VolumeFacts> volumeOf(const std::wstring& folder) const = 0;
 
   // Free space of a drive given by name ("A:"), nothing when the query fails (no disk in the drive). GetDiskFreeSpaceA.
   [[nodiscard]] virtual std::optional<DiskFreeSpace> freeSpace(const std::wstring& driveName) const = 0;
@@ -165,7 +176,14 @@ class EventLoop {
   // Dispatches the messages that wait for the calling thread, 100 at the most, then returns. A quit message is put back
   // for the loop that it was meant for. PeekMessageW.
   virtual void yield() = 0;
+
+  // The same for so long. MsgWaitForMultipleObjectsEx.
+  virtual void pause(std::uint32_t milliseconds) = 0;
 };
+
+// The name of a lock for something that is done with a file: `purpose` and a hash of the path, which is written in one
+// letter case.
+[[nodiscard]] std::wstring lockName(const std::wstring& purpose, const std::wstring& path);
 
 // Something that one process at a time may do: held while the object lives.
 class ProcessLock {
@@ -179,6 +197,10 @@ class Processes {
 
   // The number of this process, which no other has while it runs. GetCurrentProcessId.
   [[nodiscard]] virtual std::uint32_t id() const = 0;
+
+  // The programs that have a file open, by the names that they show ("Gestion"), as far as the system knows; none where
+  // it does not. The Restart Manager: RmRegisterResources, RmGetList.
+  [[nodiscard]] virtual std::vector<std::wstring> usersOf(const std::wstring& path) const = 0;
 
   // Waits until no other thread of any process holds the lock of that name, at most so long. A holder that has died
   // gives it up. Nothing when the wait was in vain, or the lock cannot be had at all. `name` has no backslash and at

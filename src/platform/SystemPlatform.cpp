@@ -2,6 +2,7 @@
 #include <windows.h>
 
 #include <knownfolders.h>
+#include <restartmanager.h>
 #include <shlobj.h>
 #include <wrl/client.h>
 
@@ -39,6 +40,19 @@ class SystemDrives : public Drives {
     DWORD sectors = 0, bytes = 0, freeClusters = 0, clusters = 0;
     if (!GetDiskFreeSpaceA(root.c_str(), &sectors, &bytes, &freeClusters, &clusters)) return std::nullopt;
     return DiskFreeSpace{sectors, bytes, freeClusters};
+  }
+
+  std::optional<VolumeFacts> volumeOf(const std::wstring& folder) const override {
+    const QuietDriveErrors quiet;
+    std::wstring root(folder.size() + MAX_PATH, L'\0');
+    wchar_t fileSystem[MAX_PATH + 1] = L"";
+    ULARGE_INTEGER available{};
+    if (!GetVolumePathNameW(folder.c_str(), root.data(), static_cast<DWORD>(root.size())) ||
+        !GetVolumeInformationW(root.c_str(), nullptr, 0, nullptr, nullptr, nullptr, fileSystem, MAX_PATH + 1) ||
+        !GetDiskFreeSpaceExW(root.c_str(), &available, nullptr, nullptr)) {
+      return std::nullopt;
+    }
+    return VolumeFacts{fileSystem, available.QuadPart};
   }
 };
 
@@ -105,6 +119,15 @@ class SystemEventLoop : public EventLoop {
       }
       TranslateMessage(&message);
       DispatchMessageW(&message);
+    }
+  }
+
+  void pause(std::uint32_t milliseconds) override {
+    const ULONGLONG end = GetTickCount64() + milliseconds;
+    for (ULONGLONG now = GetTickCount64(); now < end; now = GetTickCount64()) {
+      const DWORD event = MsgWaitForMultipleObjectsEx(0, nullptr, static_cast<DWORD>(end - now), QS_ALLINPUT, 0);
+      if (event == WAIT_FAILED) Sleep(static_cast<DWORD>(end - now));
+      yield();
     }
   }
 };
@@ -186,9 +209,55 @@ class SystemLock : public ProcessLock {
   UniqueKernelHandle mutex_;
 };
 
+// A session of the Restart Manager. Its library is there since Windows Vista; without it nobody is known.
+class RestartManager {
+ public:
+  RestartManager() : library_(LoadLibraryExW(L"rstrtmgr.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32)) {
+    wchar_t key[CCH_RM_SESSION_KEY + 1] = L"";
+    const auto start = function<decltype(&RmStartSession)>("RmStartSession");
+    isOpen_ = start && start(&session_, 0, key) == ERROR_SUCCESS;
+  }
+  RestartManager(const RestartManager&) = delete;
+  RestartManager& operator=(const RestartManager&) = delete;
+  ~RestartManager() {
+    if (const auto end = function<decltype(&RmEndSession)>("RmEndSession"); isOpen_ && end) end(session_);
+  }
+
+  std::vector<std::wstring> usersOf(const std::wstring& path) const {
+    constexpr UINT most = 10;
+    const auto add = function<decltype(&RmRegisterResources)>("RmRegisterResources");
+    const auto list = function<decltype(&RmGetList)>("RmGetList");
+    const wchar_t* files[] = {path.c_str()};
+    if (!isOpen_ || !add || !list || add(session_, 1, files, 0, nullptr, 0, nullptr) != ERROR_SUCCESS) return {};
+    RM_PROCESS_INFO found[most];
+    UINT needed = 0, count = most;
+    DWORD reasons = 0;
+    if (list(session_, &needed, &count, found, &reasons) != ERROR_SUCCESS) return {};
+    std::vector<std::wstring> names;
+    for (UINT i = 0; i < count && i < most; ++i) names.emplace_back(found[i].strAppName);
+    return names;
+  }
+
+ private:
+  template <typename Function>
+  Function function(const char* name) const {
+    if (!library_) return nullptr;
+    return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(library_.get(), name)));
+  }
+
+  UniqueModule library_;
+  DWORD session_ = 0;
+  bool isOpen_ = false;
+};
+
 class SystemProcesses : public Processes {
  public:
   std::uint32_t id() const override { return GetCurrentProcessId(); }
+
+  std::vector<std::wstring> usersOf(const std::wstring& path) const override {
+    const RestartManager manager;
+    return manager.usersOf(path);
+  }
 
   std::unique_ptr<ProcessLock> lock(const std::wstring& name, std::uint32_t milliseconds) override {
     UniqueKernelHandle mutex(CreateMutexW(nullptr, FALSE, (L"Global\\" + name).c_str()));

@@ -24,11 +24,14 @@ class FileSystemWindows : public FileSystem {
   void createFolder(const std::wstring& path) override;
   void deleteFile(const std::wstring& path, bool force) override;
   void copyFile(const std::wstring& from, const std::wstring& to) override;
+  void requireReplaceable(const std::wstring& path) override;
+  void flush(const std::wstring& path) override;
   void moveFile(const std::wstring& from, const std::wstring& to) override;
   std::unique_ptr<FileReader> openForReading(const std::wstring& path) override;
+  std::unique_ptr<FileReader> openLive(const std::wstring& path) override;
+  std::wstring unfinishedName(const std::wstring& path) const override;
   std::unique_ptr<FileReplacement> replaceFile(const std::wstring& path) override;
-  void walkFiles(const std::wstring& folder,
-                 const std::function<void(const std::wstring& path, std::uint64_t size)>& visit) const override;
+  void walkFiles(const std::wstring& folder, const WalkVisitor& visitor) const override;
   std::vector<ListedFile> filesIn(const std::wstring& folder) const override;
   void removeLeftOvers(const std::wstring& folder) override;
   std::uint64_t fileSize(const std::wstring& path) const override;

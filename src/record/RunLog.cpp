@@ -12,13 +12,6 @@ constexpr wchar_t kLogName[] = L"registro.log";
 constexpr std::uint32_t kLongestWait = 2000;  // milliseconds, for another process's turn
 constexpr std::uint32_t kLongestHold = 1000;  // milliseconds, for a file that somebody holds
 
-// The log's path as the name of a lock: the hash FNV-1a of it, of 64 bits.
-std::wstring lockName(const std::wstring& path) {
-  std::uint64_t hash = 0xcbf29ce484222325;
-  for (const wchar_t c : path) hash = (hash ^ static_cast<std::uint64_t>(c)) * 0x100000001b3;
-  return L"QevBackup-registro-" + std::to_wstring(hash);
-}
-
 }  // namespace
 
 std::wstring RunLog::path() const {
@@ -35,7 +28,7 @@ void RunLog::add(const RunRecord& record) noexcept {
 void RunLog::write(const RunRecord& record) {
   const std::string block = logBlock(record);
   const std::wstring log = path();
-  const auto lock = platform_.processes.lock(lockName(platform_.locale.upper(log)), kLongestWait);
+  const auto lock = platform_.processes.lock(lockName(L"registro", platform_.locale.upper(log)), kLongestWait);
   if (!lock) return;
   const std::string bytes = logWith(oldBytes(log), block);
   const auto replacement = platform_.files.replaceFile(log);

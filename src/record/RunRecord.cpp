@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "values/Utf8.h"
+
 namespace qev {
 namespace {
 
@@ -68,41 +70,12 @@ void addShown(Block& block, const std::wstring& shown) {
   }
 }
 
-void addRemarks(Block& block, const EngineRemarks& remarks) {
+void addLines(Block& block, const wchar_t* name, const EngineRemarks& remarks) {
   if (remarks.count() == 0) return;
-  block.open(L"Mensajes del motor");
+  block.open(name);
   for (const std::wstring& line : remarks.lines()) block.line(line);
   const std::size_t more = remarks.count() - remarks.lines().size();
-  if (more > 0) block.line(L"(y " + std::to_wstring(more) + L" mensajes más)");
-}
-
-void addCodePoint(std::string& bytes, std::uint32_t point) {
-  const auto byte = [&](std::uint32_t value) { bytes += static_cast<char>(static_cast<unsigned char>(value)); };
-  if (point < 0x80) return byte(point);
-  if (point < 0x800) return byte(0xC0 | point >> 6), byte(0x80 | (point & 0x3F));
-  if (point < 0x10000) {
-    return byte(0xE0 | point >> 12), byte(0x80 | (point >> 6 & 0x3F)), byte(0x80 | (point & 0x3F));
-  }
-  byte(0xF0 | point >> 18), byte(0x80 | (point >> 12 & 0x3F)), byte(0x80 | (point >> 6 & 0x3F));
-  byte(0x80 | (point & 0x3F));
-}
-
-// Half a surrogate pair, as a damaged text or one that was cut may have, becomes U+FFFD.
-std::string utf8(std::wstring_view text) {
-  constexpr std::uint32_t replacement = 0xFFFD;
-  std::string bytes;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    auto point = static_cast<std::uint32_t>(text[i]);
-    const std::uint32_t next = i + 1 < text.size() ? static_cast<std::uint32_t>(text[i + 1]) : 0;
-    if (point >= 0xD800 && point < 0xDC00 && next >= 0xDC00 && next < 0xE000) {
-      point = 0x10000 + ((point - 0xD800) << 10) + (next - 0xDC00);
-      ++i;
-    } else if ((point >= 0xD800 && point < 0xE000) || point > 0x10FFFF) {
-      point = replacement;
-    }
-    addCodePoint(bytes, point);
-  }
-  return bytes;
+  if (more > 0) block.line(L"(y " + std::to_wstring(more) + L" más)");
 }
 
 // Where the first block at or after `from` begins; npos without one.
@@ -141,10 +114,12 @@ std::string logBlock(const RunRecord& record) {
   block.add(L"Bytes", record.bytes);
   block.add(L"Tamaño de la copia", record.setBytes);
   block.add(L"Código del motor", record.engineCode);
+  if (record.safeMode) block.add(L"Modo seguro", std::wstring(*record.safeMode ? L"sí" : L"no"));
   if (record.proven) block.add(L"Comprobada", std::wstring(*record.proven ? L"sí" : L"no"));
   if (record.errorNumber) block.add(L"Error", std::to_wstring(*record.errorNumber) + L"-" + record.errorText);
   addShown(block, record.shown);
-  addRemarks(block, record.remarks);
+  addLines(block, L"Avisos", record.notes);
+  addLines(block, L"Mensajes del motor", record.remarks);
   return utf8(block.end());
 }
 

@@ -15,13 +15,16 @@
 //     Bytes: 25165824                                  of those files, unpacked
 //     Tamaño de la copia: 9437184                      bytes of the set's file
 //     Código del motor: 18
+//     Modo seguro: sí                                  or "no"; of backups
 //     Comprobada: sí                                   only in safe mode: "sí", or "no" where it did not come to that
 //     Error: 61-Disco lleno: D:\Copias                 only of a run that ended in one
 //     Texto mostrado:
 //       | La copia de seguridad se ha realizado correctamente.
+//     Avisos:                                          what the run itself found
+//       | C:\Prog\Datos\Emp01\a.db no se ha podido leer
 //     Mensajes del motor:
 //       | zip warning: could not open for reading: Prog/Datos/Emp01/a.db
-//       | (y 40 mensajes más)
+//       | (y 40 más)
 //
 // and an empty line. The first line says "Copia automática", "Copia programada", "Copia manual", "Copia" (of any other
 // kind) or "Restauración", and the moment of the start; "Resultado" is "correcto", "con errores", "cancelado por el
@@ -61,7 +64,9 @@ struct RunRecord {
   std::optional<std::uint64_t> setBytes;
   std::optional<std::int32_t> engineCode;  // the worst of the run's engine calls
   std::optional<bool> proven;              // in safe mode
-  EngineRemarks remarks;
+  std::optional<bool> safeMode;
+  EngineRemarks notes;    // what the run itself found
+  EngineRemarks remarks;  // what the engine said
   std::optional<std::int32_t> errorNumber;
   std::wstring errorText;
   std::wstring shown;  // as the window showed it
@@ -75,7 +80,7 @@ struct RunRecord {
 
 inline constexpr std::size_t kMostLogBytes = 1 << 20;
 
-// The block of a run in UTF-8, its empty line included; less than 300 KiB. Throws 6 beyond the calendar.
+// The block of a run in UTF-8, its empty line included; less than 500 KiB. Throws 6 beyond the calendar.
 std::string logBlock(const RunRecord& record);
 
 // A log of at most `most` bytes: as many of the last blocks of `old` as leave room, then `block`, which is there

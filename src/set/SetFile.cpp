@@ -18,6 +18,17 @@ void writeHeader(Platform& platform, const std::wstring& path, const SetHeader& 
   bytes.rewrite(path, line, bytes.openIfPresent(path));
 }
 
+std::unique_ptr<FileReplacement> beginSet(Platform& platform, const std::wstring& archive, const std::wstring& target,
+                                          const SetHeader& header) {
+  const std::string line = header.bytes(platform.locale);
+  const auto content = platform.files.openForReading(archive);
+  SetBytes bytes(platform);
+  auto set = bytes.begin(target, line);
+  bytes.copy(*content, *set);
+  set->seal();
+  return set;
+}
+
 void stripHeader(Platform& platform, const std::wstring& path) {
   SetBytes bytes(platform);
   auto content = bytes.openIfPresent(path);

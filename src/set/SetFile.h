@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "platform/Platform.h"
@@ -26,6 +27,12 @@ namespace qev {
 // that has a header gets a second. Throws file-system errors, a file that cannot be read included, and 13 when the
 // locale cannot read back the date.
 void writeHeader(Platform& platform, const std::wstring& path, const SetHeader& header);
+
+// Begins the set file at `target`: a header line, then the bytes of `archive`, which is only read. What is answered is
+// sealed: it is on the disk and nobody can write it any more; its commit() puts it in its place. Throws 53 when there
+// is no archive, 13 as writeHeader does, and file-system errors.
+[[nodiscard]] std::unique_ptr<FileReplacement> beginSet(Platform& platform, const std::wstring& archive,
+                                                        const std::wstring& target, const SetHeader& header);
 
 // Takes the first line and its CR LF off a file; one without CR LF is all first line and becomes empty, one that does
 // not exist is created empty. Throws file-system errors.

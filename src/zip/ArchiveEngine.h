@@ -23,6 +23,7 @@ struct ZipRequest {
   std::vector<std::wstring> names;  // paths and wildcard patterns, kMostNames at the most
   std::int32_t recurse = 0;         // 0, or 2: into subfolders
   std::int32_t update = 0;          // 0, or 1: change an archive that exists
+  std::int32_t system = 0;          // 0, or 1: hidden and system files too
 };
 
 enum class UnzipMode { Extract, List, Test };

@@ -72,7 +72,8 @@ std::int32_t CZipFiles::runEngine() {
   const FlagScope underWay(underWay_);
   lastMessage().clear();
   Client client(eventLoop_, onEvent);
-  return loadEngine_()->run({zipFileName_, locale_.upper(rootDirectory_), names_, recurseMode_, update_}, client);
+  const ZipRequest request{zipFileName_, locale_.upper(rootDirectory_), names_, recurseMode_, update_, hidden_ ? 1 : 0};
+  return loadEngine_()->run(request, client);
 }
 
 std::wstring CZipFiles::GetLastMessage() const {

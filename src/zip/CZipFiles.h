@@ -43,6 +43,10 @@ class CZipFiles {
   bool UpdatingZip() const { return update_ == 1; }
   void setUpdatingZip(bool updating) { update_ = updating ? 1 : 0; }
 
+  // Whether hidden and system files that a pattern matches are archived too; false at first.
+  bool HiddenFiles() const { return hidden_; }
+  void setHiddenFiles(bool hidden) { hidden_ = hidden; }
+
   // How many names were added.
   std::int32_t ZipFileCount() const;
 
@@ -81,6 +85,7 @@ class CZipFiles {
   std::int16_t encrypt_ = 0;
   std::wstring rootDirectory_ = L"\\";
   std::int16_t update_ = 0;
+  bool hidden_ = false;
 };
 
 }  // namespace qev

@@ -184,6 +184,7 @@ class DllZipEngine final : public ZipEngine {
     std::string root = bytesOf(request.root);
     std::string date;
     ZPOPT options{};
+    options.fSystem = request.system;
     options.fRecurse = request.recurse;
     options.fUpdate = request.update;
     options.Date = date.data();

@@ -4,9 +4,12 @@ namespace qev {
 
 void EngineRemarks::event(const EngineEvent& event) {
   const auto* const remark = std::get_if<Remark>(&event);
-  if (!remark) return;
+  if (remark) add(remark->line);
+}
+
+void EngineRemarks::add(std::wstring_view line) {
   ++count_;
-  keep(remark->line);
+  keep(line);
 }
 
 void EngineRemarks::add(const EngineRemarks& others) {

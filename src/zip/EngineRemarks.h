@@ -18,6 +18,9 @@ class EngineRemarks {
   // Takes the next event; those that are no remark count for nothing.
   void event(const EngineEvent& event);
 
+  // Takes a line as it stands.
+  void add(std::wstring_view line);
+
   // Takes what another run remarked.
   void add(const EngineRemarks& others);
 

@@ -164,7 +164,8 @@ std::optional<std::vector<ZipDirectoryEntry>> readZipDirectory(FileReader& reade
     nameBytes += nameSize;
     if (rest.size() < nameSize + extraSize + commentSize || nameBytes > kMostNameBytes) return std::nullopt;
     const auto larger = size == kInZip64Field ? zip64Size(rest.substr(nameSize, extraSize)) : std::nullopt;
-    entries.push_back({std::string(rest.substr(0, nameSize)), larger.value_or(size)});
+    entries.push_back({std::string(rest.substr(0, nameSize)), larger.value_or(size),
+                       static_cast<std::uint32_t>(number(fixed, 16, 4))});
   }
   return entries;
 }

@@ -1,5 +1,5 @@
-// The directory of a zip archive, read without the engine: names and lengths of what the archive holds, for telling how
-// far a run of the engine has come. APPNOTE 4.3.12 (central directory), 4.3.14 to 4.3.16 (end records), 4.5.3 (Zip64).
+// The directory of a zip archive, read without the engine: names, lengths and checksums of what the archive holds, for
+// telling how far a run of the engine has come and whether it holds what it should. APPNOTE 4.3.12 (central directory), 4.3.14 to 4.3.16 (end records), 4.5.3 (Zip64).
 #pragma once
 
 #include <cstdint>
@@ -14,6 +14,7 @@ namespace qev {
 struct ZipDirectoryEntry {
   std::string name;        // bytes as they stand, in whatever code page
   std::uint64_t size = 0;  // bytes, unpacked
+  std::uint32_t crc = 0;   // CRC-32 of them
 };
 
 // Most entries and bytes of names that are read: what says to have more is taken for something else.

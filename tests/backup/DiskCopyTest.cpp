@@ -79,7 +79,8 @@ class DiskCopyTest : public testing::Test {
           if (onProgress) onProgress();
         },
         [this] { return stopAfter-- <= 0; });
-    const bool done = copy.run(kWorkingCopy, displayPath);
+    const bool done = copy.run(kWorkingCopy, displayPath, isSafe);
+    notes = copy.notes();
     takeDiskOut();
     return done;
   }
@@ -99,6 +100,8 @@ class DiskCopyTest : public testing::Test {
   FakePlatform fake;
   std::vector<std::wstring> progress;
   std::function<void()> onProgress;
+  bool isSafe = false;
+  std::vector<std::wstring> notes;
   std::vector<std::string> disks;  // what each disk held when it was taken out
   int stopAfter = 1000;            // tries until the user asks to close the window
 };
@@ -170,7 +173,7 @@ TEST_F(DiskCopyTest, AWorkingCopyThatCannotBeDeletedIsLeftAndWasNotForced) {
   fake.messages.willAnswer({Answer::Ok});
   DiskCopy copy(
       platform, L"Gestion", [](const std::wstring&) {}, [] { return false; });
-  EXPECT_TRUE(copy.run(kWorkingCopy, kDisplayed));
+  EXPECT_TRUE(copy.run(kWorkingCopy, kDisplayed, false));
   EXPECT_EQ(files.tries, 1);
   EXPECT_FALSE(files.forced);
   EXPECT_TRUE(files.fileExists(kWorkingCopy));

@@ -129,22 +129,47 @@ TEST_F(HacerCopiaTest, SubfoldersAreArchivedAndTheArchiveIsNewAndNotAnUpdate) {
   EXPECT_EQ(engine.request.root, L"\\");
 }
 
-TEST_F(HacerCopiaTest, TheArchiveIsBuiltAtTheTargetItself) {
+TEST_F(HacerCopiaTest, TheArchiveIsBuiltBesideTheTargetUnderANameOfItsOwn) {
   run();
-  EXPECT_EQ(engine.request.archive, L"D:\\Copias\\Backup16-11-26.qev");
+  EXPECT_EQ(parentFolderName(engine.request.archive), L"D:\\Copias");
+  EXPECT_NE(engine.request.archive, kTarget);
+  EXPECT_THAT(fake.files.list(L"D:\\Copias"), ElementsAre(L"Backup16-11-26.qev"));
 }
 
-TEST_F(HacerCopiaTest, TheDataFolderIsJoinedToItsPatternWithoutASeparatorSoItMustEndInABackslash) {
+TEST_F(HacerCopiaTest, ADataFolderWithoutItsLastBackslashGetsIt) {
   host.dataFolder = L"C:\\Prog\\Datos\\Emp01";
   run();
-  EXPECT_EQ(engine.request.names.at(1), L"C:\\Prog\\Datos\\Emp01*.*");
+  EXPECT_EQ(engine.request.names.at(1), L"C:\\Prog\\Datos\\Emp01\\*.*");
   EXPECT_EQ(engine.request.names.at(2), L"C:\\Prog\\Util.mde");
 }
 
+TEST_F(HacerCopiaTest, ADataFolderThatIsNotToldIsNoFolderThatHappensToBeCurrent) {
+  for (const wchar_t* folder : {L"", L"Datos\\", L"\\Prog\\Datos\\Emp01\\", L"C:", L"C:Datos\\"}) {
+    host.dataFolder = folder;
+    run();
+    EXPECT_THAT(view.failure, HasSubstr(L"\r\nError: 76-")) << folder;
+  }
+  EXPECT_EQ(engine.loads, 0);
+}
+
+TEST_F(HacerCopiaTest, ABackupFolderThatIsNotToldIsNotOneThatHappensToBeCurrent) {
+  run(L"Backup\\Backup16-11-26.qev");
+  EXPECT_THAT(view.failure, HasSubstr(L"\r\nError: 76-"));
+  EXPECT_EQ(engine.loads, 0);
+}
+
 TEST_F(HacerCopiaTest, ADataFolderOneLevelBelowTheRootHasItsUtilitiesInTheRoot) {
+  fake.files.putFolder(L"C:\\Gestion\\Datos");
   host.dataFolder = L"C:\\Gestion\\Datos\\";
   run();
   EXPECT_EQ(engine.request.names.at(2), L"C:\\\\Util.mde");
+}
+
+TEST_F(HacerCopiaTest, ADataFolderInTheRootHasItsUtilitiesOnItsOwnDrive) {
+  fake.files.putFolder(L"E:\\Datos");
+  host.dataFolder = L"E:\\Datos\\";
+  run();
+  EXPECT_EQ(engine.request.names.at(2), L"E:\\Util.mde");
 }
 
 TEST_F(HacerCopiaTest, TheHostsSettingsFileIsNamedAfterTheTitle) {
@@ -159,6 +184,7 @@ TEST_F(HacerCopiaTest, TheSetGetsAHeaderOfOneVolumeTheFirstAndTheDriveOfTheDataF
 }
 
 TEST_F(HacerCopiaTest, TheDriveInTheHeaderIsThatOfTheDataFolderAndNotOfTheTarget) {
+  fake.files.putFolder(L"E:\\Prog\\Datos\\Emp01");
   host.dataFolder = L"E:\\Prog\\Datos\\Emp01\\";
   run();
   EXPECT_THAT(fake.files.bytes(kTarget), HasSubstr("Directorio : E:;\r\n"));
@@ -173,7 +199,7 @@ TEST_F(HacerCopiaTest, SuccessIsRecordedWithItsMoment) {
 TEST_F(HacerCopiaTest, TheMomentsOfASuccessAreThoseOfItsEnd) {
   fake.clock.set(2026, 11, 16, 23, 59);
   engine.work = [this] {
-    fake.files.put(kTarget, "PK");
+    fake.files.put(engine.request.archive, "PK");
     fake.clock.set(2026, 11, 17, 0, 1);
     return 0;
   };
@@ -259,19 +285,73 @@ TEST_F(HacerCopiaTest, AKindThatIsNoneOfTheThreeAsksAsAnAutomaticRunDoes) {
   EXPECT_EQ(fake.messages.shown.at(0).text, L"Hoy ya se ha realizado una copia de seguridad, ¿Desea reemplazarla?");
 }
 
-TEST_F(HacerCopiaTest, YesDeletesTheOldFileBeforeTheEngineRunsAndMakesTheSet) {
+TEST_F(HacerCopiaTest, YesReplacesTheOldFileWhichIsThereUntilTheNewOneIs) {
   fake.files.put(kTarget, "la copia de hoy");
   fake.messages.willAnswer({Answer::Yes});
-  bool oldFileThere = true;
+  std::string meanwhile;
   engine.work = [&] {
-    oldFileThere = fake.files.fileExists(kTarget);
-    fake.files.put(kTarget, "PK nueva");
+    meanwhile = fake.files.bytes(kTarget);
+    fake.files.put(engine.request.archive, "PK nueva");
     return 0;
   };
   run();
-  EXPECT_FALSE(oldFileThere);
+  EXPECT_EQ(meanwhile, "la copia de hoy");
   EXPECT_EQ(fake.files.bytes(kTarget), std::string(kHeader) + "PK nueva");
   EXPECT_EQ(setting(L"Estado"), Value(std::wstring(kGood)));
+}
+
+TEST_F(HacerCopiaTest, AnOldFileAmongTheDataGoesFirstSoThatItIsNotArchived) {
+  const std::wstring target = L"c:\\PROG\\Datos\\Emp01\\copia.qev";
+  fake.files.put(target, "la copia de hoy");
+  fake.messages.willAnswer({Answer::Yes});
+  bool isThere = true;
+  engine.work = [&] {
+    isThere = fake.files.fileExists(target);
+    fake.files.put(engine.request.archive, "PK nueva");
+    return 0;
+  };
+  run(target);
+  EXPECT_FALSE(isThere);
+  EXPECT_EQ(fake.files.bytes(target), std::string(kHeader) + "PK nueva");
+}
+
+TEST_F(HacerCopiaTest, AnyAnswerButYesIsANo) {
+  fake.files.put(kTarget, "la copia de hoy");
+  fake.messages.willAnswer({Answer::Cancel});
+  run();
+  EXPECT_EQ(engine.loads, 0);
+  EXPECT_EQ(fake.files.bytes(kTarget), "la copia de hoy");
+}
+
+TEST_F(HacerCopiaTest, WhereThereIsNoRoomForBothTheOldFileGoes) {
+  fake.files.put(kTarget, std::string(500, 'v'));
+  fake.messages.willAnswer({Answer::Yes});
+  archivesAs(std::string(300, 'n'));
+  std::uint64_t taken = 700;
+  for (const std::wstring& path : fake.files.paths()) {
+    if (path != kTarget) taken += fake.files.content(path).size();
+  }
+  fake.files.capacity = taken + 200;  // the archive and the set; not the old set too
+  run();
+  EXPECT_TRUE(view.succeeded) << fake.locale.ansiFromText(view.failure);
+  EXPECT_THAT(fake.files.bytes(kTarget), testing::EndsWith(std::string(300, 'n')));
+}
+
+TEST_F(HacerCopiaTest, WhileAnotherRunMakesTheSameSetASecondOneSaysSoAndChangesNothing) {
+  fake.processes.busy = true;
+  fake.files.put(kTarget, "la copia de hoy");
+  run();
+  EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"70-Otra copia de seguridad está en marcha"));
+  EXPECT_EQ(engine.loads, 0);
+  EXPECT_THAT(fake.messages.shown, IsEmpty());
+  EXPECT_EQ(fake.files.bytes(kTarget), "la copia de hoy");
+}
+
+TEST_F(HacerCopiaTest, RunsToDifferentTargetsDoNotWaitForOneAnother) {
+  run();
+  run(L"D:\\Copias\\otra.qev");
+  EXPECT_NE(fake.processes.asked.at(0), fake.processes.asked.at(2));
+  EXPECT_TRUE(fake.processes.held.empty());
 }
 
 TEST_F(HacerCopiaTest, YesDeletesAReadOnlyFileToo) {
@@ -506,15 +586,58 @@ TEST_F(HacerCopiaTest, AnEngineThatCannotBeLoadedEndsInAFailureThatNamesItsFile)
   EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"53-No se ha encontrado el archivo: VANTO5.DLL"));
 }
 
-TEST_F(HacerCopiaTest, WithoutAnyArchiveTheRunFailsWithTheLastLineOfTheEngine) {
-  failsToArchive(L"\tzip warning: could not open for writing: D:/Copias\r\nzip error: Could not create output file\r\n",
-                 15);
+TEST_F(HacerCopiaTest, WithoutAnyArchiveTheRunFailsWithTheReason) {
+  const struct {
+    const wchar_t* said;
+    int code;
+    const wchar_t* error;
+  } cases[] = {
+      {L"zip I/O error: No space left on device", 14,
+       L"61-Disco lleno: D:\\Copias\\Backup16-11-26.qev (no se ha podido escribir la copia)"},
+      {L"zip I/O error: Permission denied", 15,
+       L"70-Permiso denegado: D:\\Copias\\Backup16-11-26.qev (no se ha podido crear la copia)"},
+      {L"zip I/O error: No such file or directory", 15, L"76-"},
+      {L"zip error: Out of memory", 4, L"7-Memoria insuficiente"},
+      {L"zip error: Nothing to do!", 12,
+       L"53-No se ha encontrado el archivo: D:\\Copias\\Backup16-11-26.qev (no hay ningún archivo que copiar)"},
+      {L"", 10, L"57-"},
+  };
+  for (const auto& one : cases) {
+    failsToArchive(std::wstring(one.said) + L"\r\n", one.code);
+    run();
+    EXPECT_THAT(view.failure, HasSubstr(std::wstring(L"\r\nError: ") + one.error)) << one.code;
+    EXPECT_FALSE(fake.files.fileExists(kTarget));
+  }
+}
+
+TEST_F(HacerCopiaTest, AFileSystemThatTakesNoSuchLengthIsNamed) {
+  fake.drives.volume = VolumeFacts{L"FAT32", std::uint64_t{1} << 36};
+  failsToArchive(L"zip I/O error: No space left on device\r\n", 14);
   run();
-  EXPECT_EQ(view.textOf(L"failure"),
-            plainFailure(kTarget, std::wstring(L"53-No se ha encontrado el archivo: ") + kTarget +
-                                      L" (zip error: Could not create output file)"));
-  EXPECT_EQ(view.textOf(L"success"), L"<none>");
-  EXPECT_FALSE(fake.files.fileExists(kTarget));
+  EXPECT_THAT(view.failure,
+              HasSubstr(L"Error: 61-El disco está formateado como FAT32, que no admite archivos de 4 GB"));
+  fake.drives.volume->freeBytes = 1000;
+  run();
+  EXPECT_THAT(view.failure, HasSubstr(L"Error: 61-Disco lleno"));
+}
+
+TEST_F(HacerCopiaTest, WhereThereIsCertainlyNoRoomTheEngineDoesNotRun) {
+  fake.files.putRun(L"C:\\Prog\\Datos\\Emp01\\grande.db", 'g', std::uint64_t{1} << 31);
+  fake.drives.volume = VolumeFacts{L"NTFS", 1'000'000};
+  run();
+  EXPECT_THAT(view.failure, HasSubstr(L"Error: 61-Disco lleno"));
+  EXPECT_EQ(engine.loads, 0);
+  fake.files.put(kTarget, std::string(2'000'000, 'v'));  // what goes makes room
+  fake.messages.willAnswer({Answer::Yes});
+  run();
+  EXPECT_TRUE(view.succeeded);
+}
+
+TEST_F(HacerCopiaTest, ADataFolderThatIsMissingIsAFailureBeforeTheEngineRuns) {
+  host.dataFolder = L"C:\\Prog\\Datos\\Emp02\\";
+  run();
+  EXPECT_THAT(view.failure, HasSubstr(L"Error: 76-"));
+  EXPECT_EQ(engine.loads, 0);
 }
 
 TEST_F(HacerCopiaTest, AnEngineThatLeavesNoArchiveAndSaysNothingDoesNoHarm) {
@@ -525,34 +648,61 @@ TEST_F(HacerCopiaTest, AnEngineThatLeavesNoArchiveAndSaysNothingDoesNoHarm) {
   }
 }
 
-TEST_F(HacerCopiaTest, AnArchiveThatCannotBeStampedEndsInFailureAndNothingIsLeftUnderTheNameOfASet) {
-  fake.files.denyWriting(kTarget, kDiskFull);
+TEST_F(HacerCopiaTest, AnArchiveThatCannotBeStampedEndsInFailureAndStaysByANameThatIsTold) {
+  const std::wstring kept = std::wstring(kTarget) + L".sin-cabecera.zip";
+  engine.work = [this] {
+    fake.files.put(engine.request.archive, "PK archivo");
+    fake.files.denyWriting(kTarget, kDiskFull);
+    return 0;
+  };
   run();
-  EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"61-Disco lleno"));
+  EXPECT_EQ(view.textOf(L"failure"),
+            plainFailure(kTarget, L"61-Disco lleno. Lo comprimido queda, sin cabecera, en " + kept));
+  EXPECT_FALSE(fake.files.fileExists(kTarget));
+  EXPECT_EQ(fake.files.bytes(kept), "PK archivo");
+  fake.files.allowWriting();
+  archivesAs("PK archivo");
+  run();
+  EXPECT_TRUE(view.succeeded);
+  EXPECT_FALSE(fake.files.fileExists(kept)) << "the set is there now";
+}
+
+TEST_F(HacerCopiaTest, ATargetThatCannotBeWrittenIsAFailureBeforeTheEngineRuns) {
+  fake.files.denyWriting(kTarget, kPermissionDenied);
+  run();
+  EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"70-Permiso denegado"));
+  EXPECT_EQ(engine.loads, 0);
+}
+
+TEST_F(HacerCopiaTest, AnArchiveThatVanishesIsAFailureAndNoSetOfOneLine) {
+  engine.work = [this] {
+    fake.files.put(engine.request.archive, "PK archivo");
+    fake.files.makeUnreadable(engine.request.archive, kFileNotFound);
+    return 0;
+  };
+  run();
+  EXPECT_THAT(view.failure, HasSubstr(L"Error: 53-"));
   EXPECT_FALSE(fake.files.fileExists(kTarget));
 }
 
-TEST_F(HacerCopiaTest, AnArchiveThatCannotEvenBeRemovedDoesNotHideTheErrorThatLedThere) {
-  std::unique_ptr<FileReader> reader;
-  engine.work = [&] {
-    fake.files.put(kTarget, "PK");
-    reader = fake.files.openForReading(kTarget);
-    return 0;
+TEST_F(HacerCopiaTest, AFileOfAnothersUnderTheTargetsNameIsNotStamped) {
+  engine.work = [this] {
+    fake.files.put(kTarget, "de otro");
+    return 12;
   };
-  fake.files.denyWriting(kTarget, kDiskFull);
   run();
-  EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"61-Disco lleno"));
-  EXPECT_EQ(fake.files.bytes(kTarget), "PK");
+  EXPECT_THAT(view.failure, HasSubstr(L"Error: 53-"));
+  EXPECT_EQ(fake.files.bytes(kTarget), "de otro");
 }
 
 TEST_F(HacerCopiaTest, AFailureBeforeAnyArchiveLeavesNothingUnderTheNameOfASet) {
   engine.work = [this]() -> int {
-    fake.files.put(kTarget, "PK a medias");
+    fake.files.put(engine.request.archive, "PK a medias");
     throw AutomationError(kSubscriptOutOfRange);  // it has said more at once than a message may have
   };
   run();
   EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"9-" + describeError(9)));
-  EXPECT_FALSE(fake.files.fileExists(kTarget));
+  EXPECT_THAT(fake.files.list(L"D:\\Copias"), IsEmpty());
 }
 
 TEST_F(HacerCopiaTest, WhateverFileOperationFailsTheRunEndsOnceInSuccessOrFailure) {
@@ -569,7 +719,7 @@ TEST_F(HacerCopiaTest, WhateverFileOperationFailsTheRunEndsOnceInSuccessOrFailur
     if (view.textOf(L"failure") == L"<none>") {
       EXPECT_EQ(fake.files.bytes(kTarget), std::string(kHeader) + "PK archivo") << "only the record of the run failed";
     } else {
-      EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"57-" + describeError(57))) << "operation " << failing;
+      EXPECT_THAT(view.failure, testing::StartsWith(plainFailure(kTarget, L"57-" + describeError(57)))) << failing;
       ++failures;
     }
     EXPECT_EQ(fake.sound.beeps, 1);
@@ -591,7 +741,7 @@ TEST_F(HacerCopiaTest, ForAFloppyTheArchiveIsBuiltInTheWorkFolderAndTheTargetIsS
   fake.drives.willReport({FakeDrives::bytesFree(1457664)});
   fake.messages.willAnswer({Answer::Ok});
   run(kOnFloppy);
-  EXPECT_EQ(engine.request.archive, L"C:\\Trabajo\\temp\\copia.zip");
+  EXPECT_EQ(parentFolderName(engine.request.archive), L"C:\\Trabajo\\temp");
   EXPECT_THAT(view.events,
               ElementsAre(L"busy", L"origin: Datos del programa", L"destination: A:\\Backup16-11-26.qev",
                           L"result: Realizando copia de seguridad...", L"idle", L"result: Copiando disco 1 de 1...",
@@ -650,7 +800,7 @@ TEST_F(HacerCopiaTest, ADriveThatIsNotReadyAndGivenUpWhileItIsMeasuredEndsInFail
 
 TEST_F(HacerCopiaTest, ALowerCaseDriveLetterIsAnOrdinaryFolder) {
   run(L"a:\\Backup16-11-26.qev");
-  EXPECT_EQ(engine.request.archive, L"a:\\Backup16-11-26.qev");
+  EXPECT_EQ(parentFolderName(engine.request.archive), L"a:\\");
   EXPECT_EQ(fake.files.bytes(kOnFloppy), std::string(kHeader) + "PK archivo");
   EXPECT_THAT(fake.messages.shown, IsEmpty());
   EXPECT_THAT(fake.drives.queried, IsEmpty());

@@ -125,8 +125,9 @@ TEST_F(SafeModeOnDisk, AFullDiskIsAFailureAndTheOldSetStaysAlone) {
                                      HasSubstr(L"-Copia incompleta: zip I/O error: No space left on device")));
     EXPECT_EQ(150'000u, system_.files.fileSize(onDisk));
     std::vector<std::wstring> left;
-    system_.files.walkFiles(*disk + L"\\",
-                            [&](const std::wstring& path, std::uint64_t) { left.push_back(fileNamePart(path)); });
+    system_.files.walkFiles(
+        *disk + L"\\",
+        {.file = [&](const WalkedFile& file) { left.push_back(fileNamePart(file.path)); }, .gap = nullptr});
     EXPECT_THAT(left, ElementsAre(L"copia.qev"));
   }
   DeleteFileW(onDisk.c_str());

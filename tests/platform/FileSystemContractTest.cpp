@@ -388,14 +388,15 @@ TYPED_TEST(FileSystemContract, AWalkVisitsEveryFileOfEverySubfolderWithItsLength
   this->folder.makeFolder(L"Vacía");
   std::map<std::wstring, std::uint64_t> visited;
   this->files.walkFiles(this->folder.path() + L"\\",
-                        [&](const std::wstring& path, std::uint64_t size) { visited[path] = size; });
+                        {.file = [&](const WalkedFile& file) { visited[file.path] = file.size; }, .gap = nullptr});
   const std::map<std::wstring, std::uint64_t> expected = {
       {this->folder / L"a.txt", 5}, {this->folder / L"vacío.txt", 0}, {this->folder / L"Año\\Uno\\ñ.txt", 3}};
   EXPECT_EQ(visited, expected);
 }
 
 TYPED_TEST(FileSystemContract, AWalkOfWhatIsMissingVisitsNothing) {
-  this->files.walkFiles(this->folder / L"no\\", [](const std::wstring&, std::uint64_t) { ADD_FAILURE() << "visited"; });
+  this->files.walkFiles(this->folder / L"no\\",
+                        {.file = [](const WalkedFile&) { ADD_FAILURE() << "visited"; }, .gap = nullptr});
 }
 
 TYPED_TEST(FileSystemContract, TheLengthOfAMissingFileIsZero) {
@@ -505,7 +506,7 @@ TEST_F(FileSystemWindowsTest, AFullDiskIs61AndTheOldFileStaysAlone) {
             61);
   EXPECT_EQ(files.fileSize(path), 5u);
   std::vector<std::wstring> left;
-  files.walkFiles(*disk + L"\\", [&](const std::wstring& found, std::uint64_t) { left.push_back(found); });
+  files.walkFiles(*disk + L"\\", {.file = [&](const WalkedFile& file) { left.push_back(file.path); }, .gap = nullptr});
   EXPECT_THAT(left, ElementsAre(path));
   files.deleteFile(path, true);
 }
@@ -587,7 +588,8 @@ TEST_F(FileSystemWindowsTest, AWalkPassesOverHiddenAndSystemFiles) {
   SetFileAttributesW((folder / L"oculto.txt").c_str(), FILE_ATTRIBUTE_HIDDEN);
   SetFileAttributesW((folder / L"sistema.txt").c_str(), FILE_ATTRIBUTE_SYSTEM);
   std::vector<std::wstring> visited;
-  files.walkFiles(folder.path() + L"\\", [&](const std::wstring& path, std::uint64_t) { visited.push_back(path); });
+  files.walkFiles(folder.path() + L"\\",
+                  {.file = [&](const WalkedFile& file) { visited.push_back(file.path); }, .gap = nullptr});
   EXPECT_THAT(visited, ElementsAre(folder / L"a.txt"));
 }
 #endif

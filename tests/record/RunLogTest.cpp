@@ -139,8 +139,9 @@ TEST_F(RunLogTest, OnAFullDiskTheLogStaysWholeAndNothingElseIsLeft) {
   add(L"Otra");
   EXPECT_EQ(size, system_.files.fileSize(log));
   std::vector<std::wstring> left;
-  system_.files.walkFiles(*disk + L"\\",
-                          [&](const std::wstring& path, std::uint64_t) { left.push_back(fileNamePart(path)); });
+  system_.files.walkFiles(
+      *disk + L"\\",
+      {.file = [&](const WalkedFile& file) { left.push_back(fileNamePart(file.path)); }, .gap = nullptr});
   EXPECT_THAT(left, testing::UnorderedElementsAre(L"registro.log", L"relleno"));
   DeleteFileW(filler.c_str());
   DeleteFileW(log.c_str());

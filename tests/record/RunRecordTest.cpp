@@ -144,7 +144,7 @@ TEST(RunRecordTest, TextsOfAnyLengthMakeABlockOfBoundedSize) {
   run.errorNumber = 1;
   for (int i = 0; i < 300; ++i) run.remarks.event(Remark{longText.substr(0, 5000)});
   EXPECT_LT(blockOf(run).size(), 300u << 10);
-  EXPECT_THAT(blockOf(run), HasSubstr("    | (y 100 mensajes m\xC3\xA1s)\r\n"));
+  EXPECT_THAT(blockOf(run), HasSubstr("    | (y 100 m\xC3\xA1s)\r\n"));
 }
 
 TEST(RunRecordTest, CharactersBeyondTheFirstPlaneAndHalvesOfThemAreWrittenAsUtf8) {

@@ -33,12 +33,15 @@ class DiskDrive : public FileSystem {
   void createFolder(const std::wstring& path) override { files_.createFolder(path); }
   void deleteFile(const std::wstring& path, bool force) override { files_.deleteFile(path, force); }
   void copyFile(const std::wstring& from, const std::wstring& to) override;
+  void requireReplaceable(const std::wstring& path) override { files_.requireReplaceable(path); }
+  void flush(const std::wstring& path) override { files_.flush(at(path)); }
   void moveFile(const std::wstring& from, const std::wstring& to) override { files_.moveFile(from, to); }
   std::unique_ptr<FileReader> openForReading(const std::wstring& path) override;
   std::unique_ptr<FileReplacement> replaceFile(const std::wstring& path) override;
-  void walkFiles(const std::wstring& folder,
-                 const std::function<void(const std::wstring& path, std::uint64_t size)>& visit) const override {
-    files_.walkFiles(folder, visit);
+  std::unique_ptr<FileReader> openLive(const std::wstring& path) override { return files_.openLive(path); }
+  std::wstring unfinishedName(const std::wstring& path) const override { return files_.unfinishedName(path); }
+  void walkFiles(const std::wstring& folder, const WalkVisitor& visitor) const override {
+    files_.walkFiles(folder, visitor);
   }
   void removeLeftOvers(const std::wstring& folder) override { files_.removeLeftOvers(folder); }
   std::vector<ListedFile> filesIn(const std::wstring& folder) const override { return files_.filesIn(folder); }

@@ -23,6 +23,11 @@ std::wstring keyOf(const std::wstring& path) {
   return key;
 }
 
+// A name that unfinishedName has given.
+bool isUnfinished(const std::wstring& key) {
+  return fileNamePart(key).starts_with(L"qev-") && key.ends_with(L".tmp");
+}
+
 bool isUniform(std::string_view bytes) {
   return bytes.size() < 2 || std::memcmp(bytes.data(), bytes.data() + 1, bytes.size() - 1) == 0;
 }
@@ -123,16 +128,29 @@ class FakeFiles::Reader : public FileReader {
 
 class FakeFiles::Replacement : public FileReplacement {
  public:
-  Replacement(FakeFiles& files, std::wstring path) : files_(files), path_(std::move(path)) {
+  Replacement(FakeFiles& files, std::wstring path)
+      : files_(files), path_(std::move(path)), written_(files.unfinishedName(path_)) {
     ++files_.openReplacements_;
   }
-  ~Replacement() override { --files_.openReplacements_; }
+  ~Replacement() override {
+    if (sealed_) files_.files_.erase(keyOf(written_));
+    --files_.openReplacements_;
+  }
 
   void write(std::span<const std::byte> bytes) override {
     files_.step();
+    if (sealed_) throw std::logic_error("a sealed replacement is written");
     files_.largestTransfer_ = std::max(files_.largestTransfer_, bytes.size());
     files_.requireRoom(content_.size() + bytes.size());
     content_.append(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+  }
+
+  std::wstring path() const override { return written_; }
+
+  void seal() override {
+    files_.step();
+    files_.putContent(written_, FileContent(content_));
+    sealed_ = true;
   }
 
   void commit(std::optional<std::uint32_t>) override {
@@ -141,6 +159,7 @@ class FakeFiles::Replacement : public FileReplacement {
     // As on Windows, a name cannot be given to a new file while the old one is open.
     if (const Entry* old = files_.find(path_); old && old->readers > 0) throw AutomationError(kPermissionDenied);
     files_.requireNoFolder(path_);
+    if (sealed_) content_ = files_.entry(written_).content;
     files_.putContent(path_, std::move(content_));
     committed_ = true;
   }
@@ -148,8 +167,10 @@ class FakeFiles::Replacement : public FileReplacement {
  private:
   FakeFiles& files_;
   std::wstring path_;
+  std::wstring written_;
   FileContent content_;
   bool committed_ = false;
+  bool sealed_ = false;
 };
 
 // --- FakeFiles ---
@@ -168,6 +189,7 @@ void FakeFiles::putContent(const std::wstring& path, FileContent content) {
     file.number = ++filesPut_;
   }
   file.content = std::move(content);
+  file.written = ++writes_;
   file.readOnly = false;
 }
 
@@ -265,6 +287,20 @@ void FakeFiles::copyFile(const std::wstring& from, const std::wstring& to) {
   putContent(to, FileContent(source.content));
 }
 
+void FakeFiles::requireReplaceable(const std::wstring& path) {
+  step();
+  if (const auto denied = writeErrors_.find(keyOf(path)); denied != writeErrors_.end()) {
+    throw AutomationError(denied->second);
+  }
+  if (const Entry* file = find(path); file && file->readers > 0) throw AutomationError(kPermissionDenied);
+}
+
+void FakeFiles::flush(const std::wstring& path) {
+  step();
+  static_cast<void>(entry(path));
+  flushed.push_back(path);
+}
+
 void FakeFiles::moveFile(const std::wstring& from, const std::wstring& to) {
   step();
   const Entry& source = entry(from);
@@ -281,6 +317,7 @@ void FakeFiles::moveFile(const std::wstring& from, const std::wstring& to) {
 
 std::unique_ptr<FileReader> FakeFiles::openForReading(const std::wstring& path) {
   step();
+  if (onOpen) onOpen(path);
   if (path.empty()) throw AutomationError(kPathNotFound);
   requireParentFolder(path);
   requireNoFolder(path);
@@ -298,11 +335,21 @@ std::unique_ptr<FileReplacement> FakeFiles::replaceFile(const std::wstring& path
   return std::make_unique<Replacement>(*this, path);
 }
 
-void FakeFiles::walkFiles(const std::wstring& folder,
-                          const std::function<void(const std::wstring& path, std::uint64_t size)>& visit) const {
+std::wstring FakeFiles::unfinishedName(const std::wstring& path) const {
+  return parentFolderName(path) + L"\\qev-" + std::to_wstring(++unfinished_) + L".tmp";
+}
+
+void FakeFiles::walkFiles(const std::wstring& folder, const WalkVisitor& visitor) const {
   const std::wstring start = keyOf(folder) + L"\\";
+  std::vector<WalkGap> gaps = gaps_;
+  if (!folderExists(folder)) gaps.push_back({WalkGap::Reason::Unreadable, folder, kPathNotFound});
   for (const auto& [key, file] : files_) {
-    if (key.starts_with(start)) visit(file.path, file.content.size());
+    if (key.starts_with(start) && !isUnfinished(key)) {
+      visitor.file({file.path, file.content.size(), file.written, file.isHidden});
+    }
+  }
+  for (const WalkGap& gap : gaps) {
+    if (visitor.gap) visitor.gap(gap);
   }
 }
 
@@ -313,7 +360,7 @@ std::vector<ListedFile> FakeFiles::filesIn(const std::wstring& folder) const {
   std::map<std::uint64_t, ListedFile> inOrder;
   for (const auto& [key, file] : files_) {
     const bool direct = key.starts_with(start) && key.find(L'\\', start.size()) == std::wstring::npos;
-    if (direct) inOrder[file.number] = {file.path, file.created};
+    if (direct && !isUnfinished(key)) inOrder[file.number] = {file.path, file.created};
   }
   std::vector<ListedFile> files;
   for (auto& [number, file] : inOrder) files.push_back(std::move(file));

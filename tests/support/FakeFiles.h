@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -66,6 +67,18 @@ class FakeFiles : public FileSystem {
     entry(path).openError = number;
   }
 
+  // Walks find the file hidden from now on.
+  void makeHidden(const std::wstring& path) { entry(path).isHidden = true; }
+
+  // Walks cannot look into this folder (with its last backslash) from now on.
+  void makeGap(const WalkGap& gap) { gaps_.push_back(gap); }
+
+  // The file counts as written anew.
+  void touch(const std::wstring& path) { entry(path).written = ++writes_; }
+
+  // Called before a file is opened, live ones included.
+  std::function<void(const std::wstring& path)> onOpen;
+
   // The bytes of a file, "<none>" when there is none.
   std::string bytes(const std::wstring& path) const;
   const FileContent& content(const std::wstring& path) const;
@@ -87,6 +100,9 @@ class FakeFiles : public FileSystem {
   // Writing beyond so many bytes in all files together throws 61, disk full; nothing: no limit.
   std::optional<std::uint64_t> capacity;
 
+  // Every call of flush.
+  std::vector<std::wstring> flushed;
+
   // Every call of removeLeftOvers.
   std::vector<std::wstring> leftOversRemovedFrom;
 
@@ -105,11 +121,14 @@ class FakeFiles : public FileSystem {
   void createFolder(const std::wstring& path) override;
   void deleteFile(const std::wstring& path, bool force) override;
   void copyFile(const std::wstring& from, const std::wstring& to) override;
+  void requireReplaceable(const std::wstring& path) override;
+  void flush(const std::wstring& path) override;
   void moveFile(const std::wstring& from, const std::wstring& to) override;
   std::unique_ptr<FileReader> openForReading(const std::wstring& path) override;
+  std::unique_ptr<FileReader> openLive(const std::wstring& path) override { return openForReading(path); }
+  std::wstring unfinishedName(const std::wstring& path) const override;
   std::unique_ptr<FileReplacement> replaceFile(const std::wstring& path) override;
-  void walkFiles(const std::wstring& folder,
-                 const std::function<void(const std::wstring& path, std::uint64_t size)>& visit) const override;
+  void walkFiles(const std::wstring& folder, const WalkVisitor& visitor) const override;
   // In the order in which the files were first put there.
   void removeLeftOvers(const std::wstring& folder) override { leftOversRemovedFrom.push_back(folder); }
   std::vector<ListedFile> filesIn(const std::wstring& folder) const override;
@@ -123,7 +142,9 @@ class FakeFiles : public FileSystem {
     FileContent content;
     Date created;
     std::uint64_t number = 0;  // counts the files as they come
+    std::uint64_t written = 0;
     bool readOnly = false;
+    bool isHidden = false;
     std::optional<ErrorNumber> openError;
     std::size_t readers = 0;
   };
@@ -139,6 +160,9 @@ class FakeFiles : public FileSystem {
   std::map<std::wstring, std::wstring> folders_;  // likewise, without last backslash
   std::map<std::wstring, ErrorNumber> writeErrors_;
   std::map<std::wstring, std::vector<ErrorNumber>> copyErrors_;
+  std::vector<WalkGap> gaps_;
+  std::uint64_t writes_ = 0;
+  mutable int unfinished_ = 0;
   mutable std::size_t calls_ = 0;
   std::size_t failAt_ = 0;
   std::uint64_t filesPut_ = 0;

@@ -106,6 +106,10 @@ class FakeDrives : public Drives {
 
   mutable std::vector<std::wstring> queried;
 
+  // Of every folder; nothing: no volume answers.
+  std::optional<VolumeFacts> volume = VolumeFacts{L"NTFS", std::uint64_t{1} << 40};
+  std::optional<VolumeFacts> volumeOf(const std::wstring&) const override { return volume; }
+
   std::optional<DiskFreeSpace> freeSpace(const std::wstring& driveName) const override;
 
  private:
@@ -140,6 +144,11 @@ class FakeEventLoop : public EventLoop {
   void yield() override {
     ++yields;
     if (onYield) onYield();
+  }
+  std::uint32_t paused = 0;  // milliseconds in all
+  void pause(std::uint32_t milliseconds) override {
+    paused += milliseconds;
+    yield();
   }
 };
 
@@ -223,7 +232,13 @@ class FakeProcesses : public Processes {
   std::set<std::wstring> held;      // names of the locks that are held now
   std::vector<std::wstring> asked;  // names, in the order in which they were asked for
 
+  std::map<std::wstring, std::vector<std::wstring>> users;  // by path
+
   std::uint32_t id() const override { return 4711; }
+  std::vector<std::wstring> usersOf(const std::wstring& path) const override {
+    const auto known = users.find(path);
+    return known == users.end() ? std::vector<std::wstring>() : known->second;
+  }
   std::unique_ptr<ProcessLock> lock(const std::wstring& name, std::uint32_t milliseconds) override;
 };
 

@@ -79,6 +79,8 @@ class SlowFiles : public FileSystemWindows {
       file_->write(bytes);
       if ((written_ += bytes.size()) > 2 << 20) OtherProcess::signalAndSleep();
     }
+    std::wstring path() const override { return file_->path(); }
+    void seal() override { file_->seal(); }
     void commit(std::optional<std::uint32_t> longestWait) override { file_->commit(longestWait); }
 
    private:

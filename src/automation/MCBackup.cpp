@@ -31,6 +31,7 @@ std::wstring settingText(const std::wstring& name) {
   return library().platform.locale.toText(library().settings.read(name));
 }
 
+// Where the data folder is not told, none is made beside whatever folder is current.
 void assignRegistro(const std::wstring& keyPath) {
   HostSettings& host = library().host;
   FileSystem& files = library().platform.files;
@@ -38,7 +39,7 @@ void assignRegistro(const std::wstring& keyPath) {
   host.dataFolder = settingText(L"DirDatos");
   const std::wstring programFolder = settingText(L"DirMDE");
   const std::wstring beside = parentFolderName(host.dataFolder) + L"\\Backup";
-  if (!files.folderExists(beside)) files.createFolder(beside);
+  if (isFullPath(host.dataFolder) && !files.folderExists(beside)) files.createFolder(beside);
   host.backupFolder = programFolder + L"Backup\\";
 }
 

@@ -275,7 +275,7 @@ bool SetBuild::isAsTheData(const Entries& entries, bool isLastTry) {
     return false;
   }
   throw AutomationError(differences.front().number, L"RvZipFiles::MakeZipFile",
-                        L"Copia incompleta: " + inOneLine(differences));
+                        L"Copia incompleta: " + inOneLine(differences, job_.places.folder));
 }
 
 void SetBuild::checkHeader(const std::wstring& path) {

@@ -94,11 +94,14 @@ std::wstring Difference::text() const {
   return users.empty() ? text : text + L")";
 }
 
-std::wstring inOneLine(const Differences& differences) {
+std::wstring inOneLine(const Differences& differences, const std::wstring& folder) {
+  constexpr std::size_t longest = 60;  // characters of a path
   if (differences.empty()) return {};
+  Difference first = differences.front();
+  if (first.path.size() > folder.size() && first.path.starts_with(folder)) first.path.erase(0, folder.size());
+  if (first.path.size() > longest) first.path = L"…" + first.path.substr(first.path.size() - longest + 1);
   const std::size_t more = differences.size() - 1;
-  const std::wstring first = differences.front().text();
-  return more == 0 ? first : first + L" (y " + std::to_wstring(more) + L" más)";
+  return more == 0 ? first.text() : first.text() + L" (y " + std::to_wstring(more) + L" más)";
 }
 
 SetComparison::SetComparison(Platform& platform, const std::vector<ZipDirectoryEntry>& entries)

@@ -60,7 +60,8 @@ class SetComparison {
   const std::vector<ZipDirectoryEntry>& entries_;
 };
 
-// Of many differences what a window has room for: the first one, and how many more there are.
-[[nodiscard]] std::wstring inOneLine(const Differences& differences);
+// Of many differences what a window has room for: the first one, its path counted from `folder` where it lies there and
+// without its beginning where it is long, and how many more there are.
+[[nodiscard]] std::wstring inOneLine(const Differences& differences, const std::wstring& folder);
 
 }  // namespace qev

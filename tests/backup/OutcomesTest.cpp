@@ -124,7 +124,7 @@ const std::vector<Situation>& situations() {
          s.afterReading = [&s] { s.fake.files.put(kBase, std::string(20 << 20, static_cast<char>('d' + s.archives))); };
          s.fake.processes.users[kBase] = {L"Gestion"};
        },
-       {L"75-Copia incompleta: " + kBase + L" ha cambiado durante la copia (abierto por Gestion)", Under::Old,
+       {L"75-Copia incompleta: clientes.db ha cambiado durante la copia (abierto por Gestion)", Under::Old,
         "Comprobada: no"},
        {L"", Under::New, "    | C:\\Prog\\Datos\\Emp01\\clientes.db ha cambiado durante la copia\r\n"}},
       {"ASmallFileThatIsWrittenOnce",
@@ -166,12 +166,12 @@ const std::vector<Situation>& situations() {
          s.says = L"\tzip warning: could not open for reading: Prog/Datos/Emp01/clientes.db\r\n";
          s.code = 18;
        },
-       {L"70-Copia incompleta: " + kBase + L" no se ha podido leer", Under::Old,
+       {L"70-Copia incompleta: clientes.db no se ha podido leer", Under::Old,
         "    | zip warning: could not open for reading: Prog/Datos/Emp01/clientes.db\r\n"},
        {L"", Under::New, "clientes.db no est\xC3\xA1 en la copia\r\n"}},
       {"AFileThatTheEngineDropsWithoutAWord",
        [](Scene& s) { s.passedOver = {kBase}; },
-       {L"53-Copia incompleta: " + kBase + L" no está en la copia", Under::Old, "no est\xC3\xA1 en la copia\r\n"},
+       {L"53-Copia incompleta: clientes.db no está en la copia", Under::Old, "no est\xC3\xA1 en la copia\r\n"},
        {L"", Under::New, "clientes.db no est\xC3\xA1 en la copia\r\n"}},
       {"UtilitiesThatTheEngineDropsWithoutAWord",
        [](Scene& s) {
@@ -181,7 +181,7 @@ const std::vector<Situation>& situations() {
        {L"", Under::New, "C:\\Prog\\Gestion.ini no est\xC3\xA1 en la copia\r\n"}},
       {"AnEntryThatIsNotTheFile",
        [](Scene& s) { s.corrupted = kBase; },
-       {L"75-Copia incompleta: " + kBase + L" ha cambiado durante la copia", Under::Old, "ha cambiado"},
+       {L"75-Copia incompleta: clientes.db ha cambiado durante la copia", Under::Old, "ha cambiado"},
        done},
       {"AnEntryThatTheTestFindsDamaged",
        [](Scene& s) { s.testCode = 2; },
@@ -203,7 +203,7 @@ const std::vector<Situation>& situations() {
            s.fake.files.makeGap({WalkGap::Reason::Unreadable, kData + L"Red\\", kPermissionDenied});
          };
        },
-       {L"70-Copia incompleta: " + kData + L"Red\\ no se ha podido leer", Under::Old, "con errores"},
+       {L"70-Copia incompleta: Red\\ no se ha podido leer", Under::Old, "con errores"},
        {L"", Under::New, "Red\\ no se ha podido leer\r\n"}},
       {"ALinkThatLeadsBackUp",
        [](Scene& s) {

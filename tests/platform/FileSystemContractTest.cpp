@@ -50,6 +50,7 @@ class FolderInMemory {
   bool isReadOnly(const std::wstring& relative) const { return files.isReadOnly(*this / relative); }
   void setCreated(const std::wstring& relative, Date created) { files.setCreated(*this / relative, created); }
   Date written(const std::wstring&) const { return {}; }
+  static void passTime() {}
 
   FakeFiles files;
 };
@@ -70,6 +71,8 @@ class FolderOnDisk : public TemporaryFolder {
                 LocalFileTimeToFileTime(&localTime, &time));
     EXPECT_TRUE(SetFileTime(openExclusively(relative).get(), &time, nullptr, nullptr));
   }
+  // So much that a file that is written after it has another time.
+  static void passTime() { std::this_thread::sleep_for(std::chrono::milliseconds(50)); }
   // When it was last written, in the form of a creation date.
   Date written(const std::wstring& relative) const {
     WIN32_FILE_ATTRIBUTE_DATA data{};
@@ -394,9 +397,88 @@ TYPED_TEST(FileSystemContract, AWalkVisitsEveryFileOfEverySubfolderWithItsLength
   EXPECT_EQ(visited, expected);
 }
 
-TYPED_TEST(FileSystemContract, AWalkOfWhatIsMissingVisitsNothing) {
-  this->files.walkFiles(this->folder / L"no\\",
+TYPED_TEST(FileSystemContract, AWalkOfWhatIsMissingTellsOfAGap) {
+  std::vector<WalkGap> gaps;
+  const WalkVisitor visitor{.file = [](const WalkedFile&) { ADD_FAILURE() << "visited"; },
+                            .gap = [&](const WalkGap& gap) { gaps.push_back(gap); }};
+  this->files.walkFiles(this->folder / L"no\\", visitor);
+  ASSERT_EQ(gaps.size(), 1u);
+  EXPECT_EQ(gaps[0].reason, WalkGap::Reason::Unreadable);
+  EXPECT_EQ(gaps[0].folder, this->folder / L"no\\");
+  EXPECT_EQ(gaps[0].number, 76);
+  this->files.walkFiles(this->folder / L"no\\", {.file = visitor.file, .gap = nullptr});
+}
+
+TYPED_TEST(FileSystemContract, AWalkTellsWhetherAFileWasWrittenSince) {
+  this->folder.write(L"a.txt", "uno");
+  this->folder.write(L"b.txt", "dos");
+  const auto moments = [this] {
+    std::map<std::wstring, std::uint64_t> found;
+    this->files.walkFiles(this->folder.path() + L"\\",
+                          {.file = [&](const WalkedFile& file) { found[file.path] = file.written; }, .gap = nullptr});
+    return found;
+  };
+  const auto before = moments();
+  this->files.copyFile(this->folder / L"b.txt", this->folder / L"c.txt");
+  this->folder.passTime();
+  this->folder.write(L"a.txt", "UNO");
+  const auto after = moments();
+  EXPECT_NE(before.at(this->folder / L"a.txt"), after.at(this->folder / L"a.txt"));
+  EXPECT_EQ(before.at(this->folder / L"b.txt"), after.at(this->folder / L"b.txt"));
+}
+
+TYPED_TEST(FileSystemContract, WhatHasAnUnfinishedNameIsNoFileOfItsFolder) {
+  const std::wstring first = this->files.unfinishedName(this->folder / L"a.qev");
+  const std::wstring second = this->files.unfinishedName(this->folder / L"a.qev");
+  EXPECT_NE(first, second);
+  EXPECT_EQ(fileNamePart(first).substr(0, 3), L"qev");
+  this->folder.write(fileNamePart(first), "a medias");
+  EXPECT_TRUE(this->files.fileExists(first));
+  EXPECT_THAT(this->files.filesIn(this->folder.path()), IsEmpty());
+  this->files.walkFiles(this->folder.path() + L"\\",
                         {.file = [](const WalkedFile&) { ADD_FAILURE() << "visited"; }, .gap = nullptr});
+}
+
+TYPED_TEST(FileSystemContract, ASealedReplacementIsReadWhereItStandsAndThenTakesItsPlace) {
+  this->folder.write(L"a.qev", "viejo");
+  const auto replacement = this->files.replaceFile(this->folder / L"a.qev");
+  replacement->write(asBytes("nuevo"));
+  replacement->seal();
+  std::string bytes(10, '\0');
+  {
+    const auto reader = this->files.openForReading(replacement->path());
+    bytes.resize(reader->read(std::as_writable_bytes(std::span(bytes))));
+  }
+  EXPECT_EQ(bytes, "nuevo");
+  EXPECT_EQ(this->folder.bytes(L"a.qev"), "viejo");
+  replacement->commit();
+  EXPECT_EQ(this->folder.bytes(L"a.qev"), "nuevo");
+  EXPECT_THAT(this->folder.list(), ElementsAre(L"a.qev"));
+}
+
+TYPED_TEST(FileSystemContract, ASealedReplacementThatIsGivenUpLeavesNothing) {
+  this->folder.write(L"a.qev", "viejo");
+  {
+    const auto replacement = this->files.replaceFile(this->folder / L"a.qev");
+    replacement->write(asBytes("nuevo"));
+    replacement->seal();
+  }
+  EXPECT_EQ(this->folder.bytes(L"a.qev"), "viejo");
+  EXPECT_THAT(this->folder.list(), ElementsAre(L"a.qev"));
+}
+
+TYPED_TEST(FileSystemContract, WhoHasAFileOpenKeepsItFromBeingReplaced) {
+  this->files.requireReplaceable(this->folder / L"a.qev");
+  this->folder.write(L"a.qev", "viejo");
+  this->files.requireReplaceable(this->folder / L"a.qev");
+  const auto reader = this->files.openForReading(this->folder / L"a.qev");
+  EXPECT_EQ(numberOf([&] { this->files.requireReplaceable(this->folder / L"a.qev"); }), 70);
+}
+
+TYPED_TEST(FileSystemContract, AFileThatIsFlushedIsThere) {
+  this->folder.write(L"a.txt", "uno");
+  this->files.flush(this->folder / L"a.txt");
+  EXPECT_EQ(numberOf([&] { this->files.flush(this->folder / L"no.txt"); }), 53);
 }
 
 TYPED_TEST(FileSystemContract, TheLengthOfAMissingFileIsZero) {
@@ -581,16 +663,79 @@ TEST_F(FileSystemWindowsTest, AFileThatIsOpenExclusivelyElsewhereIs70) {
   EXPECT_EQ(numberOf([&] { files.openForReading(folder / L"a.txt"); }), 70);
 }
 
-TEST_F(FileSystemWindowsTest, AWalkPassesOverHiddenAndSystemFiles) {
+TEST_F(FileSystemWindowsTest, AWalkSaysOfHiddenAndSystemFilesThatTheyAre) {
   folder.write(L"a.txt", "x");
   folder.write(L"oculto.txt", "x");
   folder.write(L"sistema.txt", "x");
+  folder.write(L"Oculta\\b.txt", "x");
   SetFileAttributesW((folder / L"oculto.txt").c_str(), FILE_ATTRIBUTE_HIDDEN);
   SetFileAttributesW((folder / L"sistema.txt").c_str(), FILE_ATTRIBUTE_SYSTEM);
-  std::vector<std::wstring> visited;
+  SetFileAttributesW((folder / L"Oculta").c_str(), FILE_ATTRIBUTE_HIDDEN);
+  std::map<std::wstring, bool> isHidden;
   files.walkFiles(folder.path() + L"\\",
-                  {.file = [&](const WalkedFile& file) { visited.push_back(file.path); }, .gap = nullptr});
-  EXPECT_THAT(visited, ElementsAre(folder / L"a.txt"));
+                  {.file = [&](const WalkedFile& file) { isHidden[file.path] = file.isHidden; }, .gap = nullptr});
+  const std::map<std::wstring, bool> expected = {{folder / L"a.txt", false},
+                                                 {folder / L"oculto.txt", true},
+                                                 {folder / L"sistema.txt", true},
+                                                 {folder / L"Oculta\\b.txt", true}};
+  EXPECT_EQ(isHidden, expected);
+}
+
+TEST_F(FileSystemWindowsTest, ALiveFileIsReadWhileAnotherWritesIt) {
+  folder.write(L"a.db", "12345");
+  const UniqueFile writer(CreateFileW((folder / L"a.db").c_str(), GENERIC_READ | GENERIC_WRITE,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr));
+  ASSERT_TRUE(writer);
+  EXPECT_EQ(numberOf([&] { files.openForReading(folder / L"a.db"); }), 70);
+  const auto reader = files.openLive(folder / L"a.db");
+  std::string bytes(10, '\0');
+  EXPECT_EQ(reader->read(std::as_writable_bytes(std::span(bytes))), 5u);
+}
+
+// This system does not hold readers to locks; where one does, the bytes come all the same.
+TEST_F(FileSystemWindowsTest, LockedBytesOfALiveFileAreReadToo) {
+  folder.write(L"a.db", std::string(300'000, 'a') + "fin");
+  const UniqueFile owner(CreateFileW((folder / L"a.db").c_str(), GENERIC_READ | GENERIC_WRITE,
+                                     FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr));
+  ASSERT_TRUE(LockFile(owner.get(), 100'000, 0, 100'000, 0));
+  const auto reader = files.openLive(folder / L"a.db");
+  std::string bytes(400'000, '\0');
+  std::size_t filled = 0;
+  while (const std::size_t got = reader->read(std::as_writable_bytes(std::span(bytes)).subspan(filled))) filled += got;
+  EXPECT_EQ(bytes.substr(0, filled), std::string(300'000, 'a') + "fin");
+}
+
+TEST_F(FileSystemWindowsTest, FilesWithNamesThatTheSystemWouldChangeAreReadAsTheyStand) {
+  for (const wchar_t* name : {L"nul.txt", L"a.", L"b "}) {
+    const std::wstring path = L"\\\\?\\" + folder.path() + L"\\" + name;
+    const UniqueFile file(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
+    ASSERT_TRUE(file) << name;
+    DWORD written = 0;
+    ASSERT_TRUE(WriteFile(file.get(), "suyo", 4, &written, nullptr));
+  }
+  folder.write(L"a", "de otro");
+  std::map<std::wstring, std::string> found;
+  files.walkFiles(folder.path() + L"\\",
+                  {.file =
+                       [&](const WalkedFile& file) {
+                         std::string bytes(10, '\0');
+                         bytes.resize(files.openLive(file.path)->read(std::as_writable_bytes(std::span(bytes))));
+                         found[fileNamePart(file.path)] = bytes;
+                       },
+                   .gap = nullptr});
+  const std::map<std::wstring, std::string> expected = {
+      {L"nul.txt", "suyo"}, {L"a.", "suyo"}, {L"b ", "suyo"}, {L"a", "de otro"}};
+  EXPECT_EQ(found, expected);
+}
+
+TEST_F(FileSystemWindowsTest, NobodyCanWriteASealedReplacement) {
+  const auto replacement = files.replaceFile(folder / L"a.qev");
+  replacement->write(asBytes("nuevo"));
+  replacement->seal();
+  const UniqueFile writer(CreateFileW(replacement->path().c_str(), GENERIC_WRITE,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING, 0,
+                                      nullptr));
+  EXPECT_FALSE(writer);
 }
 #endif
 

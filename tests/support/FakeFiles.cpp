@@ -159,7 +159,8 @@ class FakeFiles::Replacement : public FileReplacement {
     // As on Windows, a name cannot be given to a new file while the old one is open.
     if (const Entry* old = files_.find(path_); old && old->readers > 0) throw AutomationError(kPermissionDenied);
     files_.requireNoFolder(path_);
-    if (sealed_) content_ = files_.entry(written_).content;
+    if (sealed_) content_ = std::move(files_.entry(written_).content);
+    files_.files_.erase(keyOf(written_));
     files_.putContent(path_, std::move(content_));
     committed_ = true;
   }

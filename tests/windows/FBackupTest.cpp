@@ -62,17 +62,6 @@ std::unique_ptr<ZipEngine> load() {
   return engine.loader()();
 }
 
-// An engine that cannot read any of many files.
-std::unique_ptr<ZipEngine> loadBlind() {
-  engine.work = [] {
-    for (int i = 0; i < 50; ++i) {
-      engine.say(L"\tzip warning: could not open for reading: Prog/Datos/Emp01/" + std::to_wstring(i) + L".db\r\n");
-    }
-    archive();
-    return 18;
-  };
-  return engine.loader()();
-}
 }  // namespace slow
 
 // With settings and message boxes of the system.
@@ -178,22 +167,21 @@ TEST_F(BackupWindow, ShowsAFailureAndStaysOpen) {
   EXPECT_TRUE(session_.finished);
 }
 
-// The longest of all failures: of safe mode, with the engine's text, the next moment and a long destination.
+// The longest of all failures: of safe mode, with a long name, the next moment and a long destination.
 TEST_F(BackupWindow, AFailureOfSafeModeFitsTheWindow) {
   settings_.write(L"Verificar", std::int16_t{1});
   settings_.write(L"Copia", std::int16_t{2});
   settings_.write(L"Programar", std::wstring(L"Diariamente"));
-  showToTheEnd(
-      [](HWND form) {
-        const HWND result = GetDlgItem(form, FBackup_TResultado);
-        const std::wstring text = windowText(result);
-        EXPECT_NE(std::wstring::npos,
-                  text.find(L"Error: 18-Copia incompleta: zip warning: could not open for reading"));
-        EXPECT_NE(std::wstring::npos, text.find(L"La próxima copia de seguridad"));
-        EXPECT_TRUE(fitsWrapped(result));
-        keepPicture(form, L"FBackup-modo-seguro");
-      },
-      slow::loadBlind);
+  for (const wchar_t c : {L'm', L'n'}) folder_.write(L"Datos\\Emp01\\" + std::wstring(120, c) + L".db", "x");
+  showToTheEnd([](HWND form) {  // the archive of this engine is none
+    const HWND result = GetDlgItem(form, FBackup_TResultado);
+    const std::wstring text = windowText(result);
+    EXPECT_NE(std::wstring::npos, text.find(L"Error: 53-Copia incompleta: …mmm"));
+    EXPECT_NE(std::wstring::npos, text.find(L"m.db no está en la copia (y 1 más)"));
+    EXPECT_NE(std::wstring::npos, text.find(L"La próxima copia de seguridad"));
+    EXPECT_TRUE(fitsWrapped(result));
+    keepPicture(form, L"FBackup-modo-seguro");
+  });
   EXPECT_FALSE(fs::exists(target()));
 }
 

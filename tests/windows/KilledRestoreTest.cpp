@@ -133,9 +133,9 @@ class Host {
     return RestoreRun(platform_, host_, view, choice).RestaurarCopia();
   }
 
-  // In safe mode, over a set that is there. Answers what the window said if it has failed.
-  std::wstring backUp(const Brake& brake = {}) {
-    fake_.registry.put(kKey, L"Verificar", std::int32_t{1});
+  // Over a set that is there. Answers what the window said if it has failed.
+  std::wstring backUp(bool isSafe, const Brake& brake = {}) {
+    fake_.registry.put(kKey, L"Verificar", std::int32_t{isSafe});
     fake_.messages.willAnswer({Answer::Yes});
     SettingsStore settings(fake_.registry, host_.settingsKey);
     BackupView view(brake);
@@ -165,10 +165,10 @@ TEST(KilledRun, DISABLED_OtherProcess) {
   SlowFiles slow;
   if (std::wstring(task) == L"restaurar") {
     Host(folder).restore(brake);
-  } else if (std::wstring(task) == L"copiar") {
-    Host(folder).backUp(brake);
+  } else if (std::wstring(task).starts_with(L"copiar")) {
+    Host(folder).backUp(std::wstring(task).ends_with(L"comprobando"), brake);
   } else {
-    Host(folder, slow).backUp();
+    Host(folder, slow).backUp(std::wstring(task).ends_with(L"comprobando"));
   }
 }
 
@@ -251,8 +251,20 @@ TEST_F(KilledRestore, TwiceLeavesNoMoreThanOnce) {
   expectTheNextRestoreSucceeds();
 }
 
-// In safe mode the old set stays until the new one is proven.
-class KilledBackup : public KilledRestore {
+// What the other process is killed at.
+struct Phase {
+  const char* name;
+  bool isSafe;
+  const wchar_t* task;
+  int moment;  // thousandths of the bar
+};
+
+void PrintTo(const Phase& phase, std::ostream* out) {
+  *out << phase.name;
+}
+
+// The old set stays until the new one is finished, in safe mode and without it.
+class KilledBackup : public KilledRestore, public testing::WithParamInterface<Phase> {
  protected:
   void SetUp() override {
     KilledRestore::SetUp();
@@ -261,7 +273,7 @@ class KilledBackup : public KilledRestore {
   }
 
   void expectTheNextBackupReplacesTheSet() {
-    EXPECT_EQ(L"", host_.backUp());
+    EXPECT_EQ(L"", host_.backUp(GetParam().isSafe));
     EXPECT_THAT(folder_.list(L"copias"), ElementsAre(L"copia.qev"));
     EXPECT_EQ(RestoreRun::Outcome::Restored, host_.restore());
     const std::wstring data = restored();
@@ -281,34 +293,34 @@ class KilledBackup : public KilledRestore {
   }
 };
 
-TEST_F(KilledBackup, WhileItArchivesLeavesTheOldSetWholeAndTheNextOneSucceeds) {
-  ASSERT_TRUE(startAndKill(folder_.path(), L"copiar", 300));
+TEST_P(KilledBackup, LeavesTheOldSetWholeAndNothingThatCountsAsASetAndTheNextOneSucceeds) {
+  ASSERT_TRUE(startAndKill(folder_.path(), GetParam().task, GetParam().moment));
   EXPECT_TRUE(folder_.bytes(L"copias\\copia.qev") == set_);
-  host_.checked();
-  expectTheNextBackupReplacesTheSet();
-}
-
-TEST_F(KilledBackup, WhileItTestsTheNewSetLeavesTheOldOneWholeAndTheNextOneSucceeds) {
-  ASSERT_TRUE(startAndKill(folder_.path(), L"copiar", 800));
-  EXPECT_TRUE(folder_.bytes(L"copias\\copia.qev") == set_);
-  EXPECT_THAT(folder_.list(L"copias"), ElementsAre(L"copia.qev", L"copia.qev.nueva"));
-  host_.checked();
-  expectTheNextBackupReplacesTheSet();
-}
-
-// The header is put on a copy beside the set: it is as long as the set, and it is none.
-TEST_F(KilledBackup, WhileItPutsTheHeaderOnLeavesNothingThatCountsAsASetAndTheNextOneSucceeds) {
-  ASSERT_TRUE(startAndKill(folder_.path(), L"sellar", 0));
-  EXPECT_TRUE(folder_.bytes(L"copias\\copia.qev") == set_);
-  EXPECT_THAT(folder_.list(L"copias"), AnyOf(ElementsAre(L"copia.qev", L"copia.qev.nueva"),
-                                             ElementsAre(L"copia.qev", L"copia.qev.nueva", isUnfinished)));
+  for (const std::wstring& name : folder_.list(L"copias")) {
+    EXPECT_THAT(name, AnyOf(std::wstring(L"copia.qev"), isUnfinished));
+  }
+  EXPECT_TRUE(host_.checked());
   FakePlatform fake;
-  fake.registry.put(kKey, L"NCopias", std::int16_t{2});
+  fake.registry.put(kKey, L"NCopias", std::int16_t{1});
   std::wstring key = kKey;
   CCopias(systemPlatform().files, SettingsStore(fake.registry, key), fake.locale, folder_ / L"copias");
-  EXPECT_THAT(folder_.list(L"copias"), ElementsAre(L"copia.qev", L"copia.qev.nueva"));
+  EXPECT_THAT(folder_.list(L"copias"), ElementsAre(L"copia.qev"));
   expectTheNextBackupReplacesTheSet();
 }
+
+TEST_P(KilledBackup, LeavesNothingThatTheNextOneDoesNotRemove) {
+  ASSERT_TRUE(startAndKill(folder_.path(), GetParam().task, GetParam().moment));
+  expectTheNextBackupReplacesTheSet();
+}
+
+INSTANTIATE_TEST_SUITE_P(At, KilledBackup,
+                         testing::Values(Phase{"Archiving", true, L"copiar comprobando", 300},
+                                         Phase{"Comparing", true, L"copiar comprobando", 600},
+                                         Phase{"Testing", true, L"copiar comprobando", 800},
+                                         Phase{"PuttingTheHeaderOn", true, L"sellar comprobando", 0},
+                                         Phase{"ArchivingUnsafely", false, L"copiar", 300},
+                                         Phase{"PuttingTheHeaderOnUnsafely", false, L"sellar", 0}),
+                         [](const testing::TestParamInfo<Phase>& one) { return std::string(one.param.name); });
 
 }  // namespace
 }  // namespace qev::test

@@ -22,7 +22,7 @@ class FileSystemWindows : public FileSystem {
   bool fileExists(const std::wstring& path) const override;
   bool folderExists(const std::wstring& path) const override;
   void createFolder(const std::wstring& path) override;
-  void deleteFile(const std::wstring& path, bool force) override;
+  void deleteFile(const std::wstring& path, bool force, FreeName name = FreeName::Awaited) override;
   void copyFile(const std::wstring& from, const std::wstring& to) override;
   void requireReplaceable(const std::wstring& path) override;
   void flush(const std::wstring& path) override;

@@ -408,7 +408,55 @@ bool SpanishLocale::equalIgnoringCase(const std::wstring& a, const std::wstring&
   return upper(a) == upper(b);
 }
 
-std::string SpanishLocale::ansiFromText(std::wstring_view text) const {
+std::string utf8Of(std::wstring_view text) {
+  std::string bytes;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    auto code = static_cast<std::uint32_t>(text[i]);
+    if (sizeof(wchar_t) == 2 && code >= 0xD800 && code < 0xDC00 && i + 1 < text.size()) {
+      code = 0x10000 + ((code - 0xD800) << 10) + (static_cast<std::uint32_t>(text[++i]) - 0xDC00);
+    }
+    const int more = code < 0x80 ? 0 : code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
+    const std::uint32_t lead = more == 0 ? 0 : 0xFF00u >> (more + 1) & 0xFF;
+    bytes += static_cast<char>(lead | code >> 6 * more);
+    for (int k = more - 1; k >= 0; --k) bytes += static_cast<char>(0x80 | (code >> 6 * k & 0x3F));
+  }
+  return bytes;
+}
+
+std::wstring textOfUtf8(std::string_view bytes) {
+  std::wstring text;
+  while (!bytes.empty()) {
+    const auto lead = static_cast<unsigned char>(bytes[0]);
+    const std::size_t length = lead < 0x80                   ? 1
+                               : lead >= 0xC2 && lead < 0xE0 ? 2
+                               : lead >= 0xE0 && lead < 0xF0 ? 3
+                               : lead >= 0xF0 && lead < 0xF5 ? 4
+                                                             : 0;
+    std::uint32_t code = length == 1 ? lead : lead & (0x7Fu >> length);
+    bool isWhole = length > 0 && length <= bytes.size();
+    for (std::size_t k = 1; isWhole && k < length; ++k) {
+      const auto next = static_cast<unsigned char>(bytes[k]);
+      isWhole = (next & 0xC0) == 0x80;
+      code = code << 6 | (next & 0x3Fu);
+    }
+    constexpr std::uint32_t fewest[] = {0, 0, 0x80, 0x800, 0x10000};
+    isWhole = isWhole && code >= fewest[length] && code < 0x110000 && (code < 0xD800 || code > 0xDFFF);
+    if (!isWhole) {
+      text += L'\uFFFD';
+    } else if (sizeof(wchar_t) == 2 && code >= 0x10000) {
+      text += static_cast<wchar_t>(0xD800 + ((code - 0x10000) >> 10));
+      text += static_cast<wchar_t>(0xDC00 + ((code - 0x10000) & 0x3FF));
+    } else {
+      text += static_cast<wchar_t>(code);
+    }
+    bytes.remove_prefix(isWhole ? length : 1);
+  }
+  return text;
+}
+
+namespace {
+
+std::string bytesIn1252(std::wstring_view text) {
   std::string bytes;
   for (const wchar_t c : text) {
     const auto special = std::find(kUpperHalf.begin(), kUpperHalf.end(), c);
@@ -423,7 +471,7 @@ std::string SpanishLocale::ansiFromText(std::wstring_view text) const {
   return bytes;
 }
 
-std::wstring SpanishLocale::textFromAnsi(std::string_view bytes) const {
+std::wstring textOf1252(std::string_view bytes) {
   std::wstring text;
   for (const char c : bytes) {
     const auto code = static_cast<unsigned char>(c);
@@ -431,6 +479,25 @@ std::wstring SpanishLocale::textFromAnsi(std::string_view bytes) const {
     text += special ? kUpperHalf[code - 0x80u] : static_cast<wchar_t>(code);
   }
   return text;
+}
+
+}  // namespace
+
+std::string SpanishLocale::ansiFromText(std::wstring_view text) const {
+  return isUtf8Process ? utf8Of(text) : bytesIn1252(text);
+}
+
+std::wstring SpanishLocale::textFromAnsi(std::string_view bytes) const {
+  return textFrom(CodePage::Process, bytes);
+}
+
+std::string SpanishLocale::headerBytes(std::wstring_view text) const {
+  return bytesIn1252(text);
+}
+
+std::wstring SpanishLocale::textFrom(CodePage page, std::string_view bytes) const {
+  const bool isUtf8 = page == CodePage::Utf8 || (page == CodePage::Process && isUtf8Process);
+  return isUtf8 ? textOfUtf8(bytes) : textOf1252(bytes);
 }
 
 }  // namespace qev::test

@@ -27,6 +27,11 @@ inline constexpr std::uint64_t kMostNameBytes = 128 << 20;
 // the reader somewhere.
 std::optional<std::vector<ZipDirectoryEntry>> readZipDirectory(FileReader& reader);
 
+// Where in the file the archive begins by its own account, that is where the offsets of its directory count from:
+// behind the header in a set that is whole. Bytes that were lost before the directory, or are too many, shift it.
+// Nothing where there is no directory. Throws what the reader throws. Leaves the reader somewhere.
+[[nodiscard]] std::optional<std::uint64_t> zipArchiveBegin(FileReader& reader);
+
 // Whether a file ends as an archive does: with the end record and the comment that it announces. Throws what the reader
 // throws. Leaves the reader somewhere.
 bool endsWithZipEnd(FileReader& reader);

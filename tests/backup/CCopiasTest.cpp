@@ -354,6 +354,9 @@ TEST_F(SafeRetention, ZeroCountsAsOne) {
   EXPECT_THAT(left(), ElementsAre(L"2.qev"));
   retain();
   EXPECT_THAT(left(), ElementsAre(L"2.qev"));
+  put(L"3.qev", 3, cut(setOf()));
+  retain();
+  EXPECT_THAT(left(), ElementsAre(L"2.qev", L"3.qev")) << "the one, and the newest that reads whole";
 }
 
 TEST_F(SafeRetention, TheNewestThatReadsWholeStaysHoweverOld) {
@@ -536,7 +539,8 @@ TEST_F(RetentionOnDisk, WhatRunsAreWritingIsNotCountedAndWhatGoneOnesHaveLeftGoe
   write(L"Copias\\a.qev", moment(2026, 3, 1));
   write(L"Copias\\b.qev", moment(2026, 3, 2));
   write(L"Copias\\qev4711-0.tmp", moment(2026, 3, 3));
-  write(L"Copias\\qev00000000-7-1111111111111111-0.tmp", moment(2026, 3, 3));  // of another machine
+  folder.write(L"Copias\\qev00000000-7-1111111111111111-0.tmp", "PK");  // of another machine, and new
+  write(L"Copias\\qev00000000-7-1111111111111111-1.tmp", moment(2026, 3, 3));
   const auto own = files.replaceFile(folder / L"Copias\\c.qev");
   retain(2, folder / L"Copias");
   EXPECT_THAT(folder.list(L"Copias"),

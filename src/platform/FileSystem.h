@@ -119,7 +119,8 @@ class FileSystem {
   virtual void flush(const std::wstring& path) = 0;
 
   // Gives a file another name in its folder; a file that has it goes, read-only ones too. All that in one step, and on
-  // the disk when it returns; after a failure both are as they were. MoveFileExW with MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH.
+  // the disk when it returns; after a failure both are as they were. MoveFileExW with MOVEFILE_REPLACE_EXISTING |
+  // MOVEFILE_WRITE_THROUGH.
   virtual void moveFile(const std::wstring& from, const std::wstring& to) = 0;
 
   // Opens for reading, shared with readers; throws 53 or 76 when there is none. CreateFileW.

@@ -54,7 +54,8 @@ class NewFile {
   [[nodiscard]] DWORD write(const void* from, std::size_t size);
 
   // Closes the file and moves it to the name of `place`, in its own folder, over what is there (see moveIntoPlace); a
-  // sealed one is moved first. `isDurable`: it is on the disk before it takes the place. After a failure the file is gone.
+  // sealed one is moved first. `isDurable`: it is on the disk before it takes the place. After a failure the file is
+  // gone.
   [[nodiscard]] DWORD commit(const wchar_t* place, bool isDurable, Patience& patience);
 
   // Closes the file, which stays where it was made.

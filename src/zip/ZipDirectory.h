@@ -1,5 +1,6 @@
 // The directory of a zip archive, read without the engine: names, lengths and checksums of what the archive holds, for
-// telling how far a run of the engine has come and whether it holds what it should. APPNOTE 4.3.12 (central directory), 4.3.14 to 4.3.16 (end records), 4.5.3 (Zip64).
+// telling how far a run of the engine has come and whether it holds what it should. APPNOTE 4.3.12 (central
+// directory), 4.3.14 to 4.3.16 (end records), 4.5.3 (Zip64).
 #pragma once
 
 #include <cstdint>

@@ -12,6 +12,7 @@
 
 #include "platform/AutomationError.h"
 #include "platform/Clock.h"
+#include "values/Utf8.h"
 
 namespace qev::test {
 namespace {
@@ -409,49 +410,11 @@ bool SpanishLocale::equalIgnoringCase(const std::wstring& a, const std::wstring&
 }
 
 std::string utf8Of(std::wstring_view text) {
-  std::string bytes;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    auto code = static_cast<std::uint32_t>(text[i]);
-    if (sizeof(wchar_t) == 2 && code >= 0xD800 && code < 0xDC00 && i + 1 < text.size()) {
-      code = 0x10000 + ((code - 0xD800) << 10) + (static_cast<std::uint32_t>(text[++i]) - 0xDC00);
-    }
-    const int more = code < 0x80 ? 0 : code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
-    const std::uint32_t lead = more == 0 ? 0 : 0xFF00u >> (more + 1) & 0xFF;
-    bytes += static_cast<char>(lead | code >> 6 * more);
-    for (int k = more - 1; k >= 0; --k) bytes += static_cast<char>(0x80 | (code >> 6 * k & 0x3F));
-  }
-  return bytes;
+  return utf8(text);
 }
 
 std::wstring textOfUtf8(std::string_view bytes) {
-  std::wstring text;
-  while (!bytes.empty()) {
-    const auto lead = static_cast<unsigned char>(bytes[0]);
-    const std::size_t length = lead < 0x80                   ? 1
-                               : lead >= 0xC2 && lead < 0xE0 ? 2
-                               : lead >= 0xE0 && lead < 0xF0 ? 3
-                               : lead >= 0xF0 && lead < 0xF5 ? 4
-                                                             : 0;
-    std::uint32_t code = length == 1 ? lead : lead & (0x7Fu >> length);
-    bool isWhole = length > 0 && length <= bytes.size();
-    for (std::size_t k = 1; isWhole && k < length; ++k) {
-      const auto next = static_cast<unsigned char>(bytes[k]);
-      isWhole = (next & 0xC0) == 0x80;
-      code = code << 6 | (next & 0x3Fu);
-    }
-    constexpr std::uint32_t fewest[] = {0, 0, 0x80, 0x800, 0x10000};
-    isWhole = isWhole && code >= fewest[length] && code < 0x110000 && (code < 0xD800 || code > 0xDFFF);
-    if (!isWhole) {
-      text += L'\uFFFD';
-    } else if (sizeof(wchar_t) == 2 && code >= 0x10000) {
-      text += static_cast<wchar_t>(0xD800 + ((code - 0x10000) >> 10));
-      text += static_cast<wchar_t>(0xDC00 + ((code - 0x10000) & 0x3FF));
-    } else {
-      text += static_cast<wchar_t>(code);
-    }
-    bytes.remove_prefix(isWhole ? length : 1);
-  }
-  return text;
+  return textFromUtf8(bytes);
 }
 
 namespace {

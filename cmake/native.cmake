@@ -16,6 +16,7 @@ add_executable(qev_logic_tests
   tests/set/SetFileTest.cpp
   tests/set/SetHeaderTest.cpp
   tests/set/VolumesTest.cpp
+  tests/set/WholeSetTest.cpp
   tests/schedule/CalcularProximaCopiaTest.cpp
   tests/schedule/ScheduleTest.cpp
   tests/backup/ArchiveProgressTest.cpp

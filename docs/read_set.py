@@ -15,6 +15,12 @@ import zipfile
 FIRST = {"program": 12, "date": 17, "total": 21, "number": 20, "directory": 14}  # where a value begins, counted from 1
 
 
+def text_of(line):
+    """The text of a header line: its labels tell whether it is in code page 1252 or in UTF-8."""
+    texts = [line.decode(page, "replace") for page in ("cp1252", "utf-8")]
+    return next((text for text in texts if ";Fecha Creación : " in text), texts[0])
+
+
 def read_header(file):
     """The values of the header line; the file then stands at the payload. None for a bare slice, which has no header."""
     start = file.read(1 << 20)
@@ -23,7 +29,7 @@ def read_header(file):
         file.seek(0)
         return None
     file.seek(len(line) + 2)
-    fields = line.decode("cp1252").split(";")
+    fields = text_of(line).split(";")
     if len(fields) < len(FIRST):
         raise ValueError("fields of the header are missing")
     return {name: field[first - 1:].strip() for (name, first), field in zip(FIRST.items(), fields)}

@@ -10,6 +10,7 @@
 #include "platform/Variant.h"
 #include "restore/FRestaurar.h"
 #include "schedule/Backup.h"
+#include "set/LastSet.h"
 #include "set/SetFile.h"
 
 namespace qev {
@@ -188,7 +189,7 @@ HRESULT MCBackup::put_Terminado(BSTR value) {
 HRESULT MCBackup::CCopias() {
   return automationMember([] {
     Library& shared = library();
-    qev::CCopias(shared.platform.files, shared.settings, shared.platform.locale, shared.host.backupFolder);
+    qev::CCopias(shared.platform.files, shared.settings, shared.platform.locale, shared.host, lastSet());
   });
 }
 

@@ -6,6 +6,7 @@
 
 #include "backup/ArchiveProgress.h"
 #include "backup/EngineTexts.h"
+#include "set/LastSet.h"
 #include "set/SetFile.h"
 #include "zip/ArchiveCheck.h"
 
@@ -27,7 +28,7 @@ class Leftover {
 
   void remove() noexcept {
     try {
-      if (files_.fileExists(path_)) files_.deleteFile(path_, true);
+      if (files_.fileExists(path_)) files_.deleteFile(path_, true, FreeName::NotAwaited);
     } catch (const std::exception&) {  // its name tells the next run that it may go
     }
   }
@@ -114,18 +115,20 @@ bool SetBuild::build(bool isLastTry) {
   archivePath_ = platform_.files.unfinishedName(job_.target);
   Leftover leftover(platform_.files, archivePath_);
   archive(data);
-  const auto set = stamp();
+  const SetHeader header{job_.host.title, platform_.clock.now(), 1, 1, driveName(job_.places.folder)};
+  const auto set = stamp(header);
   leftover.remove();
   const Entries entries = contentsOf(set->path());
   if (!job_.isSafe) {
     noteDifferences(data, entries);
-    checkHeader(set->path());
+    checkHeader(set->path(), header);
   } else {
     if (!isAsTheData(entries, isLastTry)) return false;
-    checkHeader(set->path());
+    checkHeader(set->path(), header);
     test(set->path(), entries);
   }
-  set->commit();
+  set->commit({}, CreationTime::Now);
+  setLastSet(job_.target);
   return true;
 }
 
@@ -210,8 +213,7 @@ AutomationError SetBuild::explained(const AutomationError& error) const {
 }
 
 // An archive that has gone is an error: a set of a header alone is none.
-std::unique_ptr<FileReplacement> SetBuild::stamp() {
-  const SetHeader header{job_.host.title, platform_.clock.now(), 1, 1, driveName(job_.places.folder)};
+std::unique_ptr<FileReplacement> SetBuild::stamp(const SetHeader& header) {
   try {
     return beginSet(platform_, archivePath_, job_.target, header);
   } catch (const AutomationError& error) {
@@ -278,22 +280,12 @@ bool SetBuild::isAsTheData(const Entries& entries, bool isLastTry) {
                         L"Copia incompleta: " + inOneLine(differences, job_.places.folder));
 }
 
-void SetBuild::checkHeader(const std::wstring& path) {
-  if (readsBack(path)) return;
+void SetBuild::checkHeader(const std::wstring& path, const SetHeader& header) {
+  if (readsBack(*platform_.files.openForReading(path), header, platform_.locale)) return;
   const std::wstring text = L"La cabecera no se lee como se ha escrito: el título «" + job_.host.title +
                             L"» no puede llevar «;», «,» ni letras ajenas a la página de códigos del sistema";
   if (job_.isSafe) throw AutomationError(kTypeMismatch, L"QevBackup", text);
   record_.notes.add(text);
-}
-
-bool SetBuild::readsBack(const std::wstring& path) {
-  try {
-    const auto header = checkSet(platform_, path, job_.host.title).header;
-    return header && header->program == job_.host.title && header->totalVolumes == 1 && header->volumeNumber == 1 &&
-           header->directory == driveName(job_.places.folder);
-  } catch (const AutomationError&) {
-    return false;
-  }
 }
 
 // The set is tested where it is: it is these bytes that take the old one's place. Of the header line before the archive

@@ -24,6 +24,7 @@
 #include "platform/AutomationError.h"
 #include "platform/Platform.h"
 #include "record/RunRecord.h"
+#include "set/SetHeader.h"
 #include "settings/HostSettings.h"
 #include "zip/CUnzipFiles.h"
 #include "zip/CZipFiles.h"
@@ -66,13 +67,12 @@ class SetBuild {
   void hear(const EngineEvent& event);
   [[noreturn]] void explainMissingArchive() const;
   [[nodiscard]] AutomationError explained(const AutomationError& error) const;
-  [[nodiscard]] std::unique_ptr<FileReplacement> stamp();
+  [[nodiscard]] std::unique_ptr<FileReplacement> stamp(const SetHeader& header);
   [[nodiscard]] bool keepArchive();
   [[nodiscard]] Entries contentsOf(const std::wstring& path);
   void noteDifferences(const DataFiles& before, const Entries& entries);
   [[nodiscard]] bool isAsTheData(const Entries& entries, bool isLastTry);
-  void checkHeader(const std::wstring& path);
-  [[nodiscard]] bool readsBack(const std::wstring& path);
+  void checkHeader(const std::wstring& path, const SetHeader& header);
   void test(const std::wstring& path, const Entries& entries);
   void showPart(int from, int to, std::uint64_t done, std::uint64_t total);
   void step();

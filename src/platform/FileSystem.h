@@ -32,6 +32,16 @@ class FileReader {
   virtual void seek(std::uint64_t position) = 0;
 };
 
+// Whether a deletion waits for the name, which is taken while another program has the deleted file open.
+enum class FreeName : std::uint8_t { Awaited, NotAwaited };
+
+// The creation time of a file that takes a name, by which retention tells the newest sets.
+enum class CreationTime : std::uint8_t {
+  Kept,  // a file that is rewritten has that of the one it replaces
+  Now,   // of a new file. Windows gives one the creation time of a file that had its name within the last 15 seconds,
+         // when it gets the name: the time is set afterwards. Where that fails, nothing else does. SetFileTime
+};
+
 // A file being written beside the one it will replace. Until commit() the old file stands untouched under its name; the
 // destructor of an uncommitted replacement removes what was written.
 class FileReplacement {
@@ -51,7 +61,7 @@ class FileReplacement {
   // the old file must be closed; while somebody else holds it, the windows get their messages, for 30 seconds in all,
   // or `longestWait` milliseconds if that is less. FlushFileBuffers; MoveFileExW with MOVEFILE_REPLACE_EXISTING |
   // MOVEFILE_WRITE_THROUGH.
-  virtual void commit(std::optional<std::uint32_t> longestWait = {}) = 0;
+  virtual void commit(std::optional<std::uint32_t> longestWait = {}, CreationTime created = CreationTime::Kept) = 0;
 };
 
 // A file that a walk comes by.
@@ -95,8 +105,8 @@ class FileSystem {
   virtual void createFolder(const std::wstring& path) = 0;
 
   // Deletes a file; with `force` read-only ones too (else they are refused with 70). Where another program still has it
-  // open, waits until its name is free, as long as commit() does. DeleteFileW.
-  virtual void deleteFile(const std::wstring& path, bool force) = 0;
+  // open, waits until its name is free, as long as commit() does, unless the name is not awaited. DeleteFileW.
+  virtual void deleteFile(const std::wstring& path, bool force, FreeName name = FreeName::Awaited) = 0;
 
   // Copies a file over an existing one. A half-written copy is removed when the copy fails. CopyFileW.
   virtual void copyFile(const std::wstring& from, const std::wstring& to) = 0;

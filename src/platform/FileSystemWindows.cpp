@@ -102,6 +102,21 @@ void keepCreationTime(const std::wstring& from, HANDLE to) {
   }
 }
 
+// A scanner that holds the new file for a moment is waited for.
+void makeCreatedNow(const std::wstring& path) {
+  constexpr int tries = 5;
+  constexpr DWORD pause = 20;  // milliseconds
+  for (int i = 0; i < tries; ++i) {
+    const auto file = UniqueFile(CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES,
+                                             FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                             OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+    FILETIME now{};
+    GetSystemTimeAsFileTime(&now);
+    if (file && SetFileTime(file.get(), &now, nullptr, nullptr)) return;
+    Sleep(pause);
+  }
+}
+
 void check(DWORD code, const std::wstring& path) {
   if (code != ERROR_SUCCESS) throwWin32(code, path);
 }
@@ -122,10 +137,11 @@ class Replacement : public FileReplacement {
 
   void seal() override { check(file_.seal(), path_); }
 
-  void commit(std::optional<std::uint32_t> longestWait) override {
+  void commit(std::optional<std::uint32_t> longestWait, CreationTime created) override {
     patience_.milliseconds = std::min<DWORD>(patience_.milliseconds, longestWait.value_or(patience_.milliseconds));
-    keepCreationTime(path_, file_.handle());
+    if (created == CreationTime::Kept) keepCreationTime(path_, file_.handle());
     check(file_.commit(path_.c_str(), true, patience_), path_);
+    if (created == CreationTime::Now) makeCreatedNow(path_);
   }
 
  private:
@@ -286,8 +302,9 @@ void FileSystemWindows::createFolder(const std::wstring& path) {
   if (!CreateDirectoryW(path.c_str(), nullptr)) throwLastError(path);
 }
 
-void FileSystemWindows::deleteFile(const std::wstring& path, bool force) {
+void FileSystemWindows::deleteFile(const std::wstring& path, bool force, FreeName name) {
   Patience patience = patience_;
+  if (name == FreeName::NotAwaited) patience.milliseconds = 0;
   check(deleteAndFreeName(path.c_str(), force, patience), path);
 }
 

@@ -10,6 +10,14 @@
 
 namespace qev {
 
+// Code pages in which bytes from outside may stand.
+enum class CodePage : std::uint8_t {
+  Sets,     // in which this process writes the headers of sets, see Locale::headerBytes
+  Process,  // the ANSI code page of this process, CP_ACP
+  Utf8,     // 65001
+  Western,  // 1252
+};
+
 class Locale {
  public:
   virtual ~Locale() = default;
@@ -58,6 +66,16 @@ class Locale {
   // character. WideCharToMultiByte and MultiByteToWideChar with CP_ACP.
   [[nodiscard]] virtual std::string ansiFromText(std::wstring_view text) const = 0;
   [[nodiscard]] virtual std::wstring textFromAnsi(std::string_view bytes) const = 0;
+
+  // Text as the header of a set holds it: in the process's ANSI code page, unless that is UTF-8, which gives accented
+  // letters two bytes; then in that of the system's locale, and in 1252 where that has none or is UTF-8 too. What has
+  // no byte becomes the page's default character. GetACP; GetLocaleInfoEx with LOCALE_NAME_SYSTEM_DEFAULT and
+  // LOCALE_IDEFAULTANSICODEPAGE; WideCharToMultiByte.
+  [[nodiscard]] virtual std::string headerBytes(std::wstring_view text) const = 0;
+
+  // The text of bytes in a code page. Bytes that it does not know become other characters; none are refused.
+  // MultiByteToWideChar.
+  [[nodiscard]] virtual std::wstring textFrom(CodePage page, std::string_view bytes) const = 0;
 };
 
 }  // namespace qev

@@ -6,8 +6,28 @@
 namespace qev {
 namespace {
 
+constexpr UINT kWesternCodePage = 1252;
+
 void check(HRESULT result) {
   if (FAILED(result)) throwHresult(result);
+}
+
+// That of programs without Unicode by the system's locale, 0 where it has none.
+UINT systemCodePage() {
+  DWORD page = 0;
+  const int read = GetLocaleInfoEx(LOCALE_NAME_SYSTEM_DEFAULT, LOCALE_IDEFAULTANSICODEPAGE | LOCALE_RETURN_NUMBER,
+                                   reinterpret_cast<wchar_t*>(&page), sizeof page / sizeof(wchar_t));
+  return read > 0 ? page : 0;
+}
+
+std::string bytesIn(UINT page, std::wstring_view text) {
+  // A letter that only looks alike would name another file. UTF-8 has every letter and does not take the flag.
+  const DWORD flags = page == CP_UTF8 ? 0 : WC_NO_BEST_FIT_CHARS;
+  const int length = static_cast<int>(text.size());
+  const int needed = WideCharToMultiByte(page, flags, text.data(), length, nullptr, 0, nullptr, nullptr);
+  std::string bytes(static_cast<std::size_t>(needed), '\0');
+  WideCharToMultiByte(page, flags, text.data(), length, bytes.data(), needed, nullptr, nullptr);
+  return bytes;
 }
 
 }  // namespace
@@ -83,21 +103,39 @@ bool LocaleWindows::equalIgnoringCase(const std::wstring& a, const std::wstring&
                          static_cast<int>(b.size()), nullptr, nullptr, 0) == CSTR_EQUAL;
 }
 
+UINT codePageOfSets(UINT ofProcess, UINT ofSystem) {
+  if (ofProcess != CP_UTF8) return ofProcess;
+  return ofSystem == 0 || ofSystem == CP_UTF8 ? kWesternCodePage : ofSystem;
+}
+
+UINT LocaleWindows::pageNumber(CodePage page) const {
+  switch (page) {
+    case CodePage::Sets: return codePageOfSets(processCodePage_, systemCodePage());
+    case CodePage::Process: return processCodePage_;
+    case CodePage::Utf8: return CP_UTF8;
+    case CodePage::Western: break;
+  }
+  return kWesternCodePage;
+}
+
 std::string LocaleWindows::ansiFromText(std::wstring_view text) const {
-  // A letter that only looks alike would name another file. UTF-8 has every letter and does not take the flag.
-  const DWORD flags = GetACP() == CP_UTF8 ? 0 : WC_NO_BEST_FIT_CHARS;
-  const int length = static_cast<int>(text.size());
-  const int needed = WideCharToMultiByte(CP_ACP, flags, text.data(), length, nullptr, 0, nullptr, nullptr);
-  std::string bytes(static_cast<std::size_t>(needed), '\0');
-  WideCharToMultiByte(CP_ACP, flags, text.data(), length, bytes.data(), needed, nullptr, nullptr);
-  return bytes;
+  return bytesIn(processCodePage_, text);
 }
 
 std::wstring LocaleWindows::textFromAnsi(std::string_view bytes) const {
+  return textFrom(CodePage::Process, bytes);
+}
+
+std::string LocaleWindows::headerBytes(std::wstring_view text) const {
+  return bytesIn(pageNumber(CodePage::Sets), text);
+}
+
+std::wstring LocaleWindows::textFrom(CodePage page, std::string_view bytes) const {
+  const UINT number = pageNumber(page);
   const int length = static_cast<int>(bytes.size());
-  const int needed = MultiByteToWideChar(CP_ACP, 0, bytes.data(), length, nullptr, 0);
+  const int needed = MultiByteToWideChar(number, 0, bytes.data(), length, nullptr, 0);
   std::wstring text(static_cast<std::size_t>(needed), L'\0');
-  MultiByteToWideChar(CP_ACP, 0, bytes.data(), length, text.data(), needed);
+  MultiByteToWideChar(number, 0, bytes.data(), length, text.data(), needed);
   return text;
 }
 

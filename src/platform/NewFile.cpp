@@ -14,16 +14,24 @@ DWORD result(BOOL done) {
   return done ? ERROR_SUCCESS : GetLastError();
 }
 
-// The folder of a path, with its last separator, in full and in the form that has no limit but this one: the name of a
-// file that is being written is longer than that of its place may be. Room for such a name is left. GetFullPathNameW.
-DWORD folderOf(const wchar_t* path, wchar_t (&to)[NewFile::kLongestPath + 1], std::size_t& length) {
+using LongPath = wchar_t[NewFile::kLongestPath + 1];
+
+std::size_t folderLength(const wchar_t* path) {
+  std::size_t length = wcslen(path);
+  while (length > 0 && path[length - 1] != L'\\') --length;
+  return length;
+}
+
+// A path in full and in the form that has no limit but this one: the name of a file that is being written is longer
+// than that of its place may be. Room for such a name is left. GetFullPathNameW.
+DWORD fullPathOf(const wchar_t* path, LongPath& to) {
   constexpr wchar_t local[] = L"\\\\?\\";
   constexpr wchar_t share[] = L"\\\\?\\UNC";
   constexpr DWORD before = 7, behind = MAX_PATH;  // characters
   const bool isWhole = wcsncmp(path, local, 4) == 0;
   wchar_t* full = to + (isWhole ? 0 : before);
   const DWORD room = NewFile::kLongestPath - before - behind;
-  length = isWhole ? wcslen(path) : GetFullPathNameW(path, room, full, nullptr);
+  const std::size_t length = isWhole ? wcslen(path) : GetFullPathNameW(path, room, full, nullptr);
   if (length == 0) return GetLastError();
   if (length >= room) return ERROR_FILENAME_EXCED_RANGE;
   if (isWhole) {
@@ -34,8 +42,27 @@ DWORD folderOf(const wchar_t* path, wchar_t (&to)[NewFile::kLongestPath + 1], st
     full = wmemcpy(full - 4, local, 4);
   }
   wmemmove(to, full, wcslen(full) + 1);
-  for (length = wcslen(to); length > 0 && to[length - 1] != L'\\';) --length;
+  return ERROR_SUCCESS;
+}
+
+// Its folder, with the last separator.
+DWORD folderOf(const wchar_t* path, LongPath& to, std::size_t& length) {
+  const DWORD code = fullPathOf(path, to);
+  if (code != ERROR_SUCCESS) return code;
+  length = folderLength(to);
   to[length] = 0;
+  return ERROR_SUCCESS;
+}
+
+// The path of `place` in the folder of `file`. A relative place may mean another folder than when the file was made.
+DWORD placeBeside(const wchar_t* file, const wchar_t* place, LongPath& to) {
+  const DWORD code = fullPathOf(place, to);
+  if (code != ERROR_SUCCESS) return code;
+  const wchar_t* const name = to + folderLength(to);
+  const std::size_t folder = folderLength(file), nameLength = wcslen(name);
+  if (folder + nameLength > NewFile::kLongestPath) return ERROR_FILENAME_EXCED_RANGE;
+  wmemmove(to + folder, name, nameLength + 1);
+  wmemcpy(to, file, folder);
   return ERROR_SUCCESS;
 }
 
@@ -101,7 +128,7 @@ bool mayPass(DWORD code, const wchar_t* place) {
   if (exists && (attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)) != 0) return false;
   if (exists && obstacleToDeleting(place) == ERROR_ACCESS_DENIED) return false;
   std::size_t length = 0;
-  wchar_t folder[NewFile::kLongestPath + 1];
+  LongPath folder;
   if (folderOf(place, folder, length) != ERROR_SUCCESS) return false;
   return isWritable(folder);
 }
@@ -137,9 +164,13 @@ class Writable {
 std::uint32_t thisMachine() {
   static std::atomic<std::uint32_t> known{0};
   if (known != 0) return known;
-  wchar_t name[MAX_COMPUTERNAME_LENGTH + 1] = L"";
-  DWORD length = MAX_COMPUTERNAME_LENGTH + 1;
-  if (!GetComputerNameW(name, &length)) length = 0;
+  constexpr DWORD room = 512;  // characters; a name and its domain have 255
+  wchar_t name[room] = L"";
+  DWORD length = room;
+  if (!GetComputerNameExW(ComputerNamePhysicalDnsFullyQualified, name, &length) || length == 0) {
+    length = room;
+    if (!GetComputerNameW(name, &length)) length = 0;
+  }
   std::uint32_t hash = 2166136261u;  // FNV-1a
   for (DWORD at = 0; at < length; ++at) hash = (hash ^ name[at]) * 16777619u;
   return known = hash | 1;
@@ -184,8 +215,10 @@ struct Name {
     }
   }
 
+  bool isOfOtherMachine() const { return kind == Kind::own && machine != thisMachine(); }
+
+  // REQUIRES: it is of this machine, as far as it tells.
   bool isOfLivingRun() const {
-    if (kind == Kind::own && machine != thisMachine()) return true;
     return kind != Kind::ofNobody && lives(static_cast<DWORD>(process), kind == Kind::own ? start : 0);
   }
 
@@ -214,15 +247,23 @@ struct Name {
 
 // --- Volumes
 
+// Whether a file lies on another machine, whatever drive or link led there. The first call succeeds for such files
+// alone, but not with every redirector. GetFileInformationByHandleEx with FileRemoteProtocolInfo;
+// GetFinalPathNameByHandleW.
+bool isOnShare(HANDLE file) {
+  FILE_REMOTE_PROTOCOL_INFO protocol{};
+  if (GetFileInformationByHandleEx(file, FileRemoteProtocolInfo, &protocol, sizeof protocol)) return true;
+  constexpr wchar_t share[] = L"\\\\?\\UNC\\";
+  LongPath path;
+  const DWORD length = GetFinalPathNameByHandleW(file, path, NewFile::kLongestPath, FILE_NAME_OPENED | VOLUME_NAME_DOS);
+  return length > 0 && length < NewFile::kLongestPath && wcsncmp(path, share, wcslen(share)) == 0;
+}
+
 // Whether a deletion that is asked for on an open file can be taken back until it is closed: that is so on the disks of
 // this machine, and not with every redirector or foreign file system.
-bool takesBackDeletion(HANDLE file, const wchar_t* path) {
-  if (wcsncmp(path, L"\\\\?\\", 4) == 0) path += 4;
-  const wchar_t root[] = {path[0], L':', L'\\', 0};
-  if (path[0] == 0 || path[1] != L':') return false;
-  const UINT type = GetDriveTypeW(root);
+bool takesBackDeletion(HANDLE file) {
   wchar_t system[MAX_PATH + 1] = L"";
-  if ((type != DRIVE_FIXED && type != DRIVE_REMOVABLE) ||
+  if (isOnShare(file) ||
       !GetVolumeInformationByHandleW(file, nullptr, 0, nullptr, nullptr, nullptr, system, MAX_PATH + 1)) {
     return false;
   }
@@ -247,11 +288,38 @@ bool closeAndDelete(HANDLE file) {
   return isDeleted;
 }
 
+bool isOlderThanADay(const FILETIME& time) {
+  constexpr ULONGLONG day = 24ull * 60 * 60 * 10'000'000;  // in units of 100 ns
+  FILETIME now{};
+  GetSystemTimeAsFileTime(&now);
+  const auto units = [](const FILETIME& of) { return ULONGLONG{of.dwHighDateTime} << 32 | of.dwLowDateTime; };
+  return units(now) > units(time) && units(now) - units(time) > day;
+}
+
+enum class Fate { stays, goesFromThisMachine, goes };
+
+// What the name and the age of a file that is being written say. On a share an earlier version's may be of another
+// machine, whose processes nobody here can look at: a day is longer than any run leaves one closed.
+Fate fateOf(const WIN32_FIND_DATAW& found) {
+  const Name name(found.cFileName);
+  const bool isOld = isOlderThanADay(found.ftLastWriteTime);
+  if (name.kind == Name::Kind::other) return Fate::stays;
+  if (name.isOfOtherMachine()) return isOld ? Fate::goes : Fate::stays;
+  if (name.isOfLivingRun()) return Fate::stays;
+  return name.kind == Name::Kind::own || isOld ? Fate::goes : Fate::goesFromThisMachine;
+}
+
 // One that somebody has open may be of a run after all.
-void deleteUnused(const wchar_t* path) {
+void deleteUnused(const wchar_t* path, Fate fate) {
+  if (fate == Fate::stays) return;
   const HANDLE file = CreateFileW(path, DELETE | FILE_WRITE_ATTRIBUTES, 0, nullptr, OPEN_EXISTING,
                                   FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
-  if (file != INVALID_HANDLE_VALUE) closeAndDelete(file);
+  if (file == INVALID_HANDLE_VALUE) return;
+  if (fate == Fate::goesFromThisMachine && isOnShare(file)) {
+    CloseHandle(file);
+  } else {
+    closeAndDelete(file);
+  }
 }
 
 }  // namespace
@@ -294,7 +362,7 @@ DWORD NewFile::create(const wchar_t* place) {
 }
 
 void NewFile::deleteIfKilled() {
-  isFleeting_ = takesBackDeletion(file_, path_) && deleteWhenClosed(file_, true);
+  isFleeting_ = takesBackDeletion(file_) && deleteWhenClosed(file_, true);
 }
 
 DWORD NewFile::write(const void* from, std::size_t size) {
@@ -327,16 +395,17 @@ DWORD NewFile::seal() {
 }
 
 DWORD NewFile::commit(const wchar_t* place, bool isDurable, Patience& patience) {
-  if (isSealed_) {
-    const DWORD moved = moveIntoPlace(path_, place, isDurable, patience);
-    if (moved != ERROR_SUCCESS) return discard(), moved;
-    return close(), ERROR_SUCCESS;
+  LongPath beside;
+  DWORD code = placeBeside(path_, place, beside);
+  if (code == ERROR_SUCCESS && isSealed_) {
+    code = moveIntoPlace(path_, beside, isDurable, patience);
+    if (code == ERROR_SUCCESS) return close(), code;
   }
-  DWORD code = isDurable ? result(FlushFileBuffers(file_)) : ERROR_SUCCESS;
+  if (code == ERROR_SUCCESS && isDurable) code = result(FlushFileBuffers(file_));
   if (code == ERROR_SUCCESS && isFleeting_) code = result(deleteWhenClosed(file_, false));
   if (code != ERROR_SUCCESS) return discard(), code;
   close();
-  code = moveIntoPlace(path_, place, isDurable, patience);
+  code = moveIntoPlace(path_, beside, isDurable, patience);
   if (code == ERROR_SUCCESS) return code;
   SetFileAttributesW(path_, FILE_ATTRIBUTE_NORMAL);
   DeleteFileW(path_);
@@ -357,7 +426,7 @@ void NewFile::discard() {
 
 void NewFile::removeLeftOvers(const wchar_t* place) {
   std::size_t folder = 0;
-  wchar_t path[kLongestPath + 1];
+  LongPath path;
   if (folderOf(place, path, folder) != ERROR_SUCCESS) return;
   wcscpy(path + folder, L"*qev*.tmp");
   WIN32_FIND_DATAW found;
@@ -367,7 +436,7 @@ void NewFile::removeLeftOvers(const wchar_t* place) {
   do {
     if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 || !isName(found.cFileName)) continue;
     wcscpy(path + folder, found.cFileName);
-    if (!Name(found.cFileName).isOfLivingRun()) deleteUnused(path);
+    deleteUnused(path, fateOf(found));
   } while (FindNextFileW(find, &found));
   FindClose(find);
 }

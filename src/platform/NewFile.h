@@ -5,9 +5,10 @@
 // ERROR_SUCCESS when it is done. Paths are as CreateFileW takes them, of any length with the prefix \\?\.
 //
 // A file that is being written is named qev<machine>-<process>-<start>-<number>.tmp, all in hexadecimal digits: a hash
-// of the computer's name (8), the process's id, the time at which it began (GetProcessTimes, 16), and a number of its
-// own. So whoever finds one can tell whether the run that wrote it is gone. Earlier versions named them
-// qev<process>-<number>.tmp (decimal) and ~qev<number>.tmp (8 hexadecimal digits).
+// of the computer's name with its domain (8; GetComputerNameExW with ComputerNamePhysicalDnsFullyQualified, as the
+// short names of two may be equal; that of GetComputerNameW where it has none), the process's id, the time at which it
+// began (GetProcessTimes, 16), and a number of its own. So whoever finds one can tell whether the run that wrote it is
+// gone. Earlier versions named them qev<process>-<number>.tmp (decimal) and ~qev<number>.tmp (8 hexadecimal digits).
 #pragma once
 
 #include <windows.h>
@@ -28,8 +29,8 @@ class NewFile {
  public:
   static constexpr std::size_t kLongestPath = 32'767;  // characters
 
-  // Makes an empty file in the folder of `place`, open for this process alone, for reading and writing. REQUIRES: none
-  // is open. CreateFileW with CREATE_NEW.
+  // Makes an empty file in the folder of `place`, open for this process alone, for reading and writing. A relative
+  // place counts from the folder that is current now. REQUIRES: none is open. CreateFileW with CREATE_NEW.
   [[nodiscard]] DWORD create(const wchar_t* place);
 
   // The same at `path` itself, where nothing is there: ERROR_FILE_EXISTS.
@@ -37,7 +38,8 @@ class NewFile {
 
   // From now on the system deletes the file if it ends this process: SetFileInformationByHandle with
   // FileDispositionInfo, which commit() takes back. Only where that works as documented for local disks: on NTFS, ReFS
-  // and FAT. Elsewhere a killed run leaves the file, and removeLeftOvers finds it. For files that take long to write.
+  // and FAT of this machine, as the open file itself tells. Elsewhere a killed run leaves the file, and removeLeftOvers
+  // finds it. For files that take long to write.
   void deleteIfKilled();
 
   // Ends the writing: what was written is on the disk, everybody can read it at path(), and nobody can write it until
@@ -51,8 +53,9 @@ class NewFile {
   // Writes at the file's position. ERROR_DISK_FULL also where the system takes nothing more without an error.
   [[nodiscard]] DWORD write(const void* from, std::size_t size);
 
-  // Closes the file and moves it to `place`, in its folder, over what is there (see moveIntoPlace); a sealed one is
-  // moved first. `isDurable`: it is on the disk before it takes the place. After a failure the file is gone.
+  // Closes the file and moves it to the name of `place`, in its own folder, over what is there (see moveIntoPlace); a
+  // sealed one is moved first. `isDurable`: it is on the disk before it takes the place. After a failure the file is
+  // gone.
   [[nodiscard]] DWORD commit(const wchar_t* place, bool isDurable, Patience& patience);
 
   // Closes the file, which stays where it was made.
@@ -66,7 +69,8 @@ class NewFile {
   [[nodiscard]] static DWORD unfinishedName(const wchar_t* place, wchar_t (&to)[kLongestPath + 1]);
 
   // Deletes what runs that are gone have left in the folder of `place`, if nobody has it open. What is of a process
-  // that lives, or of another machine, stays, and so does what may not be deleted.
+  // that lives stays, and so does what may not be deleted. What is of another machine stays for a day after its last
+  // write; on a share, so does what an earlier version named without a machine.
   static void removeLeftOvers(const wchar_t* place);
 
   // Whether a file of this name (without folder) is one that is being written, or was by a run that is gone.

@@ -22,8 +22,8 @@ class Registry {
   virtual ~Registry() = default;
 
   // The value `name` under `keyPath`, empty when the key or the name does not exist. Texts (REG_SZ; REG_EXPAND_SZ with
-  // its variables replaced) come as text, REG_DWORD as a 32-bit integer; any other type throws 13. Throws 70 when
-  // access is denied. RegOpenKeyExW, RegQueryValueExW.
+  // its variables replaced) come as text, REG_DWORD and REG_QWORD as a 32-bit integer, or as a double where that does
+  // not hold it; any other type throws 13. Throws 70 when access is denied. RegOpenKeyExW, RegQueryValueExW.
   [[nodiscard]] virtual Value read(const std::wstring& keyPath, const std::wstring& name, std::uint32_t root) const = 0;
 
   // Writes a value, creating the key where it is missing. Integers and Booleans are stored as REG_DWORD, all else as

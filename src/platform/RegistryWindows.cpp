@@ -51,16 +51,28 @@ std::wstring expanded(const std::wstring& text) {
   return result;
 }
 
+template <typename Number>
+Number storedNumber(const RawValue& value, const std::wstring& name) {
+  Number number = 0;
+  if (value.bytes.size() != sizeof number) throw AutomationError(kTypeMismatch, name);
+  std::copy_n(value.bytes.data(), sizeof number, reinterpret_cast<BYTE*>(&number));
+  return number;
+}
+
+// Values have no integers of 64 bits.
+Value numberValue(std::int64_t number) {
+  const auto narrow = static_cast<std::int32_t>(number);
+  return narrow == number ? Value(narrow) : Value(static_cast<double>(number));
+}
+
 Value interpreted(const RawValue& value, const std::wstring& name) {
   switch (value.type) {
     case REG_SZ: return storedText(value);
     case REG_EXPAND_SZ: return expanded(storedText(value));
-    case REG_DWORD:
-      if (value.bytes.size() == sizeof(std::int32_t)) return *reinterpret_cast<const std::int32_t*>(value.bytes.data());
-      break;
-    default: break;
+    case REG_DWORD: return storedNumber<std::int32_t>(value, name);
+    case REG_QWORD: return numberValue(storedNumber<std::int64_t>(value, name));
+    default: throw AutomationError(kTypeMismatch, name);
   }
-  throw AutomationError(kTypeMismatch, name);
 }
 
 LSTATUS setNumber(HKEY key, const std::wstring& name, std::int32_t number) {

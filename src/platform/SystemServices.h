@@ -22,7 +22,7 @@ class FileSystemWindows : public FileSystem {
   bool fileExists(const std::wstring& path) const override;
   bool folderExists(const std::wstring& path) const override;
   void createFolder(const std::wstring& path) override;
-  void deleteFile(const std::wstring& path, bool force) override;
+  void deleteFile(const std::wstring& path, bool force, FreeName name = FreeName::Awaited) override;
   void copyFile(const std::wstring& from, const std::wstring& to) override;
   void requireReplaceable(const std::wstring& path) override;
   void flush(const std::wstring& path) override;
@@ -43,6 +43,9 @@ class FileSystemWindows : public FileSystem {
 // The user's regional conversions by OLE Automation.
 class LocaleWindows : public Locale {
  public:
+  // As a process of that ANSI code page has them; without one as this process has.
+  explicit LocaleWindows(unsigned processCodePage = GetACP()) : processCodePage_(processCodePage) {}
+
   Date dateFromText(const std::wstring& text) const override;
   std::wstring shortDateText(Date date) const override;
   std::wstring format(const Value& value, const std::wstring& pattern) const override;
@@ -56,7 +59,17 @@ class LocaleWindows : public Locale {
   bool equalIgnoringCase(const std::wstring& a, const std::wstring& b) const override;
   std::string ansiFromText(std::wstring_view text) const override;
   std::wstring textFromAnsi(std::string_view bytes) const override;
+  std::string headerBytes(std::wstring_view text) const override;
+  std::wstring textFrom(CodePage page, std::string_view bytes) const override;
+
+ private:
+  unsigned pageNumber(CodePage page) const;
+
+  unsigned processCodePage_;
 };
+
+// The code page of headers, where the process's is `ofProcess` and that of the system's locale `ofSystem`; 0 is none.
+[[nodiscard]] unsigned codePageOfSets(unsigned ofProcess, unsigned ofSystem);
 
 class RegistryWindows : public Registry {
  public:

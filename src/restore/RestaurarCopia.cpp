@@ -64,7 +64,7 @@ class TemporaryFile {
   TemporaryFile& operator=(const TemporaryFile&) = delete;
   ~TemporaryFile() {
     try {
-      if (files_.fileExists(path_)) files_.deleteFile(path_, true);
+      if (files_.fileExists(path_)) files_.deleteFile(path_, true, FreeName::NotAwaited);
     } catch (const AutomationError&) {  // the next run removes it
     }
   }

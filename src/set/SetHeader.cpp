@@ -47,6 +47,40 @@ std::string readFirstItem(FileReader& reader) {
   return item.text();
 }
 
+std::string firstItemOf(std::string_view bytes) {
+  FirstItem item;
+  for (const char c : bytes) {
+    if (!item.take(c)) break;
+  }
+  return item.text();
+}
+
+constexpr std::wstring_view kDateLabel = L"Fecha Creación : ";
+constexpr std::wstring_view kTotalLabel = L"Total de Volúmenes :";
+constexpr std::wstring_view kNumberLabel = L"Número de Volúmen :";
+
+// Whether the labels with accented letters stand where they should.
+bool labelsFit(std::wstring_view line) {
+  for (const auto label : {kDateLabel, kTotalLabel, kNumberLabel}) {
+    const auto end = line.find(L';');
+    if (end == std::wstring_view::npos) return false;
+    line.remove_prefix(end + 1);
+    if (!line.starts_with(label)) return false;
+  }
+  return true;
+}
+
+// The text of a header, or of the beginning of a file that may be one. Another host of this machine may have written it
+// in another code page; the accented letters of the labels tell. Where they fit in none, it counts as one of this host.
+std::wstring headerText(std::string_view bytes, const Locale& locale) {
+  std::wstring text = locale.textFrom(CodePage::Sets, bytes);
+  if (!bytes.starts_with(SetHeader::kBeginning) || labelsFit(text)) return text;
+  for (const CodePage page : {CodePage::Process, CodePage::Utf8, CodePage::Western}) {
+    if (std::wstring other = locale.textFrom(page, bytes); labelsFit(other)) return other;
+  }
+  return text;
+}
+
 // The fields of a header line, cut at ";".
 class HeaderFields {
  public:
@@ -89,26 +123,54 @@ SetHeader SetHeader::parse(const std::wstring& line, const Locale& locale) {
 }
 
 SetHeader SetHeader::parse(std::string_view bytes, const Locale& locale) {
-  return parse(locale.textFromAnsi(bytes), locale);
+  return parse(headerText(bytes, locale), locale);
 }
 
 std::wstring SetHeader::line(const Locale& locale) const {
   const Date exchanged = locale.dateFromText(locale.format(creationDate, L"mm-dd-yyyy"));
-  return L"Programa : " + program + L";Fecha Creación : " + locale.shortDateText(exchanged) + L";Total de Volúmenes :" +
-         std::to_wstring(totalVolumes) + L";Número de Volúmen :" + std::to_wstring(volumeNumber) + L";Directorio : " +
-         directory + L";";
+  std::wstring line = L"Programa : " + program;
+  line.append(L";").append(kDateLabel).append(locale.shortDateText(exchanged));
+  line.append(L";").append(kTotalLabel).append(std::to_wstring(totalVolumes));
+  line.append(L";").append(kNumberLabel).append(std::to_wstring(volumeNumber));
+  return line.append(L";Directorio : ").append(directory).append(L";");
 }
 
 std::string SetHeader::bytes(const Locale& locale) const {
-  return locale.ansiFromText(line(locale)).append(kLineEnd);
+  return locale.headerBytes(line(locale)).append(kLineEnd);
 }
 
-SetCheck checkSet(FileReader& reader, const std::wstring& title, const Locale& locale) {
-  const std::wstring item = locale.textFromAnsi(readFirstItem(reader));
+namespace {
+
+SetCheck checkItem(std::string_view bytes, const std::wstring& title, const Locale& locale) {
+  const std::wstring item = headerText(bytes, locale);
   if (item.empty()) return {};
   SetCheck check{HeaderFields(item).next(kProgramPosition), std::nullopt};
   if (check.program == title) check.header = SetHeader::parse(item, locale);
   return check;
+}
+
+bool isFoundAgain(std::string_view item, const SetHeader& written, const Locale& locale) {
+  try {
+    const auto read = checkItem(item, written.program, locale).header;
+    return read && read->totalVolumes == written.totalVolumes && read->volumeNumber == written.volumeNumber &&
+           read->directory == written.directory;
+  } catch (const AutomationError&) {  // a field that is missing or cannot be one
+    return false;
+  }
+}
+
+}  // namespace
+
+SetCheck checkSet(FileReader& reader, const std::wstring& title, const Locale& locale) {
+  return checkItem(readFirstItem(reader), title, locale);
+}
+
+bool readsBack(const SetHeader& header, const Locale& locale) {
+  return isFoundAgain(firstItemOf(header.bytes(locale)), header, locale);
+}
+
+bool readsBack(FileReader& reader, const SetHeader& header, const Locale& locale) {
+  return isFoundAgain(readFirstItem(reader), header, locale);
 }
 
 }  // namespace qev

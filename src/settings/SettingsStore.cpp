@@ -1,8 +1,27 @@
 #include "settings/SettingsStore.h"
 
-#include "platform/AutomationError.h"
+#include <algorithm>
+#include <array>
+#include <exception>
+#include <string_view>
 
 namespace qev {
+namespace {
+
+// Texts of one word that say no, in small letters.
+constexpr std::array<std::wstring_view, 4> kNo = {L"no", L"n", L"false", L"falso"};
+
+bool saysNo(const Value& value) {
+  const auto* text = std::get_if<std::wstring>(&value);
+  if (!text) return false;
+  std::wstring word = trimmed(*text);
+  for (wchar_t& c : word) {
+    if (c >= L'A' && c <= L'Z') c = static_cast<wchar_t>(c - L'A' + L'a');
+  }
+  return std::find(kNo.begin(), kNo.end(), word) != kNo.end();
+}
+
+}  // namespace
 
 Value SettingsStore::read(const std::wstring& name) const {
   return registry_.read(keyPath_, name, kLocalMachine);
@@ -18,9 +37,10 @@ Value SettingsStore::readStrict(const std::wstring& name, const Value& fallback)
 
 bool SettingsStore::safeMode() const {
   try {
-    return numericValue(readPlain(L"Verificar", std::int16_t{0})) != 0;
-  } catch (const AutomationError&) {
-    return false;
+    const Value asked = readStrict(L"Verificar", Empty{});
+    return !isMissing(asked) && !saysNo(asked);
+  } catch (const std::exception&) {
+    return true;
   }
 }
 

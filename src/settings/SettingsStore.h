@@ -10,7 +10,7 @@
 //   Destino       text     folder of scheduled backups                    strict default "C:\"
 //   Estado        text     outcome of the last run                        read as stored
 //   EDir, Cerrar  integers 0 or 1                                         plain default 0
-//   Verificar     integer  1 (or any number but 0): safe mode             plain default 0; never written here
+//   Verificar     integer or text: safe mode, see safeMode()              off; never written here
 //   NCopias       integer  files that retention keeps                     plain default
 //   DirDatos, DirMDE, Dirbackup  texts, the host's own; never written here
 #pragma once
@@ -38,7 +38,9 @@ class SettingsStore {
   [[nodiscard]] Value readStrict(const std::wstring& name, const Value& fallback) const;
 
   // Whether the host asks for safe mode (`Verificar`): sets are tested before they count, and replace older ones only
-  // then. False also when the settings cannot be read.
+  // then. Off where the value is missing, a number that is 0 (as a text too), a text of blanks, or "no", "N", "False"
+  // or "Falso" in any letter case, with blanks around it or none. On otherwise: whoever has written anything else, or a
+  // value that cannot be read (of another type, access denied), has not said that sets need no proof. Throws nothing.
   [[nodiscard]] bool safeMode() const;
 
   // Stores a value at once. Throws what Registry::write throws.

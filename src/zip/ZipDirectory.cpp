@@ -48,6 +48,7 @@ std::string bytesAt(FileReader& reader, std::uint64_t position, std::size_t coun
 
 // Where the directory stands in the file, and how much of it there is.
 struct Directory {
+  std::uint64_t archiveBegin = 0;  // by the offset that the end record gives
   std::uint64_t begin = 0;
   std::uint64_t size = 0;
   std::uint64_t entries = 0;
@@ -59,7 +60,8 @@ std::optional<Directory> directoryBefore(std::uint64_t end, std::uint64_t size, 
                                          std::uint64_t entries) {
   if (size > end || offset > end - size) return std::nullopt;
   if (entries > kMostDirectoryEntries || entries > size / kEntryBytes) return std::nullopt;
-  return Directory{end - size, size, entries};
+  const std::uint64_t begin = end - size;
+  return Directory{begin - offset, begin, size, entries};
 }
 
 std::optional<Directory> zip64Directory(FileReader& reader, std::uint64_t endRecord) {
@@ -168,6 +170,11 @@ std::optional<std::vector<ZipDirectoryEntry>> readZipDirectory(FileReader& reade
                        static_cast<std::uint32_t>(number(fixed, 16, 4))});
   }
   return entries;
+}
+
+std::optional<std::uint64_t> zipArchiveBegin(FileReader& reader) {
+  const auto directory = findDirectory(reader);
+  return directory ? std::optional(directory->archiveBegin) : std::nullopt;
 }
 
 bool endsWithZipEnd(FileReader& reader) {

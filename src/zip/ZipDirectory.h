@@ -1,5 +1,6 @@
 // The directory of a zip archive, read without the engine: names, lengths and checksums of what the archive holds, for
-// telling how far a run of the engine has come and whether it holds what it should. APPNOTE 4.3.12 (central directory), 4.3.14 to 4.3.16 (end records), 4.5.3 (Zip64).
+// telling how far a run of the engine has come and whether it holds what it should. APPNOTE 4.3.12 (central
+// directory), 4.3.14 to 4.3.16 (end records), 4.5.3 (Zip64).
 #pragma once
 
 #include <cstdint>
@@ -26,6 +27,11 @@ inline constexpr std::uint64_t kMostNameBytes = 128 << 20;
 // this throw, read out of bounds or take more memory than the limits above allow. Throws what the reader throws. Leaves
 // the reader somewhere.
 std::optional<std::vector<ZipDirectoryEntry>> readZipDirectory(FileReader& reader);
+
+// Where in the file the archive begins by its own account, that is where the offsets of its directory count from:
+// behind the header in a set that is whole. Bytes that were lost before the directory, or are too many, shift it.
+// Nothing where there is no directory. Throws what the reader throws. Leaves the reader somewhere.
+[[nodiscard]] std::optional<std::uint64_t> zipArchiveBegin(FileReader& reader);
 
 // Whether a file ends as an archive does: with the end record and the comment that it announces. Throws what the reader
 // throws. Leaves the reader somewhere.

@@ -8,8 +8,11 @@
 #include <string>
 
 #include "platform/AutomationError.h"
+#include "set/LastSet.h"
 #include "support/ErrorOf.h"
 #include "support/FakePlatform.h"
+#include "support/GoldenSet.h"
+#include "support/ZipWriter.h"
 
 #ifdef _WIN32
 #include <windows.h>
@@ -22,6 +25,7 @@
 namespace qev::test {
 namespace {
 
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -82,7 +86,10 @@ class CCopiasTest : public testing::Test {
 
   void NCopias(const Value& value) { fake.registry.put(key, L"NCopias", value); }
 
-  void retain(const std::wstring& folder = kFolder) { CCopias(fake.files, settings, fake.locale, folder); }
+  void retain(const std::wstring& folder = kFolder) {
+    host.backupFolder = folder;
+    CCopias(fake.files, settings, fake.locale, host, lastSet);
+  }
 
   std::int32_t errorOfRetain() {
     return numberOf([this] { retain(); });
@@ -100,6 +107,8 @@ class CCopiasTest : public testing::Test {
   }
 
   FakePlatform fake;
+  HostSettings host{L"Gestion", L"", L"", L"", L""};
+  std::wstring lastSet;
   std::wstring key = L"Software\\Gestion";
   SettingsStore settings{fake.registry, key};
 };
@@ -253,13 +262,246 @@ TEST_F(CCopiasTest, AnErrorOfTheStoreOrOfTheListingDeletesNothing) {
   EXPECT_THAT(left(), SizeIs(3));
 }
 
+// `DirMDE` that was not read, as by a host of the other architecture, makes "Backup\".
+TEST_F(CCopiasTest, AFolderThatNamesNeitherDriveNorShareRaises76AndNothingIsMadeOrDeleted) {
+  NCopias(0);
+  for (const wchar_t* folder : {L"", L"Backup\\", L"Backup", L"\\Backup\\", L"/Backup", L".", L"..\\Backup\\", L"C:",
+                                L"C:Backup\\", L"\\\\servidor", L"\\\\"}) {
+    fake.files.put(folder + std::wstring(L"\\a.qev"), "PK");
+    const auto before = fake.files.paths();
+    fake.files.failAt(0);
+    const AutomationError error = errorOf([&] { retain(folder); });
+    EXPECT_EQ(kPathNotFound, error.number());
+    EXPECT_EQ(AutomationError(kPathNotFound, folder).description(), error.description());
+    EXPECT_EQ(before, fake.files.paths());
+    EXPECT_EQ(0u, fake.files.calls());
+    EXPECT_THAT(fake.files.leftOversRemovedFrom, IsEmpty());
+  }
+}
+
+TEST_F(CCopiasTest, FoldersOfDrivesAndSharesAreTaken) {
+  NCopias(0);
+  for (const wchar_t* folder : {L"C:\\Prog\\Backup", L"c:/Prog/Backup/", L"D:\\", L"\\\\servidor\\copias",
+                                L"\\\\servidor\\copias\\a\\", L"\\\\?\\C:\\Prog\\Backup\\"}) {
+    const std::wstring set = std::wstring(folder) + L"\\a.qev";
+    fake.files.put(set, "PK");
+    retain(folder);
+    EXPECT_FALSE(fake.files.fileExists(set));
+  }
+}
+
+TEST_F(CCopiasTest, WithoutSafeModeNoFileIsOpenedAndNoNameAwaited) {
+  putSets(12);
+  for (const auto& path : fake.files.paths()) fake.files.makeUnreadable(path);
+  lastSet = kFolder + std::wstring(L"Backup10.qev");
+  retain();
+  EXPECT_THAT(left(), SizeIs(10));
+  EXPECT_THAT(fake.files.namesNotAwaited,
+              ElementsAre(kFolder + std::wstring(L"Backup11.qev"), kFolder + std::wstring(L"Backup10.qev")));
+}
+
+// --- Safe mode ---
+
+class SafeRetention : public CCopiasTest {
+ protected:
+  SafeRetention() {
+    fake.registry.put(key, L"Verificar", 1);
+    NCopias(1);
+  }
+
+  static std::string setOf(const std::string& title = "Gestion") {
+    return headerLine("1", "1", "16/11/2026", title) + "\r\n" + zipOf({storedEntry("Prog/Datos/a.db", "datos")});
+  }
+
+  // A file with the content of a set unless told otherwise. The higher the day, the newer.
+  void put(const std::wstring& name, int day, const std::string& bytes = setOf()) {
+    fake.files.put(kFolder + name, bytes);
+    fake.files.setCreated(kFolder + name, Date{46000.0 + day});
+  }
+
+  static std::string cut(const std::string& set) { return set.substr(0, set.size() - 30); }
+};
+
+TEST_F(SafeRetention, OnlySetsOfThisTitleCountAndGoWhateverTheirNames) {
+  put(L"carta.doc", 9, "carta");
+  put(L"de otra empresa.qev", 8, setOf("Contabilidad"));
+  put(L"otra letra.qev", 8, setOf("GESTION"));
+  put(L"nueva.qev", 7);
+  put(L"vacía.qev", 6, "");
+  put(L"vieja.qev", 5);
+  put(L"más vieja.dat", 4);
+  put(L"nota.txt", 3, "nota");
+  retain();
+  EXPECT_THAT(left(), UnorderedElementsAre(L"carta.doc", L"de otra empresa.qev", L"otra letra.qev", L"nueva.qev",
+                                           L"vacía.qev", L"nota.txt"));
+  EXPECT_THAT(fake.files.namesNotAwaited,
+              ElementsAre(kFolder + std::wstring(L"vieja.qev"), kFolder + std::wstring(L"más vieja.dat")));
+}
+
+TEST_F(SafeRetention, AsManySetsStayAsTheSettingSays) {
+  NCopias(3);
+  for (int day = 1; day <= 5; ++day) put(std::to_wstring(day) + L".qev", day);
+  put(L"nota.txt", 6, "nota");
+  retain();
+  EXPECT_THAT(left(), UnorderedElementsAre(L"3.qev", L"4.qev", L"5.qev", L"nota.txt"));
+}
+
+TEST_F(SafeRetention, ZeroCountsAsOne) {
+  NCopias(0);
+  put(L"1.qev", 1);
+  put(L"2.qev", 2);
+  retain();
+  EXPECT_THAT(left(), ElementsAre(L"2.qev"));
+  retain();
+  EXPECT_THAT(left(), ElementsAre(L"2.qev"));
+  put(L"3.qev", 3, cut(setOf()));
+  retain();
+  EXPECT_THAT(left(), ElementsAre(L"2.qev", L"3.qev")) << "the one, and the newest that reads whole";
+}
+
+TEST_F(SafeRetention, TheNewestThatReadsWholeStaysHoweverOld) {
+  NCopias(2);
+  put(L"1.qev", 1);
+  put(L"2.qev", 2);
+  put(L"3.qev", 3, cut(setOf()));
+  put(L"4.qev", 4, headerLine() + "\r\n");
+  put(L"5.qev", 5, headerLine() + "\r\n" + zipOf({}));
+  retain();
+  EXPECT_THAT(left(), UnorderedElementsAre(L"2.qev", L"4.qev", L"5.qev"));
+}
+
+TEST_F(SafeRetention, WhereNoneReadsWholeTheNewestStayAllTheSame) {
+  for (int day = 1; day <= 3; ++day) put(std::to_wstring(day) + L".qev", day, cut(setOf()));
+  retain();
+  EXPECT_THAT(left(), ElementsAre(L"3.qev"));
+}
+
+// Its creation date can be that of a set which had its name, or the clock was set back.
+TEST_F(SafeRetention, TheSetThatThisProcessHasMadeLastStaysHoweverItsFolderIsWritten) {
+  put(L"Backup16-11-26.qev", 1);
+  put(L"2.qev", 2);
+  put(L"3.qev", 3);
+  lastSet = L"c:\\PROG\\Datos\\..\\backup\\BACKUP16-11-26.QEV";
+  retain();
+  EXPECT_THAT(left(), UnorderedElementsAre(L"Backup16-11-26.qev", L"3.qev"));
+  lastSet.clear();
+  retain();
+  EXPECT_THAT(left(), ElementsAre(L"3.qev"));
+}
+
+TEST_F(SafeRetention, TheLastSetOfTheProcessIsKnownByTheNameThatTheRunTold) {
+  EXPECT_EQ(L"", qev::lastSet());
+  setLastSet(L"C:\\Copias\\a.qev");
+  setLastSet(L"C:\\Copias\\b.qev");
+  EXPECT_EQ(L"C:\\Copias\\b.qev", qev::lastSet());
+  setLastSet(L"");
+}
+
+TEST_F(SafeRetention, AFileThatCannotBeReadNowNeitherCountsNorGoes) {
+  put(L"1.qev", 1);
+  put(L"2.qev", 2);
+  put(L"3.qev", 3);
+  put(L"rota.qev", 4, "Programa : Gestion;Fecha Creaci\xF3n : nunca;;;;\r\n");
+  put(L"corta.qev", 5, "Programa : Gestion");
+  fake.files.makeUnreadable(kFolder + std::wstring(L"3.qev"));
+  fake.files.makeUnreadable(kFolder + std::wstring(L"1.qev"));
+  retain();
+  EXPECT_THAT(left(), UnorderedElementsAre(L"1.qev", L"2.qev", L"3.qev", L"rota.qev", L"corta.qev"));
+}
+
+TEST_F(SafeRetention, ASetThatWasNeverProvenIsNone) {
+  put(L"Backup16-11-26.qev.nueva", 3);
+  put(L"2.qev", 2);
+  put(L"1.qev", 1);
+  retain();
+  EXPECT_THAT(left(), UnorderedElementsAre(L"Backup16-11-26.qev.nueva", L"2.qev"));
+}
+
+TEST_F(SafeRetention, SetsOfHostsWithAnotherCodePageCount) {
+  host.title = L"Gestión";
+  put(L"1.qev", 1, setOf("Gesti\xF3n"));
+  put(L"2.qev", 2,
+      utf8Of(fake.locale.textFromAnsi(headerLine("1", "1", "16/11/2026", "Gesti\xF3n"))) + "\r\n" +
+          zipOf({storedEntry("a", "x")}));
+  put(L"3.qev", 3, setOf("Gesti\xF3n"));
+  retain();
+  EXPECT_THAT(left(), ElementsAre(L"3.qev"));
+}
+
+TEST_F(SafeRetention, WhereNothingHasToGoNoFileIsOpened) {
+  NCopias(3);
+  for (int day = 1; day <= 3; ++day) put(std::to_wstring(day) + L".qev", day);
+  fake.files.failAt(0);
+  retain();
+  EXPECT_EQ(1u, fake.files.calls()) << "the listing";
+}
+
+TEST_F(SafeRetention, OfEachSetTheBeginningIsReadAndOfTheNewestTheEnd) {
+  constexpr unsigned sets = 40;
+  std::uint64_t large = std::uint64_t{1} << 30;
+  for (unsigned i = 0; i < sets; ++i) {
+    FileContent content{golden()};
+    content.appendRun('z', large);
+    const std::string end = zipOf({storedEntry("a", "x")}, {"", "", true, {}, large});
+    content.append(end.substr(end.find("PK\x01\x02")));
+    const std::wstring path = kFolder + std::to_wstring(i) + L".qev";
+    fake.files.putContent(path, std::move(content));
+    fake.files.setCreated(path, Date{46000.0 + i});
+  }
+  fake.files.failAt(0);
+  NCopias(5);
+  retain();
+  EXPECT_THAT(left(), SizeIs(5));
+  EXPECT_LE(fake.files.calls(), 3 * sets + 25);
+  EXPECT_LE(fake.files.largestTransfer(), std::size_t{1} << 18);
+}
+
+TEST_F(SafeRetention, AFileInUseRaises70AndItAndTheOlderOnesStay) {
+  for (int day = 1; day <= 4; ++day) put(std::to_wstring(day) + L".qev", day);
+  const auto open = fake.files.openForReading(kFolder + std::wstring(L"2.qev"));
+  EXPECT_EQ(kPermissionDenied, errorOfRetain());
+  EXPECT_THAT(left(), ElementsAre(L"1.qev", L"2.qev", L"4.qev"));
+}
+
+TEST_F(SafeRetention, BadNumbersRaiseWhatTheyRaiseAndDeleteNothing) {
+  put(L"1.qev", 1);
+  put(L"2.qev", 2);
+  const std::pair<Value, int> cases[] = {{std::wstring(L"muchas"), 13}, {40000, 6}, {-1, 9}};
+  for (const auto& [number, error] : cases) {
+    NCopias(number);
+    EXPECT_EQ(error, errorOfRetain());
+  }
+  EXPECT_THAT(left(), SizeIs(2));
+}
+
+// Whatever fails, and whenever: no more goes than would have gone, and the newest whole set never.
+TEST_F(SafeRetention, AnErrorAtAnyCallTakesNoSetThatShouldStay) {
+  for (std::size_t call = 1; call < 200; ++call) {
+    for (int day = 1; day <= 4; ++day) put(std::to_wstring(day) + L".qev", day);
+    put(L"5.qev", 5, cut(setOf()));
+    fake.files.failAt(call);
+    const std::int32_t error = errorOfRetain();
+    const bool isOver = fake.files.calls() < call;
+    fake.files.failAt(0);
+    EXPECT_THAT(left(), Contains(L"5.qev")) << call;
+    const bool anotherStays = fake.files.fileExists(kFolder + std::wstring(L"4.qev")) ||
+                              fake.files.fileExists(kFolder + std::wstring(L"3.qev"));
+    EXPECT_TRUE(anotherStays) << call;
+    if (!isOver) continue;
+    EXPECT_EQ(0, error);
+    EXPECT_THAT(left(), UnorderedElementsAre(L"4.qev", L"5.qev"));
+    return;
+  }
+  FAIL() << "it never ended well";
+}
+
 #ifdef _WIN32
 
 class RetentionOnDisk : public testing::Test {
  protected:
   // The file systems that these tests meet may keep no creation time of their own: it follows the last write.
-  void write(const std::wstring& relative, Date created) const {
-    folder.write(relative, "PK");
+  void write(const std::wstring& relative, Date created, const std::string& bytes = "PK") const {
+    folder.write(relative, bytes);
     SYSTEMTIME local{};
     FILETIME localTime{}, time{};
     VariantTimeToSystemTime(created.days, &local);
@@ -272,7 +514,7 @@ class RetentionOnDisk : public testing::Test {
 
   void retain(const Value& NCopias, const std::wstring& path) {
     registry.put(key, L"NCopias", NCopias);
-    CCopias(files, settings, locale, path);
+    CCopias(files, settings, locale, {L"Gestion", path, L"", L"", L""}, L"");
   }
 
   TemporaryFolder folder;
@@ -297,7 +539,8 @@ TEST_F(RetentionOnDisk, WhatRunsAreWritingIsNotCountedAndWhatGoneOnesHaveLeftGoe
   write(L"Copias\\a.qev", moment(2026, 3, 1));
   write(L"Copias\\b.qev", moment(2026, 3, 2));
   write(L"Copias\\qev4711-0.tmp", moment(2026, 3, 3));
-  write(L"Copias\\qev00000000-7-1111111111111111-0.tmp", moment(2026, 3, 3));  // of another machine
+  folder.write(L"Copias\\qev00000000-7-1111111111111111-0.tmp", "PK");  // of another machine, and new
+  write(L"Copias\\qev00000000-7-1111111111111111-1.tmp", moment(2026, 3, 3));
   const auto own = files.replaceFile(folder / L"Copias\\c.qev");
   retain(2, folder / L"Copias");
   EXPECT_THAT(folder.list(L"Copias"),
@@ -346,14 +589,44 @@ TEST_F(RetentionOnDisk, AMissingFolderIsCreatedAndAFileOfItsNameIsAnError) {
   EXPECT_EQ("x", folder.bytes(L"fichero"));
 }
 
-TEST_F(RetentionOnDisk, TheFolderMayBeNamedRelativeToTheCurrentOne) {
+TEST_F(RetentionOnDisk, AFolderRelativeToTheCurrentOneRaises76AndNothingGoes) {
   write(L"Copias\\a.qev", moment(2026, 3, 3));
   std::wstring before(MAX_PATH, L'\0');
   before.resize(GetCurrentDirectoryW(MAX_PATH, before.data()));
   ASSERT_TRUE(SetCurrentDirectoryW(folder.path().c_str()));
-  retain(0, L"Copias\\");
+  EXPECT_EQ(kPathNotFound, numberOf([this] { retain(0, L"Copias\\"); }));
+  EXPECT_EQ(kPathNotFound, numberOf([this] { retain(0, L"Nueva\\"); }));
   SetCurrentDirectoryW(before.c_str());
-  EXPECT_THAT(folder.list(L"Copias"), IsEmpty());
+  EXPECT_THAT(folder.list(), ElementsAre(L"Copias"));
+  EXPECT_THAT(folder.list(L"Copias"), ElementsAre(L"a.qev"));
+}
+
+// What lets its file go but holds it open, as scanners do, keeps nobody waiting: the name need not be free.
+TEST_F(RetentionOnDisk, AFileThatIsGoneWhenItsReaderClosesItIsNotWaitedFor) {
+  write(L"Copias\\a.qev", moment(2026, 3, 3));
+  write(L"Copias\\b.qev", moment(2026, 3, 2));
+  FileSystemWindows patient(Patience{.milliseconds = 20'000});
+  registry.put(key, L"NCopias", 1);
+  auto open = UniqueFile(CreateFileW((folder / L"Copias\\b.qev").c_str(), GENERIC_READ,
+                                     FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING, 0, nullptr));
+  ASSERT_TRUE(open);
+  const auto start = std::chrono::steady_clock::now();
+  CCopias(patient, settings, locale, {L"Gestion", folder / L"Copias\\", L"", L"", L""}, L"");
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+  open.reset();
+  EXPECT_THAT(folder.list(L"Copias"), ElementsAre(L"a.qev"));
+}
+
+TEST_F(RetentionOnDisk, InSafeModeSetsAreToldFromOtherFilesByTheirContent) {
+  registry.put(key, L"Verificar", 1);
+  const std::string set = golden() + zipOf({storedEntry("a", "x")});
+  for (int i = 1; i <= 3; ++i) {
+    write(L"Copias\\" + std::to_wstring(i) + L".qev", moment(2026, 3, static_cast<unsigned>(i)), set);
+  }
+  write(L"Copias\\nota.txt", moment(2026, 3, 9));
+  write(L"Copias\\4.qev", moment(2026, 3, 4), set.substr(0, set.size() - 1));
+  retain(0, folder / L"Copias\\");
+  EXPECT_THAT(folder.list(L"Copias"), UnorderedElementsAre(L"3.qev", L"4.qev", L"nota.txt"));
 }
 
 TEST_F(RetentionOnDisk, AnEmptyNameIsNotTheCurrentFolder) {

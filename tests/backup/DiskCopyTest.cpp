@@ -33,7 +33,7 @@ class UndeletableFiles : public FakeFiles {
  public:
   bool forced = false;
   int tries = 0;
-  void deleteFile(const std::wstring&, bool force) override {
+  void deleteFile(const std::wstring&, bool force, FreeName) override {
     ++tries;
     forced = force;
     throw AutomationError(kPermissionDenied);

@@ -574,7 +574,7 @@ TEST_F(HacerCopiaTest, SettingsThatRefuseToBeWrittenDoNotHideAnEarlierFailure) {
 }
 
 TEST_F(HacerCopiaTest, SettingsThatRefuseToBeReadEndInFailure) {
-  fake.registry.readError = kPermissionDenied;
+  engine.onLoad = [this] { fake.registry.readError = kPermissionDenied; };  // from the beginning it would be a safe run
   run();
   EXPECT_EQ(view.textOf(L"failure"), plainFailure(kTarget, L"70-Permiso denegado"));
   EXPECT_EQ(fake.sound.beeps, 2);  // of the success that was shown first, and of the failure

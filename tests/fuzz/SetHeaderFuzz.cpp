@@ -65,13 +65,27 @@ std::wstring from(const std::wstring& field, std::size_t position) {
   return field.size() < position ? std::wstring() : field.substr(position - 1);
 }
 
+bool hasLabels(const std::wstring& line) {
+  const auto fields = fieldsOf(line);
+  return fields.size() >= 4 && fields[1].starts_with(L"Fecha Creación : ") &&
+         fields[2].starts_with(L"Total de Volúmenes :") && fields[3].starts_with(L"Número de Volúmen :");
+}
+
+// A header in UTF-8 is told by its labels.
+std::wstring decoded(std::string_view bytes) {
+  const std::wstring text = kLocale.textFromAnsi(bytes);
+  if (!bytes.starts_with(SetHeader::kBeginning) || hasLabels(text)) return text;
+  const std::wstring other = textOfUtf8(bytes);
+  return hasLabels(other) ? other : text;
+}
+
 std::wstring firstItem(std::string_view bytes) {
   const auto first = bytes.find_first_not_of(" \t");
   if (first == std::string_view::npos) return {};
   bytes.remove_prefix(first);
   const bool quoted = bytes[0] == '"';
   if (quoted) bytes.remove_prefix(1);
-  return kLocale.textFromAnsi(bytes.substr(0, bytes.find_first_of(quoted ? "\"" : ",\r\n")));
+  return decoded(bytes.substr(0, bytes.find_first_of(quoted ? "\"" : ",\r\n")));
 }
 
 bool isParseError(std::int32_t number) {
@@ -129,12 +143,25 @@ Outcome parsed(const std::wstring& line) {
   return outcomeOf([&] { return SetHeader::parse(line, kLocale); });
 }
 
+// What is said to read back does, and whatever a title holds nothing but that is said.
+void tryReadingBack(const SetHeader& header) {
+  std::string bytes;
+  if (errorOf([&] { bytes = header.bytes(kLocale); }) != 0) return;
+  BytesReader reader(bytes);
+  SetCheck check;
+  const bool isRead = errorOf([&] { check = checkSet(reader, header.program, kLocale); }) == 0;
+  const bool isSame = isRead && check.header && check.header->totalVolumes == header.totalVolumes &&
+                      check.header->volumeNumber == header.volumeNumber && check.header->directory == header.directory;
+  require(readsBack(header, kLocale) == isSame, "what reads back is told from what does not");
+}
+
 void tryLine(const std::wstring& line) {
   const auto [error, header] = parsed(line);
   require(error == 0 || isParseError(error), "a line is taken or refused with 9, 13 or 6");
   if (!header) return;
   requireValuesOf(line, *header);
   requireRoundTrip(*header);
+  tryReadingBack(*header);
 }
 
 // The two ways to the payload: off the file itself, and into another file.
@@ -216,6 +243,8 @@ std::vector<std::string> seeds() {
       header("Gestion", "16/11/2026", "40000", "1", "C:") + "\r\n" + archive,
       header("Gestion, S.A.", "16/11/2026", "1", "1", "C:") + "\r\n" + archive,
       header("Otra;cosa", "16/11/2026", "1", "1", "C:") + "\r\n" + archive,
+      utf8Of(kLocale.textFromAnsi(header("Gesti\xF3n", "16/11/2026", "1", "1", "C:"))) + "\r\n" + archive,
+      utf8Of(kLocale.textFromAnsi(good)) + "\r\n" + archive,
       "Programa : Gestion;Fecha Creaci\xF3n : 16/11/2026;Total",
       "Programa : Gestion\r" + archive,
       archive,
@@ -225,7 +254,7 @@ std::vector<std::string> seeds() {
 
 void tryInput(std::string_view bytes) {
   const auto lineEnd = bytes.find("\r\n");
-  const std::wstring line = kLocale.textFromAnsi(bytes.substr(0, lineEnd));
+  const std::wstring line = decoded(bytes.substr(0, lineEnd));
   const std::string_view payload = lineEnd == std::string_view::npos ? "" : bytes.substr(lineEnd + 2);
   tryCheck(bytes);
   tryLine(line);

@@ -371,6 +371,37 @@ TEST_F(AutomationObject, CCopiasRaisesWhatGoesWrongWithNumberSourceAndDescriptio
   EXPECT_TRUE(fs::exists(root_ / L"Backup" / L"en uso.qev"));
 }
 
+// What a host gets whose settings are in the registry of the other architecture: `DirMDE` reads as "".
+TEST_F(AutomationObject, CCopiasDeletesNothingWhereTheBackupFolderNamesNeitherDriveNorShare) {
+  writeFile(root_ / L"Backup" / L"una.qev", "PK");
+  setting(L"NCopias", std::int16_t{0});
+  const auto object = create();
+  ASSERT_EQ(S_OK, object->put_Registro(Bstr(kKey).get()));
+  const fs::path before = fs::current_path();
+  fs::current_path(root_);
+  for (const wchar_t* folder : {L"Backup\\", L"", L"\\Backup\\"}) {
+    EXPECT_EQ(S_OK, object->put_DirBackup(Bstr(folder).get()));
+    EXPECT_EQ(static_cast<HRESULT>(0x800A004C), object->CCopias());
+  }
+  fs::current_path(before);
+  EXPECT_TRUE(fs::exists(root_ / L"Backup" / L"una.qev"));
+}
+
+TEST_F(AutomationObject, InSafeModeCCopiasDeletesOnlySetsOfItsTitle) {
+  writeFile(root_ / L"Backup" / L"nota.txt", "nota");
+  writeFile(root_ / L"Backup" / L"otra.qev", "PK");
+  setting(L"NCopias", std::int16_t{0});
+  setting(L"Verificar", std::wstring(L"S\u00ED"));
+  const auto object = create();
+  ASSERT_EQ(S_OK, object->put_Registro(Bstr(kKey).get()));
+  EXPECT_EQ(S_OK, object->CCopias());
+  EXPECT_TRUE(fs::exists(root_ / L"Backup" / L"nota.txt"));
+  EXPECT_TRUE(fs::exists(root_ / L"Backup" / L"otra.qev"));
+  setting(L"Verificar", std::wstring(L"No"));
+  EXPECT_EQ(S_OK, object->CCopias());
+  EXPECT_TRUE(fs::is_empty(root_ / L"Backup"));
+}
+
 // The manual backup dialog, when it is open; null when it has not come up after a while.
 HWND copyDialog() {
   for (int i = 0; i < 400; ++i) {

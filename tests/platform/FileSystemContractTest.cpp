@@ -51,6 +51,10 @@ class FolderInMemory {
   void setCreated(const std::wstring& relative, Date created) { files.setCreated(*this / relative, created); }
   Date written(const std::wstring&) const { return {}; }
   static void passTime() {}
+  Date now() {
+    files.now = moment(2026, 11, 16, 10, 30);
+    return files.now;
+  }
 
   FakeFiles files;
 };
@@ -86,6 +90,7 @@ class FolderOnDisk : public TemporaryFolder {
     SystemTimeToVariantTime(&fields, &days);
     return Date{days};
   }
+  static Date now() { return systemPlatform().clock.now(); }
   // Opened as another program would, which lets no one else in.
   UniqueFile openExclusively(const std::wstring& relative) const {
     return UniqueFile(CreateFileW((*this / relative).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
@@ -202,6 +207,24 @@ TYPED_TEST(FileSystemContract, AReplacedFileKeepsItsCreationTime) {
   EXPECT_NEAR(created().days, isKept ? longAgo.days : this->folder.written(L"a.qev").days, 1e-6);
   this->replace(L"a.qev", "nuevo");
   EXPECT_NEAR(created().days, isKept ? longAgo.days : this->folder.written(L"a.qev").days, 1e-6);
+}
+
+// Else it would have that of a file which had its name a moment before.
+TYPED_TEST(FileSystemContract, ANewFileIsCreatedNowWhateverHadItsName) {
+  const Date now = this->folder.now();
+  for (const bool isSealed : {false, true}) {
+    this->folder.write(L"a.qev", "viejo");
+    this->folder.setCreated(L"a.qev", moment(2001, 2, 3, 4, 5, 6));
+    const auto replacement = this->files.replaceFile(this->folder / L"a.qev");
+    replacement->write(asBytes("nuevo"));
+    if (isSealed) replacement->seal();
+    replacement->commit({}, CreationTime::Now);
+    const auto listed = this->files.filesIn(this->folder.path());
+    ASSERT_EQ(listed.size(), 1u);
+    EXPECT_GE(listed[0].created.days, now.days - 1e-9);
+    EXPECT_LE(listed[0].created.days, now.days + 1.0 / 24);
+    EXPECT_EQ(this->folder.bytes(L"a.qev"), "nuevo");
+  }
 }
 
 TYPED_TEST(FileSystemContract, NamesWithAccentsAndOutsideTheAnsiCodePageAreReplaced) {
@@ -605,6 +628,22 @@ TEST_F(FileSystemWindowsTest, ACopyToAFullDiskIs61AndNoHalfCopyStays) {
     }
     EXPECT_EQ(numberOf([&] { files.copyFile(folder / L"grande", path); }), 61);
     EXPECT_FALSE(files.fileExists(path));
+  }
+}
+
+TEST_F(FileSystemWindowsTest, ADeletionWaitsForTheNameUnlessItIsNotAwaited) {
+  FileSystemWindows patient(Patience{.milliseconds = 1'500});
+  for (const FreeName name : {FreeName::Awaited, FreeName::NotAwaited}) {
+    folder.write(L"a.txt", "x");
+    auto other = UniqueFile(CreateFileW((folder / L"a.txt").c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE,
+                                        nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    ASSERT_TRUE(other);
+    const auto start = std::chrono::steady_clock::now();
+    patient.deleteFile(folder / L"a.txt", true, name);
+    const auto took = std::chrono::steady_clock::now() - start;
+    EXPECT_EQ(took >= std::chrono::milliseconds(1'500), name == FreeName::Awaited);
+    other.reset();
+    EXPECT_FALSE(files.fileExists(folder / L"a.txt"));
   }
 }
 

@@ -7,6 +7,7 @@
 #include <cwchar>
 #include <limits>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 #include "platform/AutomationError.h"
@@ -313,6 +314,60 @@ TYPED_TEST(LocaleContract, WhatTheCodePageLacksBecomesItsDefaultCharacter) {
 TYPED_TEST(LocaleContract, ALetterThatOnlyLooksLikeOneOfTheCodePageIsNotTakenForIt) {
   EXPECT_EQ(this->locale.ansiFromText(L"\u0101\u0393"), "??");  // a with macron, capital gamma
 }
+
+TYPED_TEST(LocaleContract, HeadersAreInTheCodePageOfTheProcess) {
+  const std::wstring letters = L"Gestión del Año 2 \u20AC";
+  EXPECT_EQ(this->locale.headerBytes(letters), this->locale.ansiFromText(letters));
+  EXPECT_EQ(this->locale.headerBytes(L"a\u65E5\u0101b"), "a??b");
+  EXPECT_EQ(this->locale.headerBytes(L""), "");
+}
+
+TYPED_TEST(LocaleContract, BytesAreReadInTheCodePageThatIsNamed) {
+  for (const CodePage page : {CodePage::Sets, CodePage::Process, CodePage::Western}) {
+    EXPECT_EQ(this->locale.textFrom(page, "A\xF1o \x80"), L"Año \u20AC");
+    EXPECT_EQ(this->locale.textFrom(page, "A\xC3\xB1o"), L"A\u00C3\u00B1o");
+  }
+  EXPECT_EQ(this->locale.textFrom(CodePage::Utf8, "A\xC3\xB1o \xE2\x82\xAC \xE6\x97\xA5"), L"Año \u20AC \u65E5");
+  EXPECT_EQ(this->locale.textFrom(CodePage::Utf8, "\xF0\x9F\x98\x80"), L"\U0001F600");
+  for (const char* none : {"A\xF1o", "\xC3", "\xC0\x80", "\xED\xA0\x80", "\xFF"}) {
+    EXPECT_NE(this->locale.textFrom(CodePage::Utf8, none).find(L'\uFFFD'), std::wstring::npos);
+  }
+  EXPECT_EQ(this->locale.textFrom(CodePage::Utf8, ""), L"");
+  EXPECT_EQ(this->locale.textFrom(CodePage::Western, std::string_view("a\0b", 3)), std::wstring(L"a\0b", 3));
+}
+
+// A program whose manifest asks for UTF-8: what it tells the engines is UTF-8, headers are not.
+template <typename Conversions>
+Conversions ofUtf8Process() {
+#ifdef _WIN32
+  if constexpr (std::is_same_v<Conversions, LocaleWindows>) return LocaleWindows(CP_UTF8);
+#endif
+  if constexpr (std::is_same_v<Conversions, SpanishLocale>) {
+    SpanishLocale locale;
+    locale.isUtf8Process = true;
+    return locale;
+  }
+}
+
+TYPED_TEST(LocaleContract, InAProcessOfUtf8HeadersAreInTheCodePageOfTheSystem) {
+  const auto utf8 = ofUtf8Process<TypeParam>();
+  EXPECT_EQ(utf8.ansiFromText(L"Año \u65E5"), "A\xC3\xB1o \xE6\x97\xA5");
+  EXPECT_EQ(utf8.textFromAnsi("A\xC3\xB1o"), L"Año");
+  EXPECT_EQ(utf8.textFrom(CodePage::Process, "A\xC3\xB1o"), L"Año");
+  EXPECT_EQ(utf8.headerBytes(L"Año \u20AC \u65E5"), "A\xF1o \x80 ?");
+  EXPECT_EQ(utf8.textFrom(CodePage::Sets, "A\xF1o"), L"Año");
+}
+
+#ifdef _WIN32
+TEST(CodePageOfSets, IsTheProcesssAndElseTheSystemsAndElse1252) {
+  EXPECT_EQ(codePageOfSets(1252, 1252), 1252u);
+  EXPECT_EQ(codePageOfSets(1251, 1252), 1251u);
+  EXPECT_EQ(codePageOfSets(1250, CP_UTF8), 1250u);
+  EXPECT_EQ(codePageOfSets(CP_UTF8, 1251), 1251u);
+  EXPECT_EQ(codePageOfSets(CP_UTF8, 0), 1252u);
+  EXPECT_EQ(codePageOfSets(CP_UTF8, CP_UTF8), 1252u);
+}
+#endif
 
 TYPED_TEST(LocaleContract, NoTextIsNoBytes) {
   EXPECT_EQ(this->locale.ansiFromText(L""), "");

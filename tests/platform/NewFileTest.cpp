@@ -146,6 +146,24 @@ TEST_F(NewFileTest, AReadOnlyFileIsReplacedAndStaysSoWhereItCannotBe) {
   EXPECT_THAT(folder_.list(), ElementsAre(L"a.qev"));
 }
 
+// The host, or a chooser of the system, changes the current folder while a file is being written.
+TEST_F(NewFileTest, ARelativePlaceCountsFromTheFolderThatWasCurrentWhenTheFileWasMade) {
+  folder_.makeFolder(L"uno");
+  folder_.makeFolder(L"dos");
+  folder_.write(L"dos\\a.qev", "de otro");
+  std::wstring before(1024, L'\0');
+  before.resize(GetCurrentDirectoryW(static_cast<DWORD>(before.size()), before.data()));
+  ASSERT_TRUE(SetCurrentDirectoryW((folder_ / L"uno").c_str()));
+  EXPECT_EQ(kDone, file_->create(L"a.qev"));
+  EXPECT_EQ(kDone, file_->write("nuevo", 5));
+  EXPECT_TRUE(SetCurrentDirectoryW((folder_ / L"dos").c_str()));
+  const DWORD code = file_->commit(L"a.qev", true, patience_);
+  SetCurrentDirectoryW(before.c_str());
+  EXPECT_EQ(kDone, code);
+  EXPECT_EQ("nuevo", folder_.bytes(L"uno\\a.qev"));
+  EXPECT_EQ("de otro", folder_.bytes(L"dos\\a.qev"));
+}
+
 // --- Waiting
 
 TEST_F(NewFileTest, APlaceThatIsHeldForAWhileIsTakenWhenItIsFreeAndTheWindowsGetTheirMessages) {
@@ -280,6 +298,42 @@ TEST_F(NewFileTest, AProcessThatHasTheIdOfAGoneOneDoesNotKeepItsFiles) {
   folder_.write(own, "de esta");
   removeLeftOvers();
   EXPECT_THAT(folder_.list(), ElementsAre(own));
+}
+
+TEST_F(NewFileTest, TheNameTellsTheMachineByItsNameWithItsDomain) {
+  wchar_t name[512] = L"";
+  DWORD length = 512;
+  ASSERT_TRUE(GetComputerNameExW(ComputerNamePhysicalDnsFullyQualified, name, &length));
+  ASSERT_GT(length, 0u);
+  std::uint32_t hash = 2166136261u;  // FNV-1a
+  for (DWORD i = 0; i < length; ++i) hash = (hash ^ name[i]) * 16777619u;
+  wchar_t digits[9];
+  swprintf(digits, 9, L"%08x", hash | 1);
+  EXPECT_EQ(digits, machine());
+}
+
+TEST_F(NewFileTest, WhatIsOfAnotherMachineGoesADayAfterItsLastWriteUnlessItIsOpen) {
+  const auto write = [&](const std::wstring& name, int hoursAgo) {
+    folder_.write(name, "de otra máquina");
+    FILETIME time{};
+    GetSystemTimeAsFileTime(&time);
+    ULARGE_INTEGER units{};
+    units.LowPart = time.dwLowDateTime, units.HighPart = time.dwHighDateTime;
+    units.QuadPart -= hoursAgo * 36'000'000'000ll;
+    time.dwLowDateTime = units.LowPart, time.dwHighDateTime = units.HighPart;
+    ASSERT_TRUE(SetFileTime(open(name, FILE_WRITE_ATTRIBUTES, 0).get(), nullptr, nullptr, &time));
+  };
+  write(L"qev00000000-7-1111111111111111-0.tmp", 25);
+  write(L"qev00000000-7-1111111111111111-1.tmp", 23);
+  write(L"qev00000000-7-1111111111111111-2.tmp", -25);  // by the clock of a server that is ahead
+  write(L"qev00000000-7-1111111111111111-3.tmp", 25);
+  const auto held = open(L"qev00000000-7-1111111111111111-3.tmp", GENERIC_READ,
+                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
+  ASSERT_TRUE(held);
+  removeLeftOvers();
+  EXPECT_THAT(folder_.list(),
+              UnorderedElementsAre(L"qev00000000-7-1111111111111111-1.tmp", L"qev00000000-7-1111111111111111-2.tmp",
+                                   L"qev00000000-7-1111111111111111-3.tmp"));
 }
 
 TEST_F(NewFileTest, WhatIsOfAnotherMachineOrOpenOrOfAnotherNameStays) {

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "platform/AutomationError.h"
+#include "settings/SettingsStore.h"
 #include "support/ErrorOf.h"
 #include "support/FakePlatform.h"
 #ifdef _WIN32
@@ -250,16 +251,53 @@ TEST_F(RegistryWindowsTest, ValuesOfOtherTypesAre13) {
   const std::uint64_t number = 2;
   store(L"Binario", REG_BINARY, &number, 4);
   store(L"Lista", REG_MULTI_SZ, L"uno\0", 10);
-  store(L"Largo", REG_QWORD, &number, sizeof number);
   store(L"Nada", REG_NONE, &number, 4);
-  for (const wchar_t* name : {L"Binario", L"Lista", L"Largo", L"Nada"}) EXPECT_EQ(readError(name), 13);
+  for (const wchar_t* name : {L"Binario", L"Lista", L"Nada"}) EXPECT_EQ(readError(name), 13);
 }
 
-TEST_F(RegistryWindowsTest, ANumberThatDoesNotHave32BitsIs13) {
+TEST_F(RegistryWindowsTest, NumbersOf64BitsAreIntegersOf32WhereTheyFitAndDoublesElsewhere) {
+  const auto read64 = [&](std::int64_t number) {
+    store(L"Largo", REG_QWORD, &number, sizeof number);
+    return read(L"Largo");
+  };
+  EXPECT_EQ(read64(0), Value(std::int32_t{0}));
+  EXPECT_EQ(read64(2), Value(std::int32_t{2}));
+  EXPECT_EQ(read64(-1), Value(std::int32_t{-1}));
+  EXPECT_EQ(read64(2147483647), Value(std::int32_t{2147483647}));
+  EXPECT_EQ(read64(2147483648), Value(2147483648.0));
+  EXPECT_EQ(read64(std::int64_t{1} << 40), Value(1099511627776.0));
+}
+
+// What a host's set-up or an administrator may have written.
+TEST_F(RegistryWindowsTest, SafeModeIsAskedForByAnyTypeAndNotTurnedOffByOneThatCannotBeRead) {
+  const std::wstring key = kKey;
+  const SettingsStore settings(registry, key);
+  const std::uint64_t one = 1, none = 0;
+  EXPECT_FALSE(settings.safeMode()) << "no key";
+  const auto stored = [&](DWORD type, const void* bytes, std::size_t size) {
+    store(L"Verificar", type, bytes, size);
+    return settings.safeMode();
+  };
+  EXPECT_TRUE(stored(REG_DWORD, &one, 4));
+  EXPECT_FALSE(stored(REG_DWORD, &none, 4));
+  EXPECT_TRUE(stored(REG_QWORD, &one, 8));
+  EXPECT_FALSE(stored(REG_QWORD, &none, 8));
+  EXPECT_TRUE(stored(REG_SZ, L"Sí", sizeof L"Sí"));
+  EXPECT_FALSE(stored(REG_SZ, L"No", sizeof L"No"));
+  EXPECT_FALSE(stored(REG_SZ, L"", 0));
+  EXPECT_TRUE(stored(REG_EXPAND_SZ, L"1", sizeof L"1"));
+  for (const DWORD type : {REG_BINARY, REG_NONE, REG_MULTI_SZ}) EXPECT_TRUE(stored(type, &none, 4)) << type;
+  EXPECT_TRUE(stored(REG_DWORD, &none, 2)) << "half a number";
+  EXPECT_TRUE(stored(REG_QWORD, &none, 4)) << "half a number";
+}
+
+TEST_F(RegistryWindowsTest, ANumberThatDoesNotHaveItsBitsIs13) {
   const std::uint64_t number = 2;
   store(L"Corto", REG_DWORD, &number, 2);
   store(L"Vacio", REG_DWORD, &number, 0);
+  store(L"Medio", REG_QWORD, &number, 4);
   EXPECT_EQ(readError(L"Corto"), 13);
+  EXPECT_EQ(readError(L"Medio"), 13);
   EXPECT_EQ(readError(L"Vacio"), 13);
 }
 #endif

@@ -164,6 +164,103 @@ TEST_F(SetHeaderTest, AMatchWithABrokenHeaderRaises) {
   EXPECT_EQ(files_.openReaders(), 0u);
 }
 
+// --- code pages ---
+
+// A process whose code page is UTF-8 by its manifest.
+SpanishLocale utf8Process() {
+  SpanishLocale locale;
+  locale.isUtf8Process = true;
+  return locale;
+}
+
+std::wstring accentedLine() {
+  return ansi(headerLine("1", "1", "16/11/2026", "Gesti\xF3n del A\xF1o"));
+}
+
+TEST_F(SetHeaderTest, AProcessOfUtf8WritesTheCodePageOfTheSystem) {
+  const SetHeader header{L"Gestión del Año", moment(2026, 11, 16), 1, 1, L"C:"};
+  EXPECT_EQ(header.bytes(utf8Process()), header.bytes(kLocale));
+  EXPECT_EQ(header.bytes(utf8Process()), headerLine("1", "1", "16/11/2026", "Gesti\xF3n del A\xF1o") + "\r\n");
+}
+
+TEST_F(SetHeaderTest, HostsOfEitherCodePageReadOneAnothersSets) {
+  const SpanishLocale utf8 = utf8Process();
+  for (const std::string& bytes : {kLocale.headerBytes(accentedLine()), utf8Of(accentedLine())}) {
+    files_.put(kSetPath, bytes + "\r\n" + kArchive);
+    for (const SpanishLocale* locale : {&kLocale, &utf8}) {
+      const SetCheck found = checkSet(*files_.openForReading(kSetPath), L"Gestión del Año", *locale);
+      EXPECT_TRUE(found.program == L"Gestión del Año");
+      ASSERT_TRUE(found.header);
+      EXPECT_EQ(found.header->creationDate, moment(2026, 11, 16));
+      EXPECT_EQ(SetHeader::parse(bytes, *locale), *found.header);
+    }
+  }
+}
+
+TEST_F(SetHeaderTest, WhereTheLabelsFitInNoCodePageTheHostsOwnIsTaken) {
+  const std::string otherLabels =
+      "Programa : A\xC3\xB1o;Fecha Creacion : 16/11/2026;Total de Volumenes :1;"
+      "Numero de Volumen :1;Directorio : C:;";
+  EXPECT_EQ(parse(otherLabels).program, L"A\u00C3\u00B1o");
+  EXPECT_EQ(SetHeader::parse(otherLabels, utf8Process()).program, L"A\u00C3\u00B1o") << "that of its own headers";
+  std::string oneLabel = otherLabels;
+  oneLabel.replace(oneLabel.find("Fecha Creacion"), 14, "Fecha Creaci\xC3\xB3n");
+  EXPECT_EQ(numberOf([&] { (void)parse(oneLabel); }), 13) << "all three labels tell, not one of them";
+}
+
+// --- what reads back ---
+
+bool titleReadsBack(const std::wstring& title, const std::wstring& directory = L"C:") {
+  return readsBack({title, moment(2026, 11, 16), 1, 1, directory}, kLocale);
+}
+
+TEST_F(SetHeaderTest, OrdinaryTitlesReadBack) {
+  for (const wchar_t* title :
+       {L"Gestion", L"Gestión del Año 2 \u20AC", L"", L" ", L"\"Comillas\"", L"a?b", L"Fecha : 1"}) {
+    EXPECT_TRUE(titleReadsBack(title)) << ::testing::PrintToString(std::wstring(title));
+  }
+  EXPECT_TRUE(titleReadsBack(L"Gestion", L"\\\\servidor\\años"));
+  EXPECT_TRUE(readsBack({L"Gestion", moment(2026, 11, 5), 3, 2, L""}, kLocale)) << "day and month change places";
+}
+
+TEST_F(SetHeaderTest, TitlesThatTheReaderCutsOrTheCodePageLacksDoNot) {
+  for (const wchar_t* title : {L"Ventas; Compras", L"Gestion, S.A.", L";", L",", L"a\r\nb", L"a\nb", L"\u65E5\u672C",
+                               L"Gesti\u014Dn", L"Gesti\uFFFDn"}) {
+    EXPECT_FALSE(titleReadsBack(title)) << ::testing::PrintToString(std::wstring(title));
+  }
+}
+
+TEST_F(SetHeaderTest, ADirectoryThatComesBackAsAnotherDoesNotReadBack) {
+  for (const wchar_t* directory : {L"\\\\servidor\\a;b", L"\\\\servidor\\a,b", L"\\\\servidor\\\u65E5"}) {
+    EXPECT_FALSE(titleReadsBack(L"Gestion", directory));
+  }
+}
+
+TEST_F(SetHeaderTest, AFileReadsBackIfItHasThatHeader) {
+  const auto isOfFile = [&](std::string_view bytes, const SetHeader& header) {
+    files_.put(kSetPath, bytes);
+    files_.failAt(0);
+    return readsBack(*files_.openForReading(kSetPath), header, kLocale);
+  };
+  EXPECT_TRUE(isOfFile(golden() + kArchive, goldenHeader()));
+  EXPECT_TRUE(isOfFile(utf8Of(ansi(golden())) + kArchive, goldenHeader()));
+  SetHeader other = goldenHeader();
+  other.program = L"GESTION";
+  EXPECT_FALSE(isOfFile(golden() + kArchive, other));
+  EXPECT_FALSE(isOfFile(golden() + kArchive, goldenHeader(2, 1)));
+  EXPECT_FALSE(isOfFile(golden() + kArchive, goldenHeader(1, 2)));
+  EXPECT_FALSE(isOfFile(kArchive, goldenHeader()));
+  EXPECT_FALSE(isOfFile("", goldenHeader()));
+  EXPECT_FALSE(isOfFile(golden().substr(0, 40), goldenHeader()));
+}
+
+TEST_F(SetHeaderTest, AFileThatCannotBeReadIsAnErrorAndNoAnswer) {
+  files_.put(kSetPath, golden() + kArchive);
+  const auto reader = files_.openForReading(kSetPath);
+  files_.failAt(1, kDeviceInputOutput);
+  EXPECT_EQ(numberOf([&] { (void)readsBack(*reader, goldenHeader(), kLocale); }), 57);
+}
+
 TEST_F(SetHeaderTest, CheckingReadsNoMoreThanTheBeginningOfASet) {
   FileContent content{golden()};
   content.appendRun('z', 5 * kGiB);

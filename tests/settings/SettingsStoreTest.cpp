@@ -93,18 +93,38 @@ TEST_F(SettingsStoreTest, ErrorsOfTheRegistryReachTheCaller) {
   EXPECT_THROW(settings.write(L"Estado", 1), AutomationError);
 }
 
-TEST_F(SettingsStoreTest, SafeModeIsAskedForByANumberThatIsNotZeroAndByNothingElse) {
+TEST_F(SettingsStoreTest, SafeModeIsOffWhereNobodyAsksForItOrSaysNo) {
   EXPECT_FALSE(settings.safeMode()) << "absent";
-  for (const Value& off : {Value{}, Value{Null{}}, Value{0}, text(L"0"), text(L""), text(L"abc")}) {
+  for (const Value& off : {Value{}, Value{Null{}}, Value{0}, Value{std::int16_t{0}}, Value{0.0}, Value{false}}) {
     registry.put(key, L"Verificar", off);
     EXPECT_FALSE(settings.safeMode());
   }
-  for (const Value& on : {Value{1}, Value{std::int16_t{1}}, Value{-1}, text(L"1")}) {
+  for (const wchar_t* off : {L"", L"  ", L"0", L" 0 ", L"0.0", L"00", L"no", L"NO", L" No ", L"N", L"n", L"False",
+                             L"FALSE", L"false", L"Falso", L"falso"}) {
+    registry.put(key, L"Verificar", text(off));
+    EXPECT_FALSE(settings.safeMode()) << ::testing::PrintToString(std::wstring(off));
+  }
+}
+
+TEST_F(SettingsStoreTest, SafeModeIsOnForEveryOtherValue) {
+  for (const Value& on :
+       {Value{1}, Value{std::int16_t{1}}, Value{-1}, Value{2}, Value{4294967296.0}, Value{0.5}, Value{true}}) {
     registry.put(key, L"Verificar", on);
     EXPECT_TRUE(settings.safeMode());
   }
-  registry.readError = kPermissionDenied;
-  EXPECT_FALSE(settings.safeMode()) << "settings that cannot be read ask for nothing";
+  for (const wchar_t* on :
+       {L"1",    L" 1 ",  L"-1",   L"sí",        L"Sí",        L"SÍ",  L"si", L"SI",     L"S",     L"s",
+        L"True", L"TRUE", L"true", L"verdadero", L"Verdadero", L"yes", L"on", L"0 días", L"nunca", L"abc"}) {
+    registry.put(key, L"Verificar", text(on));
+    EXPECT_TRUE(settings.safeMode()) << ::testing::PrintToString(std::wstring(on));
+  }
+}
+
+TEST_F(SettingsStoreTest, ASettingThatCannotBeReadDoesNotTurnSafeModeOff) {
+  for (const ErrorNumber error : {kPermissionDenied, kTypeMismatch, kDeviceInputOutput}) {
+    registry.readError = error;
+    EXPECT_TRUE(settings.safeMode()) << error;
+  }
 }
 
 }  // namespace

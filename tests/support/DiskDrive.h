@@ -31,7 +31,9 @@ class DiskDrive : public FileSystem {
   bool fileExists(const std::wstring& path) const override;
   bool folderExists(const std::wstring& path) const override { return files_.folderExists(path); }
   void createFolder(const std::wstring& path) override { files_.createFolder(path); }
-  void deleteFile(const std::wstring& path, bool force) override { files_.deleteFile(path, force); }
+  void deleteFile(const std::wstring& path, bool force, FreeName name = FreeName::Awaited) override {
+    files_.deleteFile(path, force, name);
+  }
   void copyFile(const std::wstring& from, const std::wstring& to) override;
   void requireReplaceable(const std::wstring& path) override { files_.requireReplaceable(path); }
   void flush(const std::wstring& path) override { files_.flush(at(path)); }

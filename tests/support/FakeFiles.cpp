@@ -153,7 +153,7 @@ class FakeFiles::Replacement : public FileReplacement {
     sealed_ = true;
   }
 
-  void commit(std::optional<std::uint32_t>) override {
+  void commit(std::optional<std::uint32_t>, CreationTime created) override {
     files_.step();
     if (committed_) throw std::logic_error("a replacement is committed twice");
     // As on Windows, a name cannot be given to a new file while the old one is open.
@@ -162,6 +162,7 @@ class FakeFiles::Replacement : public FileReplacement {
     if (sealed_) content_ = std::move(files_.entry(written_).content);
     files_.files_.erase(keyOf(written_));
     files_.putContent(path_, std::move(content_));
+    if (created == CreationTime::Now) files_.setCreated(path_, files_.now);
     committed_ = true;
   }
 
@@ -263,8 +264,9 @@ void FakeFiles::createFolder(const std::wstring& path) {
   folders_.try_emplace(keyOf(path), path);
 }
 
-void FakeFiles::deleteFile(const std::wstring& path, bool force) {
+void FakeFiles::deleteFile(const std::wstring& path, bool force, FreeName name) {
   step();
+  if (name == FreeName::NotAwaited) namesNotAwaited.push_back(path);
   requireParentFolder(path);
   requireNoFolder(path);
   Entry& file = entry(path);

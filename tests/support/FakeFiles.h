@@ -53,8 +53,14 @@ class FakeFiles : public FileSystem {
   void putContent(const std::wstring& path, FileContent content);
   void putFolder(const std::wstring& path);
 
-  // The file has this creation date from now on; the zero date until then.
+  // The file has this creation date from now on; the zero date until then. A file that takes its place inherits it, but
+  // a replacement that is committed with CreationTime::Now has `now`.
   void setCreated(const std::wstring& path, Date created) { entry(path).created = created; }
+  Date createdOf(const std::wstring& path) const { return find(path) ? find(path)->created : Date{}; }
+  Date now;
+
+  // The paths of deletions that did not wait for the name.
+  std::vector<std::wstring> namesNotAwaited;
 
   void makeReadOnly(const std::wstring& path) { entry(path).readOnly = true; }
   bool isReadOnly(const std::wstring& path) const { return find(path) && find(path)->readOnly; }
@@ -119,7 +125,7 @@ class FakeFiles : public FileSystem {
   bool fileExists(const std::wstring& path) const override;
   bool folderExists(const std::wstring& path) const override;
   void createFolder(const std::wstring& path) override;
-  void deleteFile(const std::wstring& path, bool force) override;
+  void deleteFile(const std::wstring& path, bool force, FreeName name = FreeName::Awaited) override;
   void copyFile(const std::wstring& from, const std::wstring& to) override;
   void requireReplaceable(const std::wstring& path) override;
   void flush(const std::wstring& path) override;

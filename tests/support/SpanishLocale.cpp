@@ -12,6 +12,7 @@
 
 #include "platform/AutomationError.h"
 #include "platform/Clock.h"
+#include "values/Utf8.h"
 
 namespace qev::test {
 namespace {
@@ -408,7 +409,17 @@ bool SpanishLocale::equalIgnoringCase(const std::wstring& a, const std::wstring&
   return upper(a) == upper(b);
 }
 
-std::string SpanishLocale::ansiFromText(std::wstring_view text) const {
+std::string utf8Of(std::wstring_view text) {
+  return utf8(text);
+}
+
+std::wstring textOfUtf8(std::string_view bytes) {
+  return textFromUtf8(bytes);
+}
+
+namespace {
+
+std::string bytesIn1252(std::wstring_view text) {
   std::string bytes;
   for (const wchar_t c : text) {
     const auto special = std::find(kUpperHalf.begin(), kUpperHalf.end(), c);
@@ -423,7 +434,7 @@ std::string SpanishLocale::ansiFromText(std::wstring_view text) const {
   return bytes;
 }
 
-std::wstring SpanishLocale::textFromAnsi(std::string_view bytes) const {
+std::wstring textOf1252(std::string_view bytes) {
   std::wstring text;
   for (const char c : bytes) {
     const auto code = static_cast<unsigned char>(c);
@@ -431,6 +442,25 @@ std::wstring SpanishLocale::textFromAnsi(std::string_view bytes) const {
     text += special ? kUpperHalf[code - 0x80u] : static_cast<wchar_t>(code);
   }
   return text;
+}
+
+}  // namespace
+
+std::string SpanishLocale::ansiFromText(std::wstring_view text) const {
+  return isUtf8Process ? utf8Of(text) : bytesIn1252(text);
+}
+
+std::wstring SpanishLocale::textFromAnsi(std::string_view bytes) const {
+  return textFrom(CodePage::Process, bytes);
+}
+
+std::string SpanishLocale::headerBytes(std::wstring_view text) const {
+  return bytesIn1252(text);
+}
+
+std::wstring SpanishLocale::textFrom(CodePage page, std::string_view bytes) const {
+  const bool isUtf8 = page == CodePage::Utf8 || (page == CodePage::Process && isUtf8Process);
+  return isUtf8 ? textOfUtf8(bytes) : textOf1252(bytes);
 }
 
 }  // namespace qev::test

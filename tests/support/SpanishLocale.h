@@ -40,9 +40,18 @@ class SpanishLocale : public Locale {
   std::wstring upper(const std::wstring& text) const override;
   bool equalIgnoringCase(const std::wstring& a, const std::wstring& b) const override;
 
-  // Code page 1252; "?" for what it lacks.
+  // Code page 1252, "?" for what it lacks; UTF-8 in such a process.
   std::string ansiFromText(std::wstring_view text) const override;
   std::wstring textFromAnsi(std::string_view bytes) const override;
+
+  // Code page 1252, unless the process's is UTF-8, as a host's manifest can make it; headers are in 1252 all the same.
+  bool isUtf8Process = false;
+  std::string headerBytes(std::wstring_view text) const override;
+  std::wstring textFrom(CodePage page, std::string_view bytes) const override;
 };
+
+// UTF-8 of a text, and the text of UTF-8: U+FFFD for each byte that is none.
+std::string utf8Of(std::wstring_view text);
+std::wstring textOfUtf8(std::string_view bytes);
 
 }  // namespace qev::test

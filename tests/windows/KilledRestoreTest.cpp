@@ -81,7 +81,9 @@ class SlowFiles : public FileSystemWindows {
     }
     std::wstring path() const override { return file_->path(); }
     void seal() override { file_->seal(); }
-    void commit(std::optional<std::uint32_t> longestWait) override { file_->commit(longestWait); }
+    void commit(std::optional<std::uint32_t> longestWait, CreationTime created) override {
+      file_->commit(longestWait, created);
+    }
 
    private:
     std::unique_ptr<FileReplacement> file_;
@@ -303,7 +305,9 @@ TEST_P(KilledBackup, LeavesTheOldSetWholeAndNothingThatCountsAsASetAndTheNextOne
   FakePlatform fake;
   fake.registry.put(kKey, L"NCopias", std::int16_t{1});
   std::wstring key = kKey;
-  CCopias(systemPlatform().files, SettingsStore(fake.registry, key), fake.locale, folder_ / L"copias");
+  HostSettings host;
+  host.backupFolder = folder_ / L"copias";
+  CCopias(systemPlatform().files, SettingsStore(fake.registry, key), fake.locale, host, L"");
   EXPECT_THAT(folder_.list(L"copias"), ElementsAre(L"copia.qev"));
   expectTheNextBackupReplacesTheSet();
 }

@@ -43,6 +43,7 @@ add_library(qev_windows STATIC
   src/platform/SystemPlatform.cpp
   src/platform/Variant.cpp
   src/platform/Win32Error.cpp
+  src/platform/WithMessages.cpp
   src/zip/DllEngines.cpp
   src/controls/ComboList.cpp
   src/controls/ControlClass.cpp

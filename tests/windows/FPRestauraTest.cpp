@@ -598,6 +598,63 @@ TEST_F(RestoreWindow, ACloseAskedForInTheMiddleTakesEffectWhenTheRunHasEnded) {
   expectNothingLeft();
 }
 
+TEST_F(RestoreWindow, ACloseAskedForInTheMiddleOfARunThatFailsLeavesTheFailureToBeSeen) {
+  const std::wstring set = putSlowSet(1);
+  slow::held = true;
+  loadEngine_ = [] {
+    slow::engine.work = []() -> int {
+      ++slow::depth;
+      slow::waitUntilLetGo();
+      --slow::depth;
+      throw AutomationError(kDeviceInputOutput, L"D:");
+    };
+    return slow::engine.loader()();
+  };
+  fake_.messages.willAnswer({Answer::Yes, Answer::Ok});
+  run([&](HWND form) {
+    begin(form, set);
+    ASSERT_TRUE(waitFor([] { return slow::depth > 0; }));
+    const HWND window = findForm(kTitle, FPRestaura_TResultado);
+    PostMessageW(window, WM_CLOSE, 0, 0);
+    std::this_thread::sleep_for(300ms);
+    slow::held = false;
+    ASSERT_EQ(window, ended());
+    keepPicture(window, L"FPRestaura-errores-tras-pedir-el-cierre");
+    ASSERT_TRUE(IsWindowVisible(window));
+    EXPECT_EQ(L"Se han producido errores", textOf(window, FPRestaura_ESalida));
+    click(window, FPRestaura_BAceptar);
+    leave(form);
+  });
+  EXPECT_EQ(2u, texts().size());
+}
+
+TEST_F(RestoreWindow, WhileItWorksWindowsIsToldToWaitAndWhy) {
+  FakeSession windows;
+  Platform platform = with(platform_, windows);
+  const std::wstring set = putSlowSet(3);
+  slow::held = true;
+  fake_.messages.willAnswer({Answer::Yes});
+  LRESULT mayEnd = TRUE;
+  std::size_t kept = 0;
+  runOn(platform, [&](HWND form) {
+    begin(form, set);
+    ASSERT_TRUE(waitFor([] { return slow::depth > 0; }));
+    const HWND window = findForm(kTitle, FPRestaura_TResultado);
+    mayEnd = SendMessageW(window, WM_QUERYENDSESSION, 0, 0);
+    kept = windows.now.size();
+    slow::held = false;
+    ended();
+    EXPECT_EQ(TRUE, SendMessageW(window, WM_QUERYENDSESSION, 0, 0));
+    click(window, FPRestaura_BAceptar);
+  });
+  EXPECT_EQ(FALSE, mayEnd);
+  EXPECT_EQ(1u, kept);
+  ASSERT_EQ(1u, windows.ever.size());
+  EXPECT_EQ(L"Se están restaurando los datos de una copia de seguridad. Espere a que termine, por favor.",
+            windows.ever[0].reason);
+  EXPECT_TRUE(windows.now.empty());
+}
+
 TEST_F(RestoreWindow, WhatAKilledRunLeftBehindGoesWithTheNext) {
   for (const wchar_t* name : {L"restaurar4711.zip", L"qev4711-0.tmp"}) {
     std::ofstream(std::filesystem::path(temp() + L"\\" + name)) << "resto";

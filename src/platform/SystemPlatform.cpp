@@ -60,11 +60,11 @@ class SystemDrives : public Drives {
 class SystemMessages : public Messages {
  public:
   Answer show(const std::wstring& text, const std::wstring& title, std::uint32_t style) override {
-    const HWND owner = GetActiveWindow();
-    const UINT modality = owner ? MB_APPLMODAL : MB_TASKMODAL | MB_SETFOREGROUND;
     PutOffQuit quit;
     int answer = 0;
     do {
+      const HWND owner = GetActiveWindow();
+      const UINT modality = owner ? MB_APPLMODAL : MB_TASKMODAL | MB_SETFOREGROUND;
       answer = MessageBoxW(owner, text.c_str(), title.c_str(), style | modality);
     } while (quit.take());  // it has closed the box: nobody has answered
     if (answer == 0) throw AutomationError(kOutOfMemory);

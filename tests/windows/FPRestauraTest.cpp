@@ -5,6 +5,7 @@
 
 #include "set/Volumes.h"
 #include "support/ScriptedEngine.h"
+#include "support/Silence.h"
 #include "support/SlowToShow.h"
 #include "support/SmallDisk.h"
 #include "support/TextFit.h"
@@ -264,6 +265,31 @@ TEST_F(RestoreFromDisks, AThreeVolumeSetIsAskedForDiskByDiskAndRestoredWhole) {
   EXPECT_EQ(kDisk3, fake_.messages.shown[3].text);
   EXPECT_THAT(workFiles(), ElementsAre(L"copia.zip1", L"copia.zip2", L"copia.zip3")) << "the joined set is gone";
   EXPECT_EQ(1, fake_.sound.beeps) << "one result";
+}
+
+TEST_F(RestoreFromDisks, SlowDisksLeaveTheWindowsTheirMessages) {
+  FileSystemWindows slowFiles(systemPatience(), [](const wchar_t* from, const wchar_t* to, BOOL keeps) -> BOOL {
+    Sleep(3000);
+    return CopyFileW(from, to, keeps);
+  });
+  DiskDrive drive(slowFiles);
+  Platform platform = with(platform_, drive);
+  drive.insert(disk(1));
+  fake_.messages.onShow = [&](const FakeMessages::Shown& shown) {
+    for (int i = 1; i <= 3; ++i) {
+      if (shown.text == L"Introduzca el disco " + std::to_wstring(i) + L" para continuar") drive.insert(disk(i));
+    }
+  };
+  fake_.messages.willAnswer({Answer::Yes, Answer::Ok, Answer::Ok, Answer::Ok});
+  std::wstring result;
+  const Silence silence;
+  runOn(platform, [&](HWND form) {
+    begin(form, L"A:\\copia.qev");
+    result = closeRun();
+  });
+  EXPECT_LT(silence.longest(), kLongestSilence);
+  EXPECT_EQ(success(L"A:\\copia.qev", target()), result);
+  expectAllRestored();
 }
 
 TEST_F(RestoreFromDisks, AWrongDiskIsSaidAndTakenAllTheSameOnOk) {

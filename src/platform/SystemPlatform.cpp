@@ -129,11 +129,13 @@ class SystemEventLoop : public EventLoop {
   }
 
   void pause(std::uint32_t milliseconds) override {
+    PutOffQuit quit;  // one that waits would end every wait at once
     const ULONGLONG end = GetTickCount64() + milliseconds;
     for (ULONGLONG now = GetTickCount64(); now < end; now = GetTickCount64()) {
       const DWORD event = MsgWaitForMultipleObjectsEx(0, nullptr, static_cast<DWORD>(end - now), QS_ALLINPUT, 0);
       if (event == WAIT_FAILED) Sleep(static_cast<DWORD>(end - now));
       yield();
+      quit.take();
     }
   }
 };

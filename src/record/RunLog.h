@@ -11,6 +11,10 @@
 
 namespace qev {
 
+// What the notes of a run say where begin() answers true.
+inline constexpr wchar_t kInterruptedBefore[] =
+    L"La copia o la restauración anterior de este programa no llegó a terminar";
+
 class RunLog {
  public:
   // REQUIRES: `platform` outlives the object.

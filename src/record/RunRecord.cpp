@@ -189,7 +189,8 @@ std::string logBlock(const RunRecord& record) {
 
 std::string withoutRunning(std::string_view log, const RunRecord& run) {
   const std::string whole = logBlock(run);
-  const std::string_view beginning = std::string_view(whole).substr(0, whole.find('\n', whole.find("  Proceso: ")) + 1);
+  const std::size_t process = whole.find(kRunning) + kRunning.size();
+  const std::string_view beginning = std::string_view(whole).substr(0, whole.find('\n', process) + 1);
   std::string others;
   forEachBlock(log, [&](std::string_view block) {
     if (!block.starts_with(beginning)) others += block;

@@ -82,7 +82,7 @@ class LoggedRun {
  public:
   // REQUIRES: platform and record outlive the scope.
   LoggedRun(Platform& platform, RunRecord& record) : platform_(platform), record_(record) {
-    RunLog(platform_).begin(record_);
+    if (RunLog(platform_).begin(record_)) record_.notes.add(kInterruptedBefore);
   }
   LoggedRun(const LoggedRun&) = delete;
   LoggedRun& operator=(const LoggedRun&) = delete;
@@ -121,6 +121,7 @@ RestoreRun::RestoreRun(Platform& platform, HostSettings host, RestoreRunView& vi
   record_.title = host_.title;
   record_.set = choice_.Archivo;
   record_.data = choice_.Destino;
+  record_.safeMode = choice_.safe;
 }
 
 RestoreRun::Outcome RestoreRun::RestaurarCopia() {

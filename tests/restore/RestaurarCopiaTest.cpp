@@ -271,6 +271,27 @@ TEST_F(RestaurarCopiaTest, TheRunIsInTheLogFromItsBeginningOnAndOnceWhenItHasEnd
   EXPECT_EQ(log.find("=== "), log.rfind("=== "));
 }
 
+TEST_F(RestaurarCopiaTest, TheLogTellsThatTheRunBeforeWasInterruptedAndWhetherThisOneIsSafe) {
+  fake.processes.gone = {L"0000feed-2f-0000000000000007"};
+  fake.files.put(kLog,
+                 "=== 15-11-2026 09:00:00 Copia: Gestion\r\n  Resultado: en marcha\r\n"
+                 "  Proceso: 0000feed-2f-0000000000000007\r\n\r\n");
+  choice.safe = true;
+  run();
+  std::string log = fake.files.bytes(kLog);
+  EXPECT_THAT(log, HasSubstr("  Resultado: interrumpido: el programa termin\xC3\xB3 antes que la copia\r\n"));
+  EXPECT_THAT(
+      log,
+      HasSubstr("    | La copia o la restauraci\xC3\xB3n anterior de este programa no lleg\xC3\xB3 a terminar\r\n"));
+  EXPECT_THAT(log, HasSubstr("  Modo seguro: s\xC3\xAD\r\n"));
+  choice.safe = false;
+  fake.files.deleteFile(kLog, true);
+  run();
+  log = fake.files.bytes(kLog);
+  EXPECT_THAT(log, Not(HasSubstr("anterior")));
+  EXPECT_THAT(log, HasSubstr("  Modo seguro: no\r\n"));
+}
+
 TEST_F(RestaurarCopiaTest, TheLogTellsTheErrorThatEndedTheRun) {
   fake.files.makeUnreadable(kSet, kDiskNotReady);
   failure();

@@ -56,9 +56,10 @@ int wmain(int count, wchar_t** arguments) try {
   if (count != 3) return fputs("HostRestore SET FOLDER\n", stderr), 2;
   qev::Platform& real = qev::systemPlatform();
   PrintedMessages messages;
-  qev::Platform platform{real.registry,      real.files,         real.clock,      real.drives,      messages,
-                         real.locale,        real.workFolder,    real.sound,      real.keyboard,    real.eventLoop,
-                         real.folderChooser, real.accessibility, real.textPrompt, real.fileChooser, real.processes};
+  qev::Platform platform{real.registry,   real.files,       real.clock,         real.drives,
+                         messages,        real.locale,      real.workFolder,    real.sound,
+                         real.keyboard,   real.eventLoop,   real.folderChooser, real.accessibility,
+                         real.textPrompt, real.fileChooser, real.processes,     real.session};
   qev::HostSettings host;
   qev::FormSession session;
   host.title = L"Gestion";

@@ -25,6 +25,7 @@ add_executable(qev_logic_tests
   tests/backup/HacerCopiaTest.cpp
   tests/backup/OutcomesTest.cpp
   tests/backup/SafeModeTest.cpp
+  tests/record/BegunRunTest.cpp
   tests/record/RunRecordTest.cpp
   tests/restore/RestaurarCopiaTest.cpp
   tests/values/ListTableTest.cpp

@@ -20,15 +20,15 @@ add_dependencies(qev_tests VANTO5 VANTO6 qev_archives)
 
 file(GLOB host_test_sources CONFIGURE_DEPENDS tests/hosts/*Test.cpp)
 if(host_test_sources)
-  add_executable(qev_host_tests ${host_test_sources})
+  add_executable(qev_host_tests ${host_test_sources} tests/support/ProcessUse.cpp tests/support/Watchdog.cpp)
   target_include_directories(qev_host_tests PRIVATE tests src ${generated})
-  target_link_libraries(qev_host_tests PRIVATE qev_windows gmock_main ole32 oleaut32 uuid)
+  target_link_libraries(qev_host_tests PRIVATE qev_windows gmock_main ole32 oleaut32 psapi uuid)
   qev_strict_tests(qev_host_tests)
   add_dependencies(qev_host_tests QevBackup VANTO5 VANTO6)
 endif()
 
 add_executable(EngineTest
-  tests/engine/EngineFixture.cpp tests/engine/EngineTest.cpp tests/engine/ProcessUse.cpp
+  tests/engine/EngineFixture.cpp tests/engine/EngineTest.cpp tests/support/ProcessUse.cpp
   tests/engine/LayoutTest.cpp tests/engine/UnzipEngineTest.cpp tests/engine/UnzipFixture.cpp tests/engine/UnzipPasswordTest.cpp tests/engine/UnzipSafetyTest.cpp
   tests/support/ZipWriter.cpp)
 target_include_directories(EngineTest PRIVATE engine tests)

@@ -43,6 +43,7 @@ add_library(qev_windows STATIC
   src/platform/SystemPlatform.cpp
   src/platform/Variant.cpp
   src/platform/Win32Error.cpp
+  src/platform/WithMessages.cpp
   src/zip/DllEngines.cpp
   src/controls/ComboList.cpp
   src/controls/ControlClass.cpp
@@ -87,6 +88,7 @@ add_library(QevBackup SHARED
   src/automation/Registration.cpp
   src/automation/TypeLibrary.cpp
   src/automation/QevBackup.def
+  src/platform/ExceptionPool.cpp
   ${resources})
 set_source_files_properties(${resources} PROPERTIES COMPILE_DEFINITIONS "QEV_TYPE_LIBRARY=\"QevBackup.tlb\"")
 set_target_properties(QevBackup PROPERTIES PREFIX "")

@@ -27,4 +27,10 @@ check "sample hosts in JScript and C++" on_display tests/hosts/sample-hosts.sh
 check "regsvr32 unregisters the library" win regsvr32 /s /u 'C:\QevBackup\QevBackup.dll'
 check "a host uses the library without registration" on_display tests/release/sidebyside.sh
 check "the set-up installs, and uninstalls without a trace" on_display tests/release/set-up.sh
+if [ $large = yes ]; then
+  for what in '*LoadedModule.*' LoadedLibrary.Backups* LoadedLibrary.Restores* LoadedLibrary.Dialogs*; do
+    check "a thousand rounds pile nothing up: $what" on_display env QEV_ROUNDS=1000 QEV_TEST_SECONDS=1100 \
+      tools/run-win.sh build/x64/qev_host_tests.exe --gtest_filter="$what"
+  done
+fi
 [ $large = no ] || check "4.5 GiB and 70,000 files, backed up and restored" bench/run.sh --quick --large

@@ -43,9 +43,6 @@ void FBackup::load() {
 
 // The run works on the values of its start: while the engine lets messages through, the host may assign others.
 void FBackup::Tiempo_Timer() {
-  if (running_) return;
-  running_ = true;
-  showForm();
   const HostSettings atStart = host();
   SettingsStore settings(platform().registry, atStart.settingsKey);
   try {
@@ -55,8 +52,10 @@ void FBackup::Tiempo_Timer() {
     stopTimer();
     showFailure(L"");
   }
-  running_ = false;
-  if (closeAsked_) closeForm();
+}
+
+const wchar_t* FBackup::workInHand() const {
+  return L"Se está haciendo la copia de seguridad de los datos. Espere a que termine, por favor.";
 }
 
 void FBackup::unload() {
@@ -84,6 +83,7 @@ void FBackup::showSuccess(const std::wstring& text) {
 
 void FBackup::showFailure(const std::wstring& text) {
   showOutcome(L"BACKUPERROR", L"  Se han producido errores", text);
+  stayOpen();
 }
 
 }  // namespace qev

@@ -28,6 +28,8 @@ class FBackup final : public RunWindow, private BackupRunView {
   void load() override;
   void unload() override;
   void Tiempo_Timer() override;
+  const wchar_t* workInHand() const override;
+  bool mustBegin() const override { return true; }  // a host that asks for a backup gets one
 
   // BackupRunView
   void showBusy(bool busy) override { setBusy(busy); }
@@ -38,8 +40,8 @@ class FBackup final : public RunWindow, private BackupRunView {
   void showSuccess(const std::wstring& text) override;
   void showFailure(const std::wstring& text) override;
   void stopTimer() override { endTimer(); }
-  void close() override { closeAsked_ = true; }  // the run that asks for it is about to end
-  bool closeAsked() const override { return closeAsked_; }
+  void close() override { askToClose(); }  // the run that asks for it is about to end
+  bool closeAsked() const override { return isCloseAsked(); }
 
   CZipFiles::EngineLoader loadEngine_;
   CUnzipFiles::EngineLoader loadTester_;

@@ -40,9 +40,11 @@ void BackupRun::HacerCopia(const std::wstring& RutaDestino) {
   record_.set = displayPath_;
   record_.data = host_.dataFolder;
   record_.start = platform_.clock.now();
+  RunLog log(platform_);
+  if (log.begin(record_)) record_.notes.add(kInterruptedBefore);
   run();
   record_.end = platform_.clock.now();
-  RunLog(platform_).add(record_);
+  log.end(record_);
 }
 
 void BackupRun::run() {

@@ -298,6 +298,7 @@ INT_PTR ModalForm::dispatch(UINT message, WPARAM wParam, LPARAM lParam) {
         closeForm();
       }
       return TRUE;
+    case WM_QUERYENDSESSION: SetWindowLongPtrW(window_, DWLP_MSGRESULT, mayEndSession()); return TRUE;
     case WM_DESTROY:
       toolTips_.reset();
       unload();

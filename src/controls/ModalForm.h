@@ -39,7 +39,7 @@ class ModalForm {
   // Shows the form over the active window of the calling thread, and no other window of it can be used; returns when it
   // has closed. Throws 400 when this form is shown already, 7 when the window cannot be made, and what load() throws.
   // DialogBoxParamW.
-  void showModal();
+  virtual void showModal();
 
  protected:
   // `name` is the name of the form's resources. REQUIRES: the references outlive the form.
@@ -47,12 +47,13 @@ class ModalForm {
 
   // Handlers. An error that one throws is shown in a message box with the host's title, and the form goes on; one from
   // load() ends showModal() with that error.
-  virtual void load() = 0;                     // the controls exist, nothing is visible yet
-  virtual void command(int /*id*/) {}          // a button was pressed
-  virtual void timer(UINT_PTR /*id*/) {}       // a timer of the window has ticked
-  virtual bool mayClose() { return true; }     // asked before the close box or Esc closes it
-  virtual void unload() {}                     // the window is going
-  virtual bool busy() const { return false; }  // the hourglass is shown over the form
+  virtual void load() = 0;                       // the controls exist, nothing is visible yet
+  virtual void command(int /*id*/) {}            // a button was pressed
+  virtual void timer(UINT_PTR /*id*/) {}         // a timer of the window has ticked
+  virtual bool mayClose() { return true; }       // asked before the close box or Esc closes it
+  virtual bool mayEndSession() { return true; }  // asked when the user shuts Windows down or logs off
+  virtual void unload() {}                       // the window is going
+  virtual bool busy() const { return false; }    // the hourglass is shown over the form
 
   Platform& platform() const { return platform_; }
   const HostSettings& host() const { return host_; }

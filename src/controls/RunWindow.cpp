@@ -3,8 +3,18 @@
 #include <commctrl.h>
 
 #include "platform/AutomationError.h"
+#include "platform/FlagScope.h"
 
 namespace qev {
+
+// A quit message that comes after the first one has been taken, and before the first tick, ends the modal loop.
+void RunWindow::showModal() {
+  quit_.emplace();
+  do {
+    ModalForm::showModal();
+  } while (mustBegin() && !begun_ && quit_->take());
+  quit_.reset();
+}
 
 void RunWindow::dress(const wchar_t* picture) {
   if (!title().empty()) SetWindowTextW(window(), title().c_str());
@@ -27,7 +37,21 @@ void RunWindow::endTimer() const {
 }
 
 void RunWindow::timer(UINT_PTR id) {
-  if (id == static_cast<UINT_PTR>(controls_.timer)) Tiempo_Timer();
+  if (id == static_cast<UINT_PTR>(controls_.timer) && !running_) work();
+}
+
+void RunWindow::work() {
+  begun_ = true;
+  staysOpen_ = false;
+  if (quit_->any()) askToClose();
+  {
+    const FlagScope running(running_);
+    showForm();
+    const auto kept = platform().session.keep(window(), workInHand());
+    Tiempo_Timer();
+  }
+  if (quit_->take() && !staysOpen_) askToClose();
+  if (closeAsked_) closeForm();
 }
 
 void RunWindow::command(int id) {
@@ -37,7 +61,7 @@ void RunWindow::command(int id) {
 // The engine works on this thread: the window must not go while it does.
 bool RunWindow::mayClose() {
   closeAsked_ = true;
-  return !running_;
+  return !running_ && (begun_ || !mustBegin());
 }
 
 void RunWindow::setBusy(bool busy) {
@@ -54,6 +78,11 @@ void RunWindow::setProgress(std::optional<int> permille) {
   if (*permille < kProgressSteps && now - progressShownAt_ < pauseMilliseconds) return;
   progressShownAt_ = now;
   SendMessageW(bar, PBM_SETPOS, static_cast<WPARAM>(*permille), 0);
+}
+
+void RunWindow::stayOpen() {
+  closeAsked_ = false;
+  staysOpen_ = true;
 }
 
 void RunWindow::showOutcome(const wchar_t* picture, const wchar_t* line, const std::wstring& text) {

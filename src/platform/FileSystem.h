@@ -58,9 +58,9 @@ class FileReplacement {
   virtual void seal() = 0;
 
   // Flushes what was written to the disk and puts it under the name in one step, read-only old files too. Readers of
-  // the old file must be closed; while somebody else holds it, the windows get their messages, for 30 seconds in all,
-  // or `longestWait` milliseconds if that is less. FlushFileBuffers; MoveFileExW with MOVEFILE_REPLACE_EXISTING |
-  // MOVEFILE_WRITE_THROUGH.
+  // the old file must be closed; while somebody else holds it, the windows get their messages, for 30 seconds in all.
+  // With `longestWait` it is that many milliseconds at the most, and no messages. FlushFileBuffers; MoveFileExW with
+  // MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH.
   virtual void commit(std::optional<std::uint32_t> longestWait = {}, CreationTime created = CreationTime::Kept) = 0;
 };
 
@@ -108,7 +108,8 @@ class FileSystem {
   // open, waits until its name is free, as long as commit() does, unless the name is not awaited. DeleteFileW.
   virtual void deleteFile(const std::wstring& path, bool force, FreeName name = FreeName::Awaited) = 0;
 
-  // Copies a file over an existing one. A half-written copy is removed when the copy fails. CopyFileW.
+  // Copies a file over an existing one; the windows get their messages meanwhile. A half-written copy is removed when
+  // the copy fails. CopyFileW.
   virtual void copyFile(const std::wstring& from, const std::wstring& to) = 0;
 
   // Throws 70 when a file cannot be replaced because somebody has it open, after having waited for two seconds; nothing

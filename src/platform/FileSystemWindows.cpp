@@ -8,6 +8,7 @@
 
 #include "platform/Handle.h"
 #include "platform/Win32Error.h"
+#include "platform/WithMessages.h"
 
 namespace qev {
 namespace {
@@ -138,7 +139,7 @@ class Replacement : public FileReplacement {
   void seal() override { check(file_.seal(), path_); }
 
   void commit(std::optional<std::uint32_t> longestWait, CreationTime created) override {
-    patience_.milliseconds = std::min<DWORD>(patience_.milliseconds, longestWait.value_or(patience_.milliseconds));
+    if (longestWait) patience_ = {.milliseconds = std::min<DWORD>(patience_.milliseconds, *longestWait)};
     if (created == CreationTime::Kept) keepCreationTime(path_, file_.handle());
     check(file_.commit(path_.c_str(), true, patience_), path_);
     if (created == CreationTime::Now) makeCreatedNow(path_);
@@ -315,8 +316,9 @@ void FileSystemWindows::removeLeftOvers(const std::wstring& folder) {
 // Not every system takes back what a failed copy has written.
 void FileSystemWindows::copyFile(const std::wstring& from, const std::wstring& to) {
   const FileStamp before = stampOf(to);
-  if (CopyFileW(from.c_str(), to.c_str(), FALSE)) return;
-  const DWORD code = GetLastError();
+  const DWORD code =
+      withMessages(patience_, [&] { return copy_(from.c_str(), to.c_str(), FALSE) ? ERROR_SUCCESS : GetLastError(); });
+  if (code == ERROR_SUCCESS) return;
   if (stampOf(to) != before) DeleteFileW(to.c_str());
   throwWin32(code, fileExists(from) ? to : from);
 }

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cwchar>
+#include <iterator>
 
 namespace qev {
 namespace {
@@ -194,9 +195,9 @@ bool lives(DWORD id, std::uint64_t start) {
   return isIt && (start == 0 || began == 0 || began == start);
 }
 
-// The name of a file that is being written, by this version or an earlier one.
+// The name of a file that is being written, by this version or an earlier one; or that of a process alone.
 struct Name {
-  enum class Kind { other, own, ofProcess, ofNobody };
+  enum class Kind { other, own, ofProcess, ofNobody, process };
   Kind kind = Kind::other;
   std::uint64_t machine = 0;
   std::uint64_t process = 0;
@@ -204,9 +205,10 @@ struct Name {
 
   explicit Name(const wchar_t* name) : at_(name) {
     std::uint64_t number = 0;
-    if (text(L"qev") && digits(16, 8, 8, machine) && text(L"-") && digits(16, 1, 8, process) && text(L"-") &&
-        digits(16, 16, 16, start) && text(L"-") && digits(16, 1, 8, number) && text(L".tmp") && *at_ == 0) {
+    if (text(L"qev") && ofProcess() && text(L"-") && digits(16, 1, 8, number) && text(L".tmp") && *at_ == 0) {
       kind = Kind::own;
+    } else if (at_ = name; ofProcess() && *at_ == 0) {
+      kind = Kind::process;
     } else if (at_ = name; text(L"qev") && digits(10, 1, 10, process) && text(L"-") && digits(10, 1, 10, number) &&
                            text(L".tmp") && *at_ == 0) {
       kind = Kind::ofProcess;
@@ -215,14 +217,20 @@ struct Name {
     }
   }
 
-  bool isOfOtherMachine() const { return kind == Kind::own && machine != thisMachine(); }
+  bool tellsStart() const { return kind == Kind::own || kind == Kind::process; }
+  bool isOfOtherMachine() const { return tellsStart() && machine != thisMachine(); }
 
   // REQUIRES: it is of this machine, as far as it tells.
   bool isOfLivingRun() const {
-    return kind != Kind::ofNobody && lives(static_cast<DWORD>(process), kind == Kind::own ? start : 0);
+    return kind != Kind::ofNobody && lives(static_cast<DWORD>(process), tellsStart() ? start : 0);
   }
 
  private:
+  bool ofProcess() {
+    return digits(16, 8, 8, machine) && text(L"-") && digits(16, 1, 8, process) && text(L"-") &&
+           digits(16, 16, 16, start);
+  }
+
   bool text(const wchar_t* wanted) {
     const std::size_t length = wcslen(wanted);
     if (wcsncmp(at_, wanted, length) != 0) return false;
@@ -342,8 +350,7 @@ DWORD NewFile::unfinishedName(const wchar_t* place, wchar_t (&to)[kLongestPath +
   std::size_t folder = 0;
   const DWORD code = folderOf(place, to, folder);
   if (code != ERROR_SUCCESS) return code;
-  _snwprintf(to + folder, MAX_PATH, L"qev%08x-%lx-%016I64x-%x.tmp", static_cast<unsigned>(thisMachine()),
-             GetCurrentProcessId(), startOf(GetCurrentProcess()), counter++);
+  _snwprintf(to + folder, MAX_PATH, L"qev%ls-%x.tmp", processName().text, counter++);
   return ERROR_SUCCESS;
 }
 
@@ -442,7 +449,20 @@ void NewFile::removeLeftOvers(const wchar_t* place) {
 }
 
 bool NewFile::isName(const wchar_t* name) {
-  return Name(name).kind != Name::Kind::other;
+  const auto kind = Name(name).kind;
+  return kind != Name::Kind::other && kind != Name::Kind::process;
+}
+
+ProcessName processName() {
+  ProcessName name;
+  _snwprintf(name.text, std::size(name.text) - 1, L"%08x-%lx-%016I64x", static_cast<unsigned>(thisMachine()),
+             GetCurrentProcessId(), startOf(GetCurrentProcess()));
+  return name;
+}
+
+bool isProcessGone(const wchar_t* name) {
+  const Name process(name);
+  return process.kind == Name::Kind::process && !process.isOfOtherMachine() && !process.isOfLivingRun();
 }
 
 DWORD moveIntoPlace(const wchar_t* file, const wchar_t* place, bool isDurable, Patience& patience) {

@@ -83,6 +83,18 @@ class NewFile {
   wchar_t path_[kLongestPath + 1] = {};
 };
 
+// A process as those names tell it: <machine>-<process>-<start>.
+struct ProcessName {
+  wchar_t text[40] = L"";
+};
+
+// This process.
+[[nodiscard]] ProcessName processName();
+
+// Whether the process of that name is gone for certain: one of another machine, one that may not be asked and a text
+// that is no such name may live. OpenProcess, GetExitCodeProcess, GetProcessTimes.
+[[nodiscard]] bool isProcessGone(const wchar_t* name);
+
 // Gives a file the name of another in its folder, or a new one. A file that has the name goes, read-only ones too; all
 // that in one step. While the reason of a failure can pass, it is tried again after growing pauses, as long as
 // `patience` lasts: the name is held by another program, mapped, or of a file that is being deleted. After a failure

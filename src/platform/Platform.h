@@ -174,7 +174,7 @@ class EventLoop {
   virtual ~EventLoop() = default;
 
   // Dispatches the messages that wait for the calling thread, 100 at the most, then returns. A quit message is put back
-  // for the loop that it was meant for. PeekMessageW.
+  // for the loop that it was meant for; the others are dispatched all the same. PeekMessageW.
   virtual void yield() = 0;
 
   // The same for so long. MsgWaitForMultipleObjectsEx.
@@ -202,11 +202,37 @@ class Processes {
   // it does not. The Restart Manager: RmRegisterResources, RmGetList.
   [[nodiscard]] virtual std::vector<std::wstring> usersOf(const std::wstring& path) const = 0;
 
+  // This process as a text that no other process of this or another machine has, or had: <machine>-<process>-<start>,
+  // as platform/NewFile.h writes it.
+  [[nodiscard]] virtual std::wstring name() const = 0;
+
+  // Whether the process of that name is gone for certain: one of another machine, one that may not be asked and a text
+  // that is no such name may live. OpenProcess, GetExitCodeProcess, GetProcessTimes.
+  [[nodiscard]] virtual bool isGone(const std::wstring& name) const = 0;
+
   // Waits until no other thread of any process holds the lock of that name, at most so long. A holder that has died
   // gives it up. Nothing when the wait was in vain, or the lock cannot be had at all. `name` has no backslash and at
   // most 200 characters; users that may not open one another's locks need names of their own. CreateMutexW, in the
   // system's global name space; WaitForSingleObject.
   [[nodiscard]] virtual std::unique_ptr<ProcessLock> lock(const std::wstring& name, std::uint32_t milliseconds) = 0;
+};
+
+// Something that is not to be interrupted, while the object lives.
+class Uninterrupted {
+ public:
+  virtual ~Uninterrupted() = default;
+};
+
+// The user's session of Windows, which may end, and the machine, which may fall asleep.
+class Session {
+ public:
+  virtual ~Session() = default;
+
+  // From now on the machine does not fall asleep because nobody uses it, and whoever ends the session is shown `reason`
+  // as what `window` is waiting for. `window` is a visible window of this thread that answers WM_QUERYENDSESSION with
+  // FALSE; it outlives the answer, which belongs to this thread. What the system refuses is no error.
+  // SetThreadExecutionState; ShutdownBlockReasonCreate, ShutdownBlockReasonDestroy.
+  [[nodiscard]] virtual std::unique_ptr<Uninterrupted> keep(WindowHandle window, const std::wstring& reason) = 0;
 };
 
 struct Platform {
@@ -225,6 +251,7 @@ struct Platform {
   TextPrompt& textPrompt;
   FileChooser& fileChooser;
   Processes& processes;
+  Session& session;
 };
 
 // The real services of this system; they live as long as the library is loaded.

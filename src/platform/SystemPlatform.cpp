@@ -10,6 +10,7 @@
 #include <oleacc.h>
 
 #include "platform/Handle.h"
+#include "platform/QuitMessage.h"
 #include "platform/SystemServices.h"
 #include "platform/Win32Error.h"
 #include "resources/resource.h"
@@ -59,9 +60,13 @@ class SystemDrives : public Drives {
 class SystemMessages : public Messages {
  public:
   Answer show(const std::wstring& text, const std::wstring& title, std::uint32_t style) override {
-    const HWND owner = GetActiveWindow();
-    const UINT modality = owner ? MB_APPLMODAL : MB_TASKMODAL | MB_SETFOREGROUND;
-    const int answer = MessageBoxW(owner, text.c_str(), title.c_str(), style | modality);
+    PutOffQuit quit;
+    int answer = 0;
+    do {
+      const HWND owner = GetActiveWindow();
+      const UINT modality = owner ? MB_APPLMODAL : MB_TASKMODAL | MB_SETFOREGROUND;
+      answer = MessageBoxW(owner, text.c_str(), title.c_str(), style | modality);
+    } while (quit.take());  // it has closed the box: nobody has answered
     if (answer == 0) throw AutomationError(kOutOfMemory);
     return static_cast<Answer>(answer);
   }
@@ -111,11 +116,12 @@ class SystemEventLoop : public EventLoop {
  public:
   void yield() override {
     constexpr int most = 100;  // a window that keeps posting to itself must not hold up the caller
+    PutOffQuit quit;           // it would come before timers and painting, every time
     MSG message;
     for (int i = 0; i < most && PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE); ++i) {
       if (message.message == WM_QUIT) {
-        PostQuitMessage(static_cast<int>(message.wParam));
-        return;
+        quit.keep(message);
+        continue;
       }
       TranslateMessage(&message);
       DispatchMessageW(&message);
@@ -123,11 +129,13 @@ class SystemEventLoop : public EventLoop {
   }
 
   void pause(std::uint32_t milliseconds) override {
+    PutOffQuit quit;  // one that waits would end every wait at once
     const ULONGLONG end = GetTickCount64() + milliseconds;
     for (ULONGLONG now = GetTickCount64(); now < end; now = GetTickCount64()) {
       const DWORD event = MsgWaitForMultipleObjectsEx(0, nullptr, static_cast<DWORD>(end - now), QS_ALLINPUT, 0);
       if (event == WAIT_FAILED) Sleep(static_cast<DWORD>(end - now));
       yield();
+      quit.take();
     }
   }
 };
@@ -253,6 +261,8 @@ class RestartManager {
 class SystemProcesses : public Processes {
  public:
   std::uint32_t id() const override { return GetCurrentProcessId(); }
+  std::wstring name() const override { return processName().text; }
+  bool isGone(const std::wstring& name) const override { return isProcessGone(name.c_str()); }
 
   std::vector<std::wstring> usersOf(const std::wstring& path) const override {
     const RestartManager manager;
@@ -265,6 +275,33 @@ class SystemProcesses : public Processes {
     const DWORD result = WaitForSingleObject(mutex.get(), milliseconds);
     if (result != WAIT_OBJECT_0 && result != WAIT_ABANDONED) return nullptr;
     return std::make_unique<SystemLock>(std::move(mutex));
+  }
+};
+
+class SystemUninterrupted : public Uninterrupted {
+ public:
+  SystemUninterrupted(HWND window, const std::wstring& reason) : window_(window) {
+    const EXECUTION_STATE now = SetThreadExecutionState(ES_CONTINUOUS | ES_SYSTEM_REQUIRED);
+    constexpr EXECUTION_STATE lasting = ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED | ES_AWAYMODE_REQUIRED;
+    if (now & ES_CONTINUOUS) before_ |= now & lasting;
+    SetThreadExecutionState(before_ | ES_SYSTEM_REQUIRED);
+    isBlocking_ = ShutdownBlockReasonCreate(window_, reason.c_str());
+  }
+  ~SystemUninterrupted() override {
+    if (isBlocking_) ShutdownBlockReasonDestroy(window_);
+    SetThreadExecutionState(before_);
+  }
+
+ private:
+  HWND window_;
+  EXECUTION_STATE before_ = ES_CONTINUOUS;  // what the host wants of this thread
+  bool isBlocking_ = false;
+};
+
+class SystemSession : public Session {
+ public:
+  std::unique_ptr<Uninterrupted> keep(WindowHandle window, const std::wstring& reason) override {
+    return std::make_unique<SystemUninterrupted>(static_cast<HWND>(window), reason);
   }
 };
 
@@ -294,9 +331,10 @@ Platform& systemPlatform() {
   static SystemTextPrompt textPrompt;
   static FileChooserWindows fileChooser;
   static SystemProcesses processes;
-  static Platform platform{registry,      files,         clock,      drives,      messages,
-                           locale,        workFolder,    sound,      keyboard,    eventLoop,
-                           folderChooser, accessibility, textPrompt, fileChooser, processes};
+  static SystemSession session;
+  static Platform platform{registry,   files,       clock,     drives,    messages,      locale,
+                           workFolder, sound,       keyboard,  eventLoop, folderChooser, accessibility,
+                           textPrompt, fileChooser, processes, session};
   return platform;
 }
 

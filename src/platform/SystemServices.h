@@ -16,8 +16,11 @@ namespace qev {
 
 class FileSystemWindows : public FileSystem {
  public:
-  // `patience`: for each file that is to take a place, and for each name that is to become free.
-  explicit FileSystemWindows(Patience patience = {}) : patience_(patience) {}
+  using Copy = decltype(&CopyFileW);
+
+  // `patience`: for each file that is to take a place, and for each name that is to become free; its messages are also
+  // given while a file is copied. `copy` does that, on a thread of its own.
+  explicit FileSystemWindows(Patience patience = {}, Copy copy = &CopyFileW) : patience_(patience), copy_(copy) {}
 
   bool fileExists(const std::wstring& path) const override;
   bool folderExists(const std::wstring& path) const override;
@@ -38,6 +41,7 @@ class FileSystemWindows : public FileSystem {
 
  private:
   const Patience patience_;
+  const Copy copy_;
 };
 
 // The user's regional conversions by OLE Automation.

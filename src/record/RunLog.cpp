@@ -10,6 +10,7 @@ namespace {
 
 constexpr wchar_t kLogName[] = L"registro.log";
 constexpr std::uint32_t kLongestWait = 2000;  // milliseconds, for another process's turn
+constexpr std::uint32_t kBetweenMessages = 100;
 constexpr std::uint32_t kLongestHold = 1000;  // milliseconds, for a file that somebody holds
 
 }  // namespace
@@ -18,22 +19,61 @@ std::wstring RunLog::path() const {
   return platform_.workFolder.path() + L"\\" + kLogName;
 }
 
-void RunLog::add(const RunRecord& record) noexcept {
+bool RunLog::begin(const RunRecord& run) noexcept {
+  bool wasInterrupted = false;
+  rewrite([&](std::string_view old) {
+    const SettledLog before = settled(old, run.title, [this](const std::wstring& process) { return fateOf(process); });
+    wasInterrupted = before.wasInterrupted;
+    return logWith(before.log, logBlock(asRunning(run)));
+  });
+  return wasInterrupted;
+}
+
+void RunLog::end(const RunRecord& run) noexcept {
+  rewrite([&](std::string_view old) { return logWith(withoutRunning(old, asRunning(run)), logBlock(run)); });
+}
+
+void RunLog::add(const RunRecord& run) noexcept {
+  rewrite([&](std::string_view old) { return logWith(old, logBlock(run)); });
+}
+
+void RunLog::rewrite(const Change& change) noexcept {
   try {
-    write(record);
-  } catch (...) {  // the run has ended as it has; a record less is all that is lost
+    write(change);
+  } catch (...) {  // the run is what it is; a record less is all that is lost
   }
 }
 
-void RunLog::write(const RunRecord& record) {
-  const std::string block = logBlock(record);
+void RunLog::write(const Change& change) {
   const std::wstring log = path();
-  const auto lock = platform_.processes.lock(lockName(L"registro", platform_.locale.upper(log)), kLongestWait);
+  const auto lock = turn(log);
   if (!lock) return;
-  const std::string bytes = logWith(oldBytes(log), block);
+  const std::string bytes = change(oldBytes(log));
   const auto replacement = platform_.files.replaceFile(log);
   replacement->write(std::as_bytes(std::span(bytes)));
   replacement->commit(kLongestHold);
+}
+
+RunRecord RunLog::asRunning(RunRecord run) const {
+  run.result = RunRecord::Result::Running;
+  run.process = platform_.processes.name();
+  return run;
+}
+
+// Nothing where another process does not give it up in time.
+std::unique_ptr<ProcessLock> RunLog::turn(const std::wstring& log) {
+  const std::wstring name = lockName(L"registro", platform_.locale.upper(log));
+  for (std::uint32_t waited = 0; waited < kLongestWait; waited += kBetweenMessages) {
+    if (auto lock = platform_.processes.lock(name, kBetweenMessages)) return lock;
+    platform_.eventLoop.yield();
+  }
+  return nullptr;
+}
+
+// A run of this process that is not over would have kept this one from beginning.
+ProcessFate RunLog::fateOf(const std::wstring& process) const {
+  if (process == platform_.processes.name()) return ProcessFate::HasNoRun;
+  return platform_.processes.isGone(process) ? ProcessFate::IsGone : ProcessFate::MayLive;
 }
 
 // No more than the log may have: a file that somebody else has made larger costs no more.

@@ -1,6 +1,7 @@
 #include "record/RunRecord.h"
 
 #include <algorithm>
+#include <functional>
 
 #include "values/Utf8.h"
 
@@ -25,6 +26,7 @@ const wchar_t* kindText(RunRecord::Kind kind) {
 
 const wchar_t* resultText(RunRecord::Result result) {
   switch (result) {
+    case RunRecord::Result::Running: return L"en marcha";
     case RunRecord::Result::Success: return L"correcto";
     case RunRecord::Result::Cancelled: return L"cancelado por el usuario";
     case RunRecord::Result::Refused: return L"no realizado: no se reemplaza la copia que ya existe";
@@ -78,6 +80,10 @@ void addLines(Block& block, const wchar_t* name, const EngineRemarks& remarks) {
   if (more > 0) block.line(L"(y " + std::to_wstring(more) + L" más)");
 }
 
+std::string_view withoutMark(std::string_view log) {
+  return log.starts_with(kMark) ? log.substr(kMark.size()) : log;
+}
+
 // Where the first block at or after `from` begins; npos without one.
 std::size_t blockFrom(std::string_view log, std::size_t from) {
   for (auto at = log.find(kBlockBeginning, from); at != std::string_view::npos;
@@ -85,6 +91,62 @@ std::size_t blockFrom(std::string_view log, std::size_t from) {
     if (at == 0 || log[at - 1] == '\n') return at;
   }
   return std::string_view::npos;
+}
+
+// --- Blocks as a log has them
+
+constexpr std::string_view kResult = "  Resultado: ";
+constexpr std::string_view kRunning = "  Resultado: en marcha\r\n  Proceso: ";
+constexpr std::size_t kKindAt = sizeof "=== dd-mm-yyyy hh:nn:ss " - 1;
+
+std::string_view lineOf(std::string_view block, std::size_t at) {
+  return block.substr(at, block.find('\r', at) - at);
+}
+
+std::size_t secondLineOf(std::string_view block) {
+  return std::min(block.find('\n'), block.size() - 1) + 1;
+}
+
+// What stands behind the kind of the run, the host's title.
+std::string_view titleOf(std::string_view block) {
+  const std::string_view heading = lineOf(block, 0);
+  const std::size_t colon = heading.find(": ", kKindAt);
+  return colon == std::string_view::npos ? std::string_view() : heading.substr(colon + 2);
+}
+
+// Of a block of a run that is under way, the process.
+std::optional<std::string_view> runningIn(std::string_view block) {
+  const std::size_t second = secondLineOf(block);
+  if (!block.substr(second).starts_with(kRunning)) return std::nullopt;
+  return lineOf(block, second + kRunning.size());
+}
+
+bool wasInterrupted(std::string_view block) {
+  return block.substr(secondLineOf(block)).starts_with(std::string(kResult) + "interrumpido:");
+}
+
+// The block of a run that is under way no more.
+std::string endedBlock(std::string_view block, ProcessFate fate) {
+  const bool isRestore = block.substr(std::min(kKindAt, block.size())).starts_with(utf8(L"Restauración"));
+  const std::wstring gone =
+      std::wstring(L"interrumpido: el programa terminó antes que la ") + (isRestore ? L"restauración" : L"copia");
+  const std::wstring unknown = L"no consta: no se pudo escribir en el registro";
+  const std::size_t second = secondLineOf(block);
+  const std::size_t rest = std::min(block.find('\r', second + kRunning.size()), block.size());
+  return std::string(block.substr(0, second))
+      .append(kResult)
+      .append(utf8(fate == ProcessFate::IsGone ? gone : unknown))
+      .append(block.substr(rest));
+}
+
+// Calls `visit` with each block; what comes before the first is none.
+void forEachBlock(std::string_view log, const std::function<void(std::string_view block)>& visit) {
+  log = withoutMark(log);
+  for (std::size_t at = blockFrom(log, 0); at != std::string_view::npos;) {
+    const std::size_t next = blockFrom(log, at + 1);
+    visit(log.substr(at, next - at));
+    at = next;
+  }
 }
 
 }  // namespace
@@ -101,7 +163,9 @@ std::string logBlock(const RunRecord& record) {
   Block block;
   const std::wstring start = secondMomentText(record.start);
   block.begin(start + L" " + kindText(record.kind) + L": " + record.title);
+  const bool isRunning = record.result == RunRecord::Result::Running;
   block.add(L"Resultado", std::wstring(resultText(record.result)));
+  if (isRunning) block.add(L"Proceso", record.process);
   if (record.hasTrouble()) {
     block.add(L"Avisos del motor", L"código " + std::to_wstring(record.engineCode.value_or(0)) + L", " +
                                        std::to_wstring(record.remarks.count()) + L" mensajes");
@@ -109,7 +173,7 @@ std::string logBlock(const RunRecord& record) {
   block.add(L"Copia", record.set);
   block.add(L"Datos", record.data);
   block.add(L"Inicio", start);
-  block.add(L"Fin", secondMomentText(record.end));
+  if (!isRunning) block.add(L"Fin", secondMomentText(record.end));
   block.add(L"Archivos", record.files);
   block.add(L"Bytes", record.bytes);
   block.add(L"Tamaño de la copia", record.setBytes);
@@ -123,8 +187,35 @@ std::string logBlock(const RunRecord& record) {
   return utf8(block.end());
 }
 
+std::string withoutRunning(std::string_view log, const RunRecord& run) {
+  const std::string whole = logBlock(run);
+  const std::size_t process = whole.find(kRunning) + kRunning.size();
+  const std::string_view beginning = std::string_view(whole).substr(0, whole.find('\n', process) + 1);
+  std::string others;
+  forEachBlock(log, [&](std::string_view block) {
+    if (!block.starts_with(beginning)) others += block;
+  });
+  return others;
+}
+
+SettledLog settled(std::string_view log, const std::wstring& title,
+                   const std::function<ProcessFate(const std::wstring& process)>& fateOf) {
+  const std::string wanted = utf8(inOneLine(title));
+  SettledLog result;
+  forEachBlock(log, [&](std::string_view block) {
+    std::string now(block);
+    if (const auto process = runningIn(block)) {
+      const ProcessFate fate = fateOf(std::wstring(process->begin(), process->end()));
+      if (fate != ProcessFate::MayLive) now = endedBlock(block, fate);
+    }
+    if (titleOf(now) == wanted) result.wasInterrupted = wasInterrupted(now);
+    result.log += now;
+  });
+  return result;
+}
+
 std::string logWith(std::string_view old, std::string_view block, std::size_t most) {
-  if (old.starts_with(kMark)) old.remove_prefix(kMark.size());
+  old = withoutMark(old);
   const std::size_t taken = kMark.size() + block.size();
   const std::size_t room = most > taken ? most - taken : 0;
   const std::size_t begin = blockFrom(old, old.size() > room ? old.size() - room : 0);

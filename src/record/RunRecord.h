@@ -6,6 +6,7 @@
 //
 //   === 16-11-2026 10:30:05 Copia automática: Gestion
 //     Resultado: correcto
+//     Proceso: 8f3a2c11-1a2b-01db3c5d7e9f0a1b          only while the run is under way, as platform/NewFile.h writes it
 //     Avisos del motor: código 18, 2 mensajes          only where the engine reported trouble
 //     Copia: D:\Copias\Backup16-11-26.qev              the set: made by a backup, read by a restore
 //     Datos: C:\Prog\Datos\Emp01\                      the data folder; of a restore, the folder restored to
@@ -29,6 +30,13 @@
 // and an empty line. The first line says "Copia automática", "Copia programada", "Copia manual", "Copia" (of any other
 // kind) or "Restauración", and the moment of the start; "Resultado" is "correcto", "con errores", "cancelado por el
 // usuario" or "no realizado: no se reemplaza la copia que ya existe". A line whose value is not known is left out.
+//
+// A run's block is there from its beginning: until it ends, "Resultado" is "en marcha", and what is known at the
+// beginning follows. At the end the block goes, and the run's last one is added. What a killed run has left, the next
+// run of any host finds: "Resultado" becomes "interrumpido: el programa terminó antes que la copia" (or "… que la
+// restauración"), and "Proceso" goes. "no consta: no se pudo escribir en el registro" is of a run whose process lives
+// on and could not write its last block.
+//
 // Every line but the first is indented, so "=== " at the beginning of a line begins a block and nothing else does; a
 // line of a value of several lines begins with "| ". Control characters of a value are blanks.
 //
@@ -37,6 +45,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -50,7 +59,7 @@ namespace qev {
 
 struct RunRecord {
   enum class Kind { Automatic, Scheduled, Manual, Other, Restore };
-  enum class Result { Success, Failure, Cancelled, Refused };
+  enum class Result { Running, Success, Failure, Cancelled, Refused };
 
   Kind kind = Kind::Other;
   Result result = Result::Failure;
@@ -58,7 +67,8 @@ struct RunRecord {
   std::wstring set;    // path
   std::wstring data;   // the data folder; of a restore, the folder restored to
   Date start;
-  Date end;
+  Date end;              // unless it is running
+  std::wstring process;  // while it is running: Processes::name()
   std::optional<std::uint64_t> files;
   std::optional<std::uint64_t> bytes;
   std::optional<std::uint64_t> setBytes;
@@ -82,6 +92,22 @@ inline constexpr std::size_t kMostLogBytes = 1 << 20;
 
 // The block of a run in UTF-8, its empty line included; less than 500 KiB. Throws 6 beyond the calendar.
 std::string logBlock(const RunRecord& record);
+
+// `log` without the block that says that `run` is running, if there is one: that begins as its own does. REQUIRES: it
+// is Result::Running, in a process.
+std::string withoutRunning(std::string_view log, const RunRecord& run);
+
+// What has become of a process in whose name a run is under way.
+enum class ProcessFate { MayLive, IsGone, HasNoRun };
+
+struct SettledLog {
+  std::string log;
+  bool wasInterrupted = false;  // the last run of the host that was asked for
+};
+
+// `log` in which no run is under way that cannot be: of each that is, `fateOf` tells what has become of its process.
+SettledLog settled(std::string_view log, const std::wstring& title,
+                   const std::function<ProcessFate(const std::wstring& process)>& fateOf);
 
 // A log of at most `most` bytes: as many of the last blocks of `old` as leave room, then `block`, which is there
 // whatever its size. Of `old` what is no block, or comes before the first one, is dropped.

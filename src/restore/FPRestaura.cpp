@@ -3,8 +3,6 @@
 #include <utility>
 
 #include "controls/WindowParts.h"
-#include "platform/FlagScope.h"
-#include "record/RunLog.h"
 #include "resources/resource.h"
 #include "settings/SettingsStore.h"
 
@@ -43,46 +41,25 @@ void FPRestaura::load() {
 // The run works on the values of its start: while the engine lets messages through, the host may assign others. A run
 // that the user has cancelled begins again with the next tick.
 void FPRestaura::Tiempo_Timer() {
-  if (running_) return;
-  {
-    const FlagScope running(running_);
-    showForm();
-    std::optional<RestoreRun> run;
-    const Date start = platform().clock.now();
-    const RunRecord::Result result = restore(run);
-    if (run) writeRecord(run->record(), start, result);
-  }
-  if (closeAsked_) closeForm();
-}
-
-RunRecord::Result FPRestaura::restore(std::optional<RestoreRun>& run) {
   try {
     choice_.safe = SettingsStore(platform().registry, host().settingsKey).safeMode();
     RestoreRunView& view = *this;
-    run.emplace(platform(), host(), view, choice_, loadEngine_);
-    if (run->RestaurarCopia() == RestoreRun::Outcome::Restored) {
-      showResult();
-      return RunRecord::Result::Success;
+    RestoreRun run(platform(), host(), view, choice_, loadEngine_);
+    if (run.RestaurarCopia() == RestoreRun::Outcome::Restored) {
+      showResult(run.record().shown);
+    } else {
+      choice_.bareDisks = run.bareDisks();
+      startTimer(kNextTickMilliseconds);
     }
-    choice_.bareDisks = run->bareDisks();
-    startTimer(kNextTickMilliseconds);
-    return RunRecord::Result::Cancelled;
   } catch (const AutomationError& error) {
-    showError(error.number(), error.description());
+    showError(error.description());
   } catch (const std::exception&) {
-    showError(kOutOfMemory, describeError(kOutOfMemory));
+    showError(describeError(kOutOfMemory));
   }
-  return RunRecord::Result::Failure;
 }
 
-void FPRestaura::writeRecord(RunRecord record, Date start, RunRecord::Result result) const {
-  record.start = start;
-  record.end = platform().clock.now();
-  record.result = result;
-  record.shown = shownText_;
-  record.errorNumber = errorNumber_;
-  if (errorNumber_) record.errorText = shownText_;
-  RunLog(platform()).add(record);
+const wchar_t* FPRestaura::workInHand() const {
+  return L"Se están restaurando los datos de una copia de seguridad. Espere a que termine, por favor.";
 }
 
 void FPRestaura::showTesting(bool testing) {
@@ -90,25 +67,22 @@ void FPRestaura::showTesting(bool testing) {
   UpdateWindow(window());
 }
 
-void FPRestaura::showResult() {
+void FPRestaura::showResult(const std::wstring& text) {
   restored_ = true;
   showProgress(kProgressSteps);
-  shownText_ = L"La copia de seguridad se ha restaurado correctamente.\r\n\r\nOrigen:" + choice_.Archivo +
-               L"\r\nDestino: " + choice_.Destino;
   endTimer();
-  showOutcome(L"BACKUPOK", L"Copia de Seguridad restaurada con éxito", shownText_);
+  showOutcome(L"BACKUPOK", L"Copia de Seguridad restaurada con éxito", text);
   platform().sound.beep();
 }
 
 // Whatever the run could not go on after: the message tells it, and there is no result. The user goes back to the
 // dialog and may try again.
-void FPRestaura::showError(std::int32_t number, const std::wstring& text) {
-  errorNumber_ = number;
-  shownText_ = text;
+void FPRestaura::showError(const std::wstring& text) {
   endTimer();
   setBusy(false);
   atEdge([&] { tell(text, message::kOk | message::kExclamation); });
   showOutcome(nullptr, L"Se han producido errores", L"");
+  stayOpen();
 }
 
 }  // namespace qev

@@ -26,23 +26,21 @@ class FPRestaura final : public RunWindow, private RestoreRunView {
   // RunWindow
   void load() override;
   void Tiempo_Timer() override;
+  const wchar_t* workInHand() const override;
+  bool mustBegin() const override { return false; }  // until then the data is as it was
 
   // RestoreRunView
   void showProgress(std::optional<int> permille) override { setProgress(permille); }
   void showTesting(bool testing) override;
-  bool closeAsked() const override { return closeAsked_; }
+  bool closeAsked() const override { return isCloseAsked(); }
 
-  RunRecord::Result restore(std::optional<RestoreRun>& run);
-  void writeRecord(RunRecord record, Date start, RunRecord::Result result) const;
-  void showResult();
-  void showError(std::int32_t number, const std::wstring& text);
+  void showResult(const std::wstring& text);
+  void showError(const std::wstring& text);
 
   RestoreChoice choice_;
   std::function<void()> shown_;
   CUnzipFiles::EngineLoader loadEngine_;
   std::wstring waitingLine_;  // what ESalida says while a run is under way
-  std::wstring shownText_;    // what the run ended with, for the log
-  std::optional<std::int32_t> errorNumber_;
   bool restored_ = false;
 };
 

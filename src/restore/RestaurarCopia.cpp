@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "record/RunLog.h"
 #include "set/SetFile.h"
 #include "set/Volumes.h"
 #include "zip/ArchiveCheck.h"
@@ -76,6 +77,25 @@ class TemporaryFile {
   const std::wstring path_;
 };
 
+// Keeps a run in the log for the length of a scope.
+class LoggedRun {
+ public:
+  // REQUIRES: platform and record outlive the scope.
+  LoggedRun(Platform& platform, RunRecord& record) : platform_(platform), record_(record) {
+    if (RunLog(platform_).begin(record_)) record_.notes.add(kInterruptedBefore);
+  }
+  LoggedRun(const LoggedRun&) = delete;
+  LoggedRun& operator=(const LoggedRun&) = delete;
+  ~LoggedRun() {
+    record_.end = platform_.clock.now();
+    RunLog(platform_).end(record_);
+  }
+
+ private:
+  Platform& platform_;
+  RunRecord& record_;
+};
+
 }  // namespace
 
 AutomationError setError(const AutomationError& error, const std::wstring& set) {
@@ -101,24 +121,52 @@ RestoreRun::RestoreRun(Platform& platform, HostSettings host, RestoreRunView& vi
   record_.title = host_.title;
   record_.set = choice_.Archivo;
   record_.data = choice_.Destino;
+  record_.safeMode = choice_.safe;
 }
 
 RestoreRun::Outcome RestoreRun::RestaurarCopia() {
+  record_.start = platform_.clock.now();
+  const LoggedRun logged(platform_, record_);
   try {
-    removeLeftOvers();
-    SetHeader set = readSet();
-    if (!bareDisks_ && set.totalVolumes == 1) {
-      extract(choice_.Archivo);
-      return Outcome::Restored;
-    }
-    if (!gatherDisks(set)) return Outcome::Cancelled;
-    const TemporaryFile joined(platform_.files, workingCopy(platform_.workFolder));
-    joinVolumes(platform_, set);
-    extract(joined.path());
-    return Outcome::Restored;
+    const Outcome outcome = restore();
+    noteEnd(outcome);
+    return outcome;
   } catch (const AutomationError& error) {
-    throw setError(error, choice_.Archivo);
+    const AutomationError told = setError(error, choice_.Archivo);
+    noteError(told.number(), told.description());
+    throw told;
+  } catch (const std::exception&) {
+    noteError(kOutOfMemory, describeError(kOutOfMemory));
+    throw;
   }
+}
+
+RestoreRun::Outcome RestoreRun::restore() {
+  removeLeftOvers();
+  SetHeader set = readSet();
+  if (!bareDisks_ && set.totalVolumes == 1) {
+    extract(choice_.Archivo);
+    return Outcome::Restored;
+  }
+  if (!gatherDisks(set)) return Outcome::Cancelled;
+  const TemporaryFile joined(platform_.files, workingCopy(platform_.workFolder));
+  joinVolumes(platform_, set);
+  extract(joined.path());
+  return Outcome::Restored;
+}
+
+void RestoreRun::noteEnd(Outcome outcome) {
+  record_.result = RunRecord::Result::Cancelled;
+  if (outcome != Outcome::Restored) return;
+  record_.result = RunRecord::Result::Success;
+  record_.shown = L"La copia de seguridad se ha restaurado correctamente.\r\n\r\nOrigen:" + choice_.Archivo +
+                  L"\r\nDestino: " + choice_.Destino;
+}
+
+void RestoreRun::noteError(std::int32_t number, const std::wstring& text) {
+  record_.result = RunRecord::Result::Failure;
+  record_.errorNumber = number;
+  record_.errorText = record_.shown = text;
 }
 
 // Those of a run that is under way in another process are in use, and stay.

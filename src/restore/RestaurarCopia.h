@@ -55,10 +55,10 @@ class RestoreRun {
 
   // Restores the set. A failure of the engine is told in a message box, and counts as restored; Cancelled is the user's
   // answer to a question about a disk. Throws an AutomationError, whose description says what and where, for anything
-  // else that keeps the set from being restored.
+  // else that keeps the set from being restored. The run is in the log (record/RunLog.h) from its beginning on.
   Outcome RestaurarCopia();
 
-  // What the log is to tell of the run, but for its moments, its result and what was shown.
+  // What the log tells of the run; `shown` is what the window is to show of its end, empty where it shows nothing.
   const RunRecord& record() const { return record_; }
 
   // Whether the set is on disks without headers, for the next run after a cancelled one: the disk that is in the drive
@@ -66,6 +66,9 @@ class RestoreRun {
   bool bareDisks() const { return bareDisks_; }
 
  private:
+  Outcome restore();
+  void noteEnd(Outcome outcome);
+  void noteError(std::int32_t number, const std::wstring& text);
   void removeLeftOvers() const;
   SetHeader readSet();
   bool isBareSlice() const;

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "EngineFixture.h"
-#include "ProcessUse.h"
 #include "UnzipFixture.h"
+#include "support/ProcessUse.h"
 #include "support/ZipWriter.h"
 
 namespace qev::test {

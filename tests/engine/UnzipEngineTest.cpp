@@ -9,8 +9,8 @@
 #include <thread>
 #include <vector>
 
-#include "ProcessUse.h"
 #include "UnzipFixture.h"
+#include "support/ProcessUse.h"
 #include "support/ZipWriter.h"
 
 namespace qev::test {

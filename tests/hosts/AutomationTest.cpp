@@ -252,6 +252,19 @@ TEST_F(AutomationObject, CopiaAutoMakesASetAndClosesByItself) {
   EXPECT_EQ(std::string("PK\x03\x04", 4), std::string(signature, 4));
 }
 
+TEST_F(AutomationObject, AQuitMessageThatIsWaitingDoesNotKeepCopiaAutoFromMakingTheSet) {
+  writeFile(root_ / L"Datos" / L"Emp01" / L"clientes.txt", "Peña");
+  const auto object = create();
+  object->put_Titulo(Bstr(L"Gestion").get());
+  ASSERT_EQ(S_OK, object->put_Registro(Bstr(kKey).get()));
+  PostQuitMessage(17);
+  ASSERT_EQ(S_OK, object->CopiaAuto()) << "it closes by itself: who quits has asked for that";
+  EXPECT_TRUE(fs::exists(today()));
+  MSG message{};
+  ASSERT_TRUE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE)) << "it is left to the host's loop";
+  EXPECT_EQ(17u, message.wParam);
+}
+
 TEST_F(AutomationObject, DirDatosNamesTheDataInPlaceOfThoseThatRegistroRead) {
   writeFile(root_ / L"Datos" / L"Emp01" / L"clientes.txt", "uno");
   fs::create_directories(root_ / L"Datos" / L"Emp02");

@@ -11,6 +11,9 @@
 
 #include "platform/Platform.h"
 #include "platform/SystemServices.h"
+#include "platform/WithMessages.h"
+#include "support/Silence.h"
+#include "support/TemporaryFolder.h"
 
 namespace qev::test {
 namespace {
@@ -75,6 +78,20 @@ TEST(SystemPlatformTest, TicksPassAsMillisecondsDo) {
 
 TEST(SystemPlatformTest, TheProcessIsThatOfTheSystem) {
   EXPECT_EQ(systemPlatform().processes.id(), GetCurrentProcessId());
+}
+
+TEST(SystemPlatformTest, AProcessIsToldByItsNameAndKnownToBeGoneAfterIt) {
+  Processes& processes = systemPlatform().processes;
+  const std::wstring name = processes.name();
+  EXPECT_EQ(name, processes.name());
+  EXPECT_FALSE(processes.isGone(name));
+  const std::wstring machine = name.substr(0, 9);
+  EXPECT_TRUE(processes.isGone(machine + L"fffffff0-" + name.substr(name.size() - 16))) << "no process of that id";
+  EXPECT_TRUE(processes.isGone(name.substr(0, name.size() - 16) + L"0000000000000001")) << "an earlier one of this id";
+  EXPECT_FALSE(processes.isGone(L"00000000" + name.substr(8))) << "of another machine";
+  for (const wchar_t* none : {L"", L"123", L"qev0000feed-1-0000000000000001-0.tmp", L"copia.qev"}) {
+    EXPECT_FALSE(processes.isGone(none)) << none;
+  }
 }
 
 TEST(SystemPlatformTest, ALockIsHeldByOneAtATimeUntilItIsGivenBack) {
@@ -166,6 +183,87 @@ TEST(SystemPlatformTest, AQuitMessageIsPutBackForTheLoopThatItWasMeantFor) {
   EXPECT_EQ(message.wParam, 17u);
 }
 
+// It would come before timers and painting, and each of them with it.
+TEST(SystemPlatformTest, AQuitMessageKeepsNoOtherMessageWaiting) {
+  CountingWindow window;
+  PostQuitMessage(17);
+  systemPlatform().eventLoop.yield();
+  SetTimer(window.handle(), 1, 10, [](HWND timed, UINT, UINT_PTR, DWORD) {
+    PostMessageW(timed, CountingWindow::kMessage, 0, 0);
+    KillTimer(timed, 1);
+  });
+  for (int i = 0; i < 50 && window.received == 0; ++i) {
+    Sleep(10);
+    systemPlatform().eventLoop.yield();
+  }
+  EXPECT_EQ(window.received, 1);
+  MSG message{};
+  ASSERT_TRUE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
+  EXPECT_EQ(message.wParam, 17u);
+}
+
+// --- What takes its time ---
+
+TEST(SystemPlatformTest, WorkThatTakesItsTimeLeavesTheWindowsTheirMessagesAndKeepsTheErrorMode) {
+  DWORD before = 0;
+  SetThreadErrorMode(SEM_FAILCRITICALERRORS, &before);
+  DWORD inTheWork = 0;
+  const Silence silence;
+  const DWORD code = withMessages(systemPatience(), [&] {
+    inTheWork = GetThreadErrorMode();
+    Sleep(4000);
+    return DWORD{ERROR_DISK_FULL};
+  });
+  SetThreadErrorMode(before, nullptr);
+  EXPECT_EQ(code, DWORD{ERROR_DISK_FULL});
+  EXPECT_EQ(inTheWork, DWORD{SEM_FAILCRITICALERRORS});
+  EXPECT_LT(silence.longest(), kLongestSilence);
+  EXPECT_GT(silence.ticks(), 10);
+}
+
+TEST(SystemPlatformTest, WorkThatTakesItsTimeIsNotHurriedByAQuitMessageWhichIsPutBack) {
+  static int given;
+  given = 0;
+  PostQuitMessage(17);
+  const Patience patience{.giveMessages = [](void*) {
+    ++given;
+    systemPlatform().eventLoop.yield();
+  }};
+  EXPECT_EQ(withMessages(patience, [] { return Sleep(1000), DWORD{ERROR_SUCCESS}; }), DWORD{ERROR_SUCCESS});
+  EXPECT_LT(given, 100) << "no thread waits as fast as it can";
+  MSG message{};
+  ASSERT_TRUE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
+  EXPECT_EQ(message.wParam, 17u);
+}
+
+TEST(SystemPlatformTest, AFileIsCopiedToASlowDiskWhileTheWindowsGetTheirMessages) {
+  const TemporaryFolder folder;
+  folder.write(L"a.txt", "uno");
+  FileSystemWindows files(systemPatience(), [](const wchar_t* from, const wchar_t* to, BOOL keeps) -> BOOL {
+    Sleep(4000);
+    return CopyFileW(from, to, keeps);
+  });
+  const Silence silence;
+  files.copyFile(folder / L"a.txt", folder / L"b.txt");
+  EXPECT_LT(silence.longest(), kLongestSilence);
+  EXPECT_EQ(folder.bytes(L"b.txt"), "uno");
+}
+
+// --- The session ---
+
+TEST(SystemPlatformTest, TheMachineIsKeptAwakeForAsLongAsItIsAskedForAndWhatTheHostWantsOfItStays) {
+  constexpr EXECUTION_STATE display = ES_CONTINUOUS | ES_DISPLAY_REQUIRED;
+  const CountingWindow window;
+  EXECUTION_STATE atWork = 0;
+  SetThreadExecutionState(display);
+  {
+    const auto kept = systemPlatform().session.keep(window.handle(), L"Copia en marcha");
+    atWork = SetThreadExecutionState(ES_SYSTEM_REQUIRED);  // answers what lasts
+  }
+  EXPECT_EQ(atWork, display | ES_SYSTEM_REQUIRED);
+  EXPECT_EQ(SetThreadExecutionState(ES_CONTINUOUS), display);
+}
+
 // --- Message boxes, answered by a second thread ---
 
 struct SeenBox {
@@ -217,6 +315,23 @@ TEST_F(SystemMessagesTest, AQuestionShowsItsTextAndItsTwoButtonsAndGivesTheAnswe
   EXPECT_EQ(seen.text, L"¿Desea reemplazarlo?");
   EXPECT_EQ(seen.buttons, (std::vector<int>{IDYES, IDNO}));
   EXPECT_EQ(show(L"¿Reintentar?", message::kYesNo | message::kCritical, IDNO), Answer::No);
+}
+
+TEST_F(SystemMessagesTest, NoQuitMessageAnswersAQuestionNeitherOneThatWaitsNorOneThatComes) {
+  PostQuitMessage(17);
+  EXPECT_EQ(show(L"¿Desea reemplazarlo?", message::kYesNo | message::kQuestion, IDNO), Answer::No);
+  MSG message{};
+  ASSERT_TRUE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
+  EXPECT_EQ(message.wParam, 17u);
+  const DWORD thread = GetCurrentThreadId();
+  std::thread quitter([thread] {
+    for (int i = 0; i < 400 && !FindWindowW(L"#32770", kTitle); ++i) std::this_thread::sleep_for(5ms);
+    PostThreadMessageW(thread, WM_QUIT, 18, 0);
+  });
+  EXPECT_EQ(show(L"¿Desea reemplazarlo?", message::kYesNo | message::kQuestion, IDNO), Answer::No);
+  quitter.join();
+  ASSERT_TRUE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
+  EXPECT_EQ(message.wParam, 18u);
 }
 
 TEST_F(SystemMessagesTest, APromptHasOkAndCancelAndGivesTheAnswer) {

@@ -18,8 +18,10 @@
 #include "backup/HacerCopia.h"
 #include "platform/Handle.h"
 #include "support/FakePlatform.h"
+#include "support/OtherProcess.h"
 #include "support/RecordingEngine.h"
 #include "support/RecordingView.h"
+#include "support/Silence.h"
 #include "support/SmallDisk.h"
 #include "support/TemporaryFolder.h"
 
@@ -158,9 +160,9 @@ TEST_F(RunLogTest, DISABLED_OtherProcess) {
   for (int i = 0; i < kRecordsOfAProcess; ++i) add(name + std::to_wstring(i));
 }
 
-class OtherProcess {
+class WritingProcess {
  public:
-  explicit OtherProcess(const std::wstring& workFolder) {
+  explicit WritingProcess(const std::wstring& workFolder) {
     std::array<wchar_t, MAX_PATH> program{};
     GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size()));
     std::wstring command = L"\"" + std::wstring(program.data()) +
@@ -190,8 +192,8 @@ class OtherProcess {
 };
 
 TEST_F(RunLogTest, TwoProcessesAtOnceLoseNoBlockAndTearNone) {
-  const OtherProcess one(folder_.path());
-  const OtherProcess two(folder_.path());
+  const WritingProcess one(folder_.path());
+  const WritingProcess two(folder_.path());
   for (int i = 0; i < kRecordsOfAProcess; ++i) add(L"madre-" + std::to_wstring(i));
   ASSERT_EQ(0u, one.result());
   ASSERT_EQ(0u, two.result());
@@ -240,6 +242,45 @@ TEST_F(RunLogTest, AProcessThatKeepsTheLockCostsARecordAndAFewSecondsNoMore) {
   EXPECT_LT(waited, 4000u);
   add(L"Otra");
   EXPECT_THAT(titlesIn(log()), ElementsAre("Gestion", "Otra"));
+}
+
+// --- a process that is killed ---
+
+TEST_F(RunLogTest, DISABLED_BeginsARun) {
+  const wchar_t* folder = _wgetenv(kChildVariable);
+  ASSERT_TRUE(folder);
+  useFolder(folder);
+  RunLog(platform_).begin(recordOf(L"Gestion"));
+  OtherProcess::signalAndSleep();
+}
+
+TEST_F(RunLogTest, ARunWhoseProcessIsKilledIsUnderWayUntilTheNextOneFindsOut) {
+  SetEnvironmentVariableW(kChildVariable, folder_.path().c_str());
+  const OtherProcess other(L"RunLogTest.DISABLED_BeginsARun");
+  ASSERT_TRUE(other.hasSignalled());
+  EXPECT_THAT(log(), HasSubstr(" Copia manual: Gestion\r\n  Resultado: en marcha\r\n  Proceso: "));
+  RunRecord next = recordOf(L"Gestion");
+  EXPECT_FALSE(RunLog(platform_).begin(next)) << "it may come to its end yet";
+  RunLog(platform_).end(next);
+  EXPECT_THAT(log(), HasSubstr("en marcha"));
+  other.kill();
+  EXPECT_FALSE(RunLog(platform_).begin(recordOf(L"Otra")));
+  EXPECT_THAT(log(), HasSubstr("  Resultado: interrumpido: el programa termin\xC3\xB3 antes que la copia\r\n"));
+}
+
+// A run in one of the messages would write its block in this one's turn: the lock lets its own thread through.
+TEST_F(RunLogTest, WhileSomebodyHoldsTheLogTheWindowsGetNoMessages) {
+  add(L"Gestion");
+  const auto held = UniqueFile(CreateFileW((folder_ / L"registro.log").c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                           OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  ASSERT_TRUE(held);
+  const Silence silence;
+  const ULONGLONG start = GetTickCount64();
+  add(L"Otra");
+  EXPECT_GE(GetTickCount64() - start, 900u) << "it waits";
+  EXPECT_EQ(0, silence.ticks());
+  EXPECT_LT(silence.longest(), kLongestSilence);
+  EXPECT_THAT(titlesIn(log()), ElementsAre("Gestion"));
 }
 
 // --- what a run leaves in it ---

@@ -250,6 +250,64 @@ TEST_F(RestaurarCopiaTest, WhateverFileOperationFailsTheSetStaysAndNothingIsLeft
   EXPECT_GT(failures, 5u);
 }
 
+// --- The log ---
+
+constexpr wchar_t kLog[] = L"C:\\Trabajo\\registro.log";
+
+TEST_F(RestaurarCopiaTest, TheRunIsInTheLogFromItsBeginningOnAndOnceWhenItHasEnded) {
+  std::string atWork;
+  const auto work = engine.work;
+  engine.work = [&] {
+    atWork = fake.files.bytes(kLog);
+    return work();
+  };
+  run();
+  EXPECT_THAT(atWork, HasSubstr(" Restauraci\xC3\xB3n: Gestion\r\n  Resultado: en marcha\r\n  Proceso: "));
+  EXPECT_THAT(atWork, HasSubstr("  Copia: D:\\Copias\\copia.qev\r\n"));
+  const std::string log = fake.files.bytes(kLog);
+  EXPECT_THAT(log, HasSubstr("  Resultado: correcto\r\n"));
+  EXPECT_THAT(log, HasSubstr("    | La copia de seguridad se ha restaurado correctamente.\r\n    | Origen:D:"));
+  EXPECT_THAT(log, Not(HasSubstr("en marcha")));
+  EXPECT_EQ(log.find("=== "), log.rfind("=== "));
+}
+
+TEST_F(RestaurarCopiaTest, TheLogTellsThatTheRunBeforeWasInterruptedAndWhetherThisOneIsSafe) {
+  fake.processes.gone = {L"0000feed-2f-0000000000000007"};
+  fake.files.put(kLog,
+                 "=== 15-11-2026 09:00:00 Copia: Gestion\r\n  Resultado: en marcha\r\n"
+                 "  Proceso: 0000feed-2f-0000000000000007\r\n\r\n");
+  choice.safe = true;
+  run();
+  std::string log = fake.files.bytes(kLog);
+  EXPECT_THAT(log, HasSubstr("  Resultado: interrumpido: el programa termin\xC3\xB3 antes que la copia\r\n"));
+  EXPECT_THAT(
+      log,
+      HasSubstr("    | La copia o la restauraci\xC3\xB3n anterior de este programa no lleg\xC3\xB3 a terminar\r\n"));
+  EXPECT_THAT(log, HasSubstr("  Modo seguro: s\xC3\xAD\r\n"));
+  choice.safe = false;
+  fake.files.deleteFile(kLog, true);
+  run();
+  log = fake.files.bytes(kLog);
+  EXPECT_THAT(log, Not(HasSubstr("anterior")));
+  EXPECT_THAT(log, HasSubstr("  Modo seguro: no\r\n"));
+}
+
+TEST_F(RestaurarCopiaTest, TheLogTellsTheErrorThatEndedTheRun) {
+  fake.files.makeUnreadable(kSet, kDiskNotReady);
+  failure();
+  EXPECT_THAT(fake.files.bytes(kLog), HasSubstr("  Resultado: con errores\r\n"));
+  EXPECT_THAT(fake.files.bytes(kLog), HasSubstr("\r\n  Error: 71-El disco no est\xC3\xA1 preparado"));
+  EXPECT_THAT(fake.files.bytes(kLog), Not(HasSubstr("en marcha")));
+}
+
+TEST_F(RestaurarCopiaTest, ARunThatTheUserCancelsAtADiskIsInTheLogAsSuch) {
+  choice.Archivo = kOnDisk;
+  choice.set = SetHeader{L"Gestion", fake.clock.now(), 2, 1, L"C:"};
+  fake.messages.willAnswer({Answer::Cancel});
+  EXPECT_EQ(run(), RestoreRun::Outcome::Cancelled);
+  EXPECT_THAT(fake.files.bytes(kLog), HasSubstr("  Resultado: cancelado por el usuario\r\n"));
+}
+
 TEST_F(RestaurarCopiaTest, AnEngineThatCannotBeLoadedOrThatThrowsEndsTheRunAndNothingIsLeft) {
   engine.onLoad = [] { throw AutomationError(kFileNotFound, L"VANTO6.DLL"); };
   EXPECT_THAT(failure().description(), HasSubstr(L"VANTO6.DLL"));

@@ -174,4 +174,17 @@ std::unique_ptr<ProcessLock> FakeProcesses::lock(const std::wstring& name, std::
   return std::make_unique<Held>(held, name);
 }
 
+// --- FakeSession ---
+
+std::unique_ptr<Uninterrupted> FakeSession::keep(WindowHandle window, const std::wstring& reason) {
+  struct Scope : Uninterrupted {
+    explicit Scope(std::vector<Kept>& kept) : now(kept) {}
+    ~Scope() override { now.pop_back(); }
+    std::vector<Kept>& now;
+  };
+  ever.push_back({window, reason});
+  now.push_back(ever.back());
+  return std::make_unique<Scope>(now);
+}
+
 }  // namespace qev::test

@@ -239,7 +239,25 @@ class FakeProcesses : public Processes {
     const auto known = users.find(path);
     return known == users.end() ? std::vector<std::wstring>() : known->second;
   }
+  std::set<std::wstring> gone;  // names of processes that do not live any more
+
+  std::wstring name() const override { return L"0000feed-1267-0000000000000001"; }
+  bool isGone(const std::wstring& name) const override { return gone.contains(name); }
   std::unique_ptr<ProcessLock> lock(const std::wstring& name, std::uint32_t milliseconds) override;
+};
+
+// What is kept from being interrupted now, and all that ever was.
+class FakeSession : public Session {
+ public:
+  struct Kept {
+    WindowHandle window;
+    std::wstring reason;
+    bool operator==(const Kept&) const = default;
+  };
+  std::vector<Kept> now;
+  std::vector<Kept> ever;
+
+  std::unique_ptr<Uninterrupted> keep(WindowHandle window, const std::wstring& reason) override;
 };
 
 // The names that windows have now, and how many were given and taken back.
@@ -284,7 +302,7 @@ Platform with(const Platform& platform, Services&... others) {
           replaced::by(platform.keyboard, others...),      replaced::by(platform.eventLoop, others...),
           replaced::by(platform.folderChooser, others...), replaced::by(platform.accessibility, others...),
           replaced::by(platform.textPrompt, others...),    replaced::by(platform.fileChooser, others...),
-          replaced::by(platform.processes, others...)};
+          replaced::by(platform.processes, others...),     replaced::by(platform.session, others...)};
 }
 
 // All of them together; the services are there for the test to set up and to look at.
@@ -305,13 +323,14 @@ class FakePlatform {
   FakeTextPrompt textPrompt;
   FakeFileChooser fileChooser;
   FakeProcesses processes;
+  FakeSession session;
 
   // The seam that the code under test takes.
   Platform& platform() { return platform_; }
 
  private:
   Platform platform_{registry, files,     clock,         drives,        messages,   locale,      workFolder, sound,
-                     keyboard, eventLoop, folderChooser, accessibility, textPrompt, fileChooser, processes};
+                     keyboard, eventLoop, folderChooser, accessibility, textPrompt, fileChooser, processes,  session};
 };
 
 }  // namespace qev::test

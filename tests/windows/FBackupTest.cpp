@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <thread>
 
 #include "resources/resource.h"
 #include "support/Hands.h"
@@ -299,6 +300,153 @@ TEST_F(BackupWindow, ACloseAskedForInTheMiddleTakesEffectWhenTheRunHasEnded) {
   EXPECT_TRUE(openAtEnd);
   EXPECT_TRUE(session_.finished);
   EXPECT_TRUE(fs::exists(target())) << "the run was not cut short";
+}
+
+// An engine that leaves nothing, when the user has seen enough.
+std::unique_ptr<ZipEngine> loadInVain() {
+  slow::engine.work = [] {
+    ++slow::runs;
+    slow::waitUntilLetGo();
+    slow::engine.say(L"zip error: Could not create output file (copia.qev)\r\n");
+    return 15;
+  };
+  return slow::engine.loader()();
+}
+
+// However it is asked to close in the middle: the close box, and WM_CLOSE from outside.
+class BackupWindowClosed : public BackupWindow, public testing::WithParamInterface<UINT> {
+ protected:
+  static void askToClose(HWND form) {
+    if (GetParam() == WM_QUIT) {
+      PostThreadMessageW(GetWindowThreadProcessId(form, nullptr), WM_QUIT, 9, 0);
+    } else {
+      PostMessageW(form, GetParam(), GetParam() == WM_SYSCOMMAND ? SC_CLOSE : 0, 0);
+    }
+    std::this_thread::sleep_for(300ms);
+  }
+
+  // Takes the quit message that was put back.
+  static void expectQuit() {
+    MSG message{};
+    EXPECT_EQ(GetParam() == WM_QUIT, PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE) != FALSE);
+  }
+};
+
+TEST_P(BackupWindowClosed, InTheMiddleOfARunThatFailsShowsTheFailureUntilItIsClosedAgain) {
+  slow::held = true;
+  bool inTheMiddle = false;
+  show(
+      [&](HWND form) {
+        ASSERT_TRUE(waitFor([] { return slow::runs > 0; }));
+        askToClose(form);
+        inTheMiddle = IsWindow(form);
+        slow::held = false;
+        ASSERT_TRUE(finished(form));
+        keepPicture(form, L"FBackup-errores-tras-pedir-el-cierre");
+        ASSERT_TRUE(IsWindowVisible(form)) << "nobody has seen the failure";
+        EXPECT_EQ(L"  Se han producido errores", textOf(form, FBackup_ESalida));
+        EXPECT_THAT(textOf(form, FBackup_TResultado), testing::HasSubstr(L"Error: "));
+        click(form, FBackup_BAceptar);
+      },
+      loadInVain);
+  EXPECT_TRUE(inTheMiddle);
+  EXPECT_TRUE(session_.finished);
+  expectQuit();
+}
+
+TEST_P(BackupWindowClosed, InTheMiddleOfARunThatSucceedsClosesItAtTheEnd) {
+  makeFiles(3);
+  slow::held = true;
+  bool openInTheMiddle = false;
+  show([&](HWND form) {
+    ASSERT_TRUE(waitFor([] { return slow::runs > 0; }));
+    askToClose(form);
+    openInTheMiddle = IsWindow(form) && !session_.finished;
+    slow::held = false;
+    EXPECT_TRUE(closed(form));
+  });
+  EXPECT_TRUE(openInTheMiddle);
+  EXPECT_TRUE(session_.finished);
+  expectASetWithItsHeader();
+  expectQuit();
+}
+
+INSTANTIATE_TEST_SUITE_P(Ways, BackupWindowClosed, testing::Values(WM_SYSCOMMAND, WM_CLOSE, WM_QUIT));
+
+TEST_F(BackupWindow, ACloseAskedForBeforeTheRunBeginsTakesEffectWhenItHasEnded) {
+  std::atomic<bool> asked{false};
+  std::thread hasty([&] {  // long before a user could
+    asked = waitFor([] {
+      const HWND form = findForm(kTitle, FBackup_TResultado);
+      return form && PostMessageW(form, WM_COMMAND, MAKEWPARAM(IDCANCEL, BN_CLICKED), 0);
+    });
+  });
+  show([](HWND) {});
+  hasty.join();
+  EXPECT_TRUE(asked);
+  EXPECT_EQ(1, slow::runs);
+  expectASetWithItsHeader();
+}
+
+TEST_F(BackupWindow, AQuitMessageThatIsWaitingDoesNotKeepTheBackupFromBeingMade) {
+  PostQuitMessage(17);
+  show([](HWND) {});
+  EXPECT_EQ(1, slow::runs);
+  expectASetWithItsHeader();
+  MSG message{};
+  ASSERT_TRUE(PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
+  EXPECT_EQ(UINT{WM_QUIT}, message.message) << "it is put back for the host's loop";
+  EXPECT_EQ(17u, message.wParam);
+}
+
+// A message of a window of the host, which the form's own loop dispatches, posts it: before the first tick.
+TEST_F(BackupWindow, AQuitMessageThatComesBeforeTheRunDoesNotEither) {
+  constexpr UINT quit = WM_APP + 9;
+  const HostWindow host;
+  SetWindowLongPtrW(host, GWLP_WNDPROC,
+                    reinterpret_cast<LONG_PTR>(+[](HWND window, UINT message, WPARAM wParam, LPARAM lParam) -> LRESULT {
+                      if (message == quit) PostQuitMessage(18);
+                      return DefWindowProcW(window, message, wParam, lParam);
+                    }));
+  PostMessageW(host, quit, 0, 0);
+  show([](HWND) {});
+  EXPECT_EQ(1, slow::runs);
+  expectASetWithItsHeader();
+  MSG message{};
+  ASSERT_TRUE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
+  EXPECT_EQ(18u, message.wParam);
+}
+
+TEST_F(BackupWindow, WhileItWorksWindowsIsToldToWaitAndWhyAndNotToFallAsleep) {
+  FakeSession windows;
+  Platform platform = with(systemPlatform(), windows);
+  makeFiles(3);
+  slow::held = true;
+  FBackup window(platform, host_, session_, slow::load);
+  window.RutaDestino = target();
+  HWND shown = nullptr;
+  std::vector<FakeSession::Kept> atWork;
+  LRESULT mayEndAtWork = TRUE, mayEndAfterwards = FALSE;
+  slow::afterFirstFile = [&] { atWork = windows.now; };
+  use(
+      kTitle, FBackup_TResultado, [&] { window.showModal(); },
+      [&](HWND form) {
+        shown = form;
+        ASSERT_TRUE(waitFor([] { return slow::runs > 0; }));
+        mayEndAtWork = SendMessageW(form, WM_QUERYENDSESSION, 0, 0);
+        slow::held = false;
+        ASSERT_TRUE(finished(form));
+        std::this_thread::sleep_for(200ms);
+        mayEndAfterwards = SendMessageW(form, WM_QUERYENDSESSION, 0, 0);
+        click(form, FBackup_BAceptar);
+      });
+  ASSERT_EQ(1u, atWork.size());
+  EXPECT_EQ(static_cast<WindowHandle>(shown), atWork[0].window);
+  EXPECT_EQ(L"Se está haciendo la copia de seguridad de los datos. Espere a que termine, por favor.", atWork[0].reason);
+  EXPECT_EQ(FALSE, mayEndAtWork);
+  EXPECT_EQ(TRUE, mayEndAfterwards);
+  EXPECT_TRUE(windows.now.empty()) << "Windows is told when it is over";
+  EXPECT_EQ(1u, windows.ever.size());
 }
 
 TEST_F(BackupWindow, ClosingItAnyOtherWaySetsTheFinishedFlag) {

@@ -5,6 +5,7 @@
 
 #include "set/Volumes.h"
 #include "support/ScriptedEngine.h"
+#include "support/Silence.h"
 #include "support/SlowToShow.h"
 #include "support/SmallDisk.h"
 #include "support/TextFit.h"
@@ -264,6 +265,31 @@ TEST_F(RestoreFromDisks, AThreeVolumeSetIsAskedForDiskByDiskAndRestoredWhole) {
   EXPECT_EQ(kDisk3, fake_.messages.shown[3].text);
   EXPECT_THAT(workFiles(), ElementsAre(L"copia.zip1", L"copia.zip2", L"copia.zip3")) << "the joined set is gone";
   EXPECT_EQ(1, fake_.sound.beeps) << "one result";
+}
+
+TEST_F(RestoreFromDisks, SlowDisksLeaveTheWindowsTheirMessages) {
+  FileSystemWindows slowFiles(systemPatience(), [](const wchar_t* from, const wchar_t* to, BOOL keeps) -> BOOL {
+    Sleep(3000);
+    return CopyFileW(from, to, keeps);
+  });
+  DiskDrive drive(slowFiles);
+  Platform platform = with(platform_, drive);
+  drive.insert(disk(1));
+  fake_.messages.onShow = [&](const FakeMessages::Shown& shown) {
+    for (int i = 1; i <= 3; ++i) {
+      if (shown.text == L"Introduzca el disco " + std::to_wstring(i) + L" para continuar") drive.insert(disk(i));
+    }
+  };
+  fake_.messages.willAnswer({Answer::Yes, Answer::Ok, Answer::Ok, Answer::Ok});
+  std::wstring result;
+  const Silence silence;
+  runOn(platform, [&](HWND form) {
+    begin(form, L"A:\\copia.qev");
+    result = closeRun();
+  });
+  EXPECT_LT(silence.longest(), kLongestSilence);
+  EXPECT_EQ(success(L"A:\\copia.qev", target()), result);
+  expectAllRestored();
 }
 
 TEST_F(RestoreFromDisks, AWrongDiskIsSaidAndTakenAllTheSameOnOk) {
@@ -596,6 +622,63 @@ TEST_F(RestoreWindow, ACloseAskedForInTheMiddleTakesEffectWhenTheRunHasEnded) {
   EXPECT_TRUE(openInTheMiddle);
   EXPECT_EQ(1, slow::runs);
   expectNothingLeft();
+}
+
+TEST_F(RestoreWindow, ACloseAskedForInTheMiddleOfARunThatFailsLeavesTheFailureToBeSeen) {
+  const std::wstring set = putSlowSet(1);
+  slow::held = true;
+  loadEngine_ = [] {
+    slow::engine.work = []() -> int {
+      ++slow::depth;
+      slow::waitUntilLetGo();
+      --slow::depth;
+      throw AutomationError(kDeviceInputOutput, L"D:");
+    };
+    return slow::engine.loader()();
+  };
+  fake_.messages.willAnswer({Answer::Yes, Answer::Ok});
+  run([&](HWND form) {
+    begin(form, set);
+    ASSERT_TRUE(waitFor([] { return slow::depth > 0; }));
+    const HWND window = findForm(kTitle, FPRestaura_TResultado);
+    PostMessageW(window, WM_CLOSE, 0, 0);
+    std::this_thread::sleep_for(300ms);
+    slow::held = false;
+    ASSERT_EQ(window, ended());
+    keepPicture(window, L"FPRestaura-errores-tras-pedir-el-cierre");
+    ASSERT_TRUE(IsWindowVisible(window));
+    EXPECT_EQ(L"Se han producido errores", textOf(window, FPRestaura_ESalida));
+    click(window, FPRestaura_BAceptar);
+    leave(form);
+  });
+  EXPECT_EQ(2u, texts().size());
+}
+
+TEST_F(RestoreWindow, WhileItWorksWindowsIsToldToWaitAndWhy) {
+  FakeSession windows;
+  Platform platform = with(platform_, windows);
+  const std::wstring set = putSlowSet(3);
+  slow::held = true;
+  fake_.messages.willAnswer({Answer::Yes});
+  LRESULT mayEnd = TRUE;
+  std::size_t kept = 0;
+  runOn(platform, [&](HWND form) {
+    begin(form, set);
+    ASSERT_TRUE(waitFor([] { return slow::depth > 0; }));
+    const HWND window = findForm(kTitle, FPRestaura_TResultado);
+    mayEnd = SendMessageW(window, WM_QUERYENDSESSION, 0, 0);
+    kept = windows.now.size();
+    slow::held = false;
+    ended();
+    EXPECT_EQ(TRUE, SendMessageW(window, WM_QUERYENDSESSION, 0, 0));
+    click(window, FPRestaura_BAceptar);
+  });
+  EXPECT_EQ(FALSE, mayEnd);
+  EXPECT_EQ(1u, kept);
+  ASSERT_EQ(1u, windows.ever.size());
+  EXPECT_EQ(L"Se están restaurando los datos de una copia de seguridad. Espere a que termine, por favor.",
+            windows.ever[0].reason);
+  EXPECT_TRUE(windows.now.empty());
 }
 
 TEST_F(RestoreWindow, WhatAKilledRunLeftBehindGoesWithTheNext) {

@@ -30,6 +30,7 @@ using testing::AnyOf;
 using testing::Each;
 using testing::ElementsAre;
 using testing::EndsWith;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
@@ -186,6 +187,12 @@ bool startAndKill(const std::wstring& folder, const std::wstring& task, int mome
 
 const auto isUnfinished = AllOf(StartsWith(L"qev"), EndsWith(L".tmp"));
 
+// Of a log: nothing is under way in it, and the last run was a success.
+MATCHER(EndsWithSuccess, "") {
+  const std::string& log = arg;
+  return log.find("en marcha") == std::string::npos && log.find("correcto", log.rfind("=== ")) != std::string::npos;
+}
+
 class KilledRestore : public testing::Test {
  protected:
   void SetUp() override {
@@ -203,7 +210,12 @@ class KilledRestore : public testing::Test {
   }
 
   void expectTheNextRestoreSucceeds() {
+    EXPECT_THAT(folder_.bytes(L"trabajo\\registro.log"), HasSubstr("\r\n  Resultado: en marcha\r\n"));
     EXPECT_EQ(RestoreRun::Outcome::Restored, host_.restore());
+    EXPECT_THAT(
+        folder_.bytes(L"trabajo\\registro.log"),
+        HasSubstr("  Resultado: interrumpido: el programa termin\xC3\xB3 antes que la restauraci\xC3\xB3n\r\n"));
+    EXPECT_THAT(folder_.bytes(L"trabajo\\registro.log"), EndsWithSuccess());
     EXPECT_THAT(host_.messages().shown, IsEmpty());
     EXPECT_THAT(folder_.list(L"destino"), ElementsAre(L"Datos", L"a.txt", L"grande.db", L"z.txt"));
     EXPECT_EQ("a", folder_.bytes(L"destino\\a.txt"));

@@ -1,6 +1,7 @@
-#include "ProcessUse.h"
+#include "support/ProcessUse.h"
 
 #include <psapi.h>
+#include <tlhelp32.h>
 
 #include <cstdint>
 
@@ -22,8 +23,9 @@ SIZE_T memoryInUse() {
   return counters.PagefileUsage;
 }
 
-size_t processHeapInUse() {
-  const HANDLE heap = GetProcessHeap();
+namespace {
+
+size_t inUse(HANDLE heap) {
   size_t total = 0;
   PROCESS_HEAP_ENTRY entry{};
   HeapLock(heap);
@@ -32,6 +34,33 @@ size_t processHeapInUse() {
   }
   HeapUnlock(heap);
   return total;
+}
+
+}  // namespace
+
+size_t processHeapInUse() {
+  return inUse(GetProcessHeap());
+}
+
+size_t heapsInUse() {
+  constexpr DWORD most = 256;
+  HANDLE heaps[most];
+  const DWORD count = GetProcessHeaps(most, heaps);
+  size_t total = 0;
+  for (DWORD at = 0; at < count && at < most; ++at) total += inUse(heaps[at]);
+  return total;
+}
+
+size_t threadCount() {
+  const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+  THREADENTRY32 entry{};
+  entry.dwSize = sizeof entry;
+  size_t count = 0;
+  for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry)) {
+    count += entry.th32OwnerProcessID == GetCurrentProcessId() ? 1u : 0u;
+  }
+  CloseHandle(snapshot);
+  return count;
 }
 
 }  // namespace qev::test

@@ -19,4 +19,10 @@ SIZE_T memoryInUse();
 // Bytes of the process heap that are in use.
 size_t processHeapInUse();
 
+// Bytes of all its heaps that are in use.
+size_t heapsInUse();
+
+// Its threads.
+size_t threadCount();
+
 }  // namespace qev::test

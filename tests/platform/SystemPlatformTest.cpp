@@ -324,12 +324,20 @@ TEST_F(SystemMessagesTest, NoQuitMessageAnswersAQuestionNeitherOneThatWaitsNorOn
   ASSERT_TRUE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
   EXPECT_EQ(message.wParam, 17u);
   const DWORD thread = GetCurrentThreadId();
-  std::thread quitter([thread] {
-    for (int i = 0; i < 400 && !FindWindowW(L"#32770", kTitle); ++i) std::this_thread::sleep_for(5ms);
+  std::thread user([&] {
+    HWND first = nullptr;
+    for (int i = 0; i < 400 && !first; ++i) {
+      std::this_thread::sleep_for(25ms);
+      first = FindWindowW(L"#32770", kTitle);
+    }
     PostThreadMessageW(thread, WM_QUIT, 18, 0);
+    for (int i = 0; i < 400 && IsWindow(first); ++i) std::this_thread::sleep_for(25ms);
+    seen = answerBox(IDNO);
   });
-  EXPECT_EQ(show(L"¿Desea reemplazarlo?", message::kYesNo | message::kQuestion, IDNO), Answer::No);
-  quitter.join();
+  EXPECT_EQ(systemPlatform().messages.show(L"¿Desea reemplazarlo?", kTitle, message::kYesNo | message::kQuestion),
+            Answer::No);
+  user.join();
+  EXPECT_TRUE(seen.found);
   ASSERT_TRUE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
   EXPECT_EQ(message.wParam, 18u);
 }

@@ -70,12 +70,12 @@ struct PagesKind {
   static void giveBack(HANDLE pages) { VirtualFree(pages, 0, MEM_RELEASE); }
 };
 
-using File = Owner<FileKind>;    // CreateFileW
-using Scan = Owner<ScanKind>;    // FindFirstFileW
+using File = Owner<FileKind>;        // CreateFileW
+using Scan = Owner<ScanKind>;        // FindFirstFileW
 using Section = Owner<SectionKind>;  // CreateFileMappingW
 using View = Owner<ViewKind>;        // MapViewOfFile
-using Token = Owner<TokenKind>;  // OpenProcessToken
-using Heap = Owner<HeapKind>;    // HeapCreate
-using Pages = Owner<PagesKind>;  // VirtualAlloc
+using Token = Owner<TokenKind>;      // OpenProcessToken
+using Heap = Owner<HeapKind>;        // HeapCreate
+using Pages = Owner<PagesKind>;      // VirtualAlloc
 
 }  // namespace qev::engine

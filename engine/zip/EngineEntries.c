@@ -1,6 +1,36 @@
 /* An entry of the archive: whole, or not at all. Compiled with the sources' own header. */
 #include "zip.h"
 
+/* The sources write the present length of a file over that of its entry before they know whether it can be read. */
+struct Length {
+  struct zlist far* entry;
+  uzoff_t length;
+};
+
+static struct Length* lengths;
+static size_t lengthCount;
+
+/* In the place of the sources' readzipfile, which reads the directory of the archive that is there. */
+int qevReadzipfile(void) {
+  struct zlist far* entry;
+  const int code = readzipfile();
+
+  lengthCount = 0;
+  lengths = code == ZE_OK ? qevMalloc((zcount + 1) * sizeof *lengths) : NULL;
+  for (entry = zfiles; entry != NULL && lengths != NULL && lengthCount < zcount; entry = entry->nxt) {
+    lengths[lengthCount].entry = entry;
+    lengths[lengthCount++].length = entry->len;
+  }
+  return code == ZE_OK && lengths == NULL ? ZE_MEM : code;
+}
+
+static void restoreLength(struct zlist far* entry) {
+  size_t at;
+  for (at = 0; at < lengthCount; ++at) {
+    if (lengths[at].entry == entry) entry->len = lengths[at].length;
+  }
+}
+
 /* In the place of the sources' zipup, which takes a file that cannot be read any further for one that has ended. Its
  * entry is taken back, and the sources are told what they are told of a file that they cannot open; an older entry of
  * the file, in an archive that is updated, stays as it was. */
@@ -32,6 +62,7 @@ int qevZipup(struct zlist far* entry) {
     *entry = before;
     entry->extra = extra;
     entry->cextra = centralExtra;
+    restoreLength(entry);
   }
   return code;
 }

@@ -192,7 +192,8 @@ bool leadsBack(const wchar_t* folder) {
 bool isOfSystem(const WIN32_FIND_DATAW& data) {
   constexpr DWORD attributes = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
   return (data.dwFileAttributes & attributes) == attributes &&
-         (_wcsicmp(data.cFileName, L"System Volume Information") == 0 || _wcsicmp(data.cFileName, L"$RECYCLE.BIN") == 0);
+         (_wcsicmp(data.cFileName, L"System Volume Information") == 0 ||
+          _wcsicmp(data.cFileName, L"$RECYCLE.BIN") == 0);
 }
 
 const wchar_t* withoutPrefix(const wchar_t* path) {
@@ -271,12 +272,19 @@ FILETIME fileTime(const LARGE_INTEGER& ticks) {
   return {ticks.LowPart, static_cast<DWORD>(ticks.HighPart)};
 }
 
+// Answers a Win32 code.
+DWORD sizeOf(HANDLE file, ULONGLONG& size) {
+  LARGE_INTEGER found;
+  if (!GetFileSizeEx(file, &found)) return GetLastError();
+  size = static_cast<ULONGLONG>(found.QuadPart);
+  return ERROR_SUCCESS;
+}
+
 // What is true of the open file now. (GetFileInformationByHandle would answer in one call, but asks the volume for its
 // serial number, too, which some systems are slow at.)
 void refresh(HANDLE file, Facts& facts) {
   FILE_BASIC_INFO basic;
-  LARGE_INTEGER size;
-  if (GetFileSizeEx(file, &size)) facts.size = static_cast<ULONGLONG>(size.QuadPart);
+  sizeOf(file, facts.size);
   if (!GetFileInformationByHandleEx(file, FileBasicInfo, &basic, sizeof basic)) return;
   facts.attributes = basic.FileAttributes;
   facts.written = fileTime(basic.LastWriteTime);
@@ -312,11 +320,6 @@ int addInput(File file, ULONGLONG size) {
   return -1;
 }
 
-ULONGLONG sizeOf(HANDLE file) {
-  LARGE_INTEGER size;
-  return GetFileSizeEx(file, &size) ? static_cast<ULONGLONG>(size.QuadPart) : 0;
-}
-
 // Reads at the file's position, `got` bytes; none at its end. Answers a Win32 code.
 DWORD readPlainly(const Input& input, void* to, DWORD size, DWORD& got) {
   OVERLAPPED at{};
@@ -333,8 +336,9 @@ DWORD readPlainly(const Input& input, void* to, DWORD size, DWORD& got) {
 DWORD readMapped(const Input& input, void* to, DWORD size, DWORD& got) {
   constexpr ULONGLONG granularity = 1 << 16;  // of views, on every Windows
   got = 0;
-  const ULONGLONG end = sizeOf(input.file.get());
-  if (input.position >= end) return ERROR_SUCCESS;
+  ULONGLONG end = 0;
+  const DWORD code = sizeOf(input.file.get(), end);
+  if (code != ERROR_SUCCESS || input.position >= end) return code;
   const auto part = static_cast<DWORD>(size < end - input.position ? size : end - input.position);
   const Section section(CreateFileMappingW(input.file.get(), nullptr, PAGE_READONLY, 0, 0, nullptr));
   if (!section) return GetLastError();
@@ -351,9 +355,12 @@ DWORD readMapped(const Input& input, void* to, DWORD size, DWORD& got) {
   return ERROR_SUCCESS;
 }
 
-// Whether reading may end here: a file that is longer by now, or as long as before, has not been read to its end.
+// Whether the file ends here, before the length that it had: if it is no shorter now, it does not.
 DWORD atEnd(const Input& input) {
-  if (input.position >= input.size || input.position >= sizeOf(input.file.get())) return ERROR_SUCCESS;
+  ULONGLONG end = 0;
+  if (input.position >= input.size) return ERROR_SUCCESS;
+  const DWORD code = sizeOf(input.file.get(), end);
+  if (code != ERROR_SUCCESS || input.position >= end) return code;
   return ERROR_READ_FAULT;
 }
 
@@ -552,7 +559,12 @@ int openInput(const wchar_t* name) {
     errno = errnoOf(isPending ? pendingError : GetLastError());
     return -1;
   }
-  const ULONGLONG size = isPending ? pendingSize : sizeOf(file.get());
+  ULONGLONG size = pendingSize;
+  const DWORD code = isPending ? ERROR_SUCCESS : sizeOf(file.get(), size);
+  if (code != ERROR_SUCCESS) {
+    errno = errnoOf(code);
+    return -1;
+  }
   return addInput(std::move(file), size);
 }
 
@@ -599,8 +611,7 @@ Walk* beginWalk(const wchar_t* pattern, const wchar_t* folder, WIN32_FIND_DATAW*
     SetLastError(ERROR_NO_MORE_FILES);
     return nullptr;
   }
-  const size_t last = wcslen(pattern);
-  size_t prefixLength = last;
+  size_t prefixLength = wcslen(pattern);
   while (prefixLength > 0 && pattern[prefixLength - 1] != L'/' && pattern[prefixLength - 1] != L'\\') --prefixLength;
   void* const memory = qevCalloc(1, sizeof(Walk) + prefixLength * sizeof(wchar_t));
   if (memory == nullptr) {
@@ -640,7 +651,10 @@ BOOL findNext(Walk* walk, WIN32_FIND_DATAW* data) {
 
 HANDLE findFirst(const wchar_t* pattern, WIN32_FIND_DATAW* data) {
   wchar_t* const folder = folderOf(pattern);
-  if (folder == nullptr) return INVALID_HANDLE_VALUE;
+  if (folder == nullptr) {
+    missed("could not list folder: ", pattern);
+    return INVALID_HANDLE_VALUE;
+  }
   Walk* const walk = beginWalk(pattern, folder, data);
   const DWORD error = GetLastError();
   qevFree(folder);

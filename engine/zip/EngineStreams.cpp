@@ -32,7 +32,7 @@ namespace qev::engine {
 namespace messages {
 int printFormatted(const char* pattern, va_list arguments);
 void say(const char* text, size_t length);
-}
+}  // namespace messages
 
 namespace streams {
 

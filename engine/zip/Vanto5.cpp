@@ -14,7 +14,7 @@ ZIPUSERFUNCTIONS callbacks{};
 ZPOPT options{};
 wchar_t rootFolder[longestPath + 1];
 wchar_t archivePath[longestPath + 1];
-char archiveName[texts::bytesPerUnit * (longestPath + 1)];      // as the sources take it
+char archiveName[texts::bytesPerUnit * (longestPath + 1)];           // as the sources take it
 char archiveNameForCaller[texts::bytesPerUnit * (longestPath + 1)];  // in the ANSI code page
 
 // ---- One run at a time
@@ -271,7 +271,7 @@ int WINAPI ZpArchive(int argc, char* zipFileName, char** names) {
 }
 
 int WINAPI QevArchive(int argc, const wchar_t* zipFileName, const wchar_t* root, const wchar_t* const* names) {
-  return run([&] { return Order{zipFileName, root, argc, names}; });
+  return run([&] { return Order{zipFileName, root != nullptr ? root : wideOf(options.szRootDir), argc, names}; });
 }
 
 BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID terminating) {

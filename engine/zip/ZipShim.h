@@ -94,7 +94,8 @@ unsigned long qevCompressMemory(char* to, unsigned long toSize, char* from, unsi
 void qevEntryBegins(void);
 int qevEntryEnds(const wchar_t* name);
 
-/* Texts. Every narrow text of the sources is UTF-8: see EngineTexts.h. `errbuf` is the sources' buffer for error texts; what does not fit is cut. */
+/* Texts. Every narrow text of the sources is UTF-8: see EngineTexts.h. `errbuf` is the sources' buffer for error texts;
+ * what does not fit is cut. */
 int qevSprintf(char* to, const char* format, ...) __attribute__((format(ms_printf, 2, 3)));
 char* qevStrcat(char* to, const char* from);
 int qevWiden(const char* text, wchar_t* to, int room);

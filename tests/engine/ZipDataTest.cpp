@@ -386,7 +386,7 @@ TEST_F(ZipDataTest, AFileThatCannotBeReadToItsEndIsLeftOut) {
         SCOPED_TRACE(std::string(1, level) + " " + utf8(bad) + " " + std::to_string(from));
         folder.clear(L"Datos");
         for (const wchar_t* const name : {L"a.db", L"b.txt", L"m.db", L"n.txt", L"z.db"}) {
-          folder.write(std::wstring(L"Datos\\") + name, endsWith(name, L".db") ? large : "corto");
+          folder.write(std::wstring(L"Datos\\") + name, wcscmp(name, bad) == 0 ? large : "corto");
         }
         engine.options.fLevel = level;
         DeleteFileA(target().c_str());
@@ -708,8 +708,10 @@ TEST_F(ZipDataTest, RunsThatLeaveFilesOutLeaveNothingBehind) {
     DeleteFileA(target().c_str());
     badReads = {.file = L"a.db", .from = 100000, .error = ERROR_CRC};
     EXPECT_EQ(archive(), ZP_OPEN);
+    DeleteFileA(target().c_str());
     badReads = {.file = L"b.db", .from = 100000, .to = 100001, .error = ERROR_LOCK_VIOLATION};
     EXPECT_EQ(archive(), ZP_OPEN);
+    DeleteFileA(target().c_str());
     badReads.mappedToo = true;
     EXPECT_EQ(engine.runWide(folder.wide(L"destino\\copia.zip"), {folder.wide(L"Datos\\*.*")}), ZP_OPEN);
   };

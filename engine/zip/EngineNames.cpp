@@ -46,9 +46,9 @@ void cutPart(wchar_t* name, wchar_t*& end) {
 // Each part in turn, up to the first that is a pattern. Behind \\?\ every part stands as it is.
 void cutParts(wchar_t* name) {
   if (wcsncmp(name, L"\\\\?\\", 4) == 0) return;
-  const wchar_t* const pattern = wcspbrk(name, L"*?");
   for (wchar_t* end = name; *end != 0; ++end) {
     while (*end != 0 && !isSeparator(*end)) ++end;
+    const wchar_t* const pattern = wcspbrk(name, L"*?");
     if (pattern != nullptr && end > pattern) return;
     cutPart(name, end);
     if (*end == 0) return;

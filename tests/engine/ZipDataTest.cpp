@@ -358,6 +358,8 @@ TEST_F(ZipDataTest, ANameHandedOverIsCutAsTheSystemCutsIt) {
     ASSERT_EQ(engine.run(target(), {folder / name}), ZP_OK) << name << ": " << engine.messages();
     EXPECT_EQ(entriesOf(target()).size(), 2u) << name;
   }
+  EXPECT_EQ(engine.run(folder / "destino\\b.zip", {folder / "Datos. .\\*."}), ZP_OK) << engine.messages();
+  EXPECT_EQ(entriesOf(folder / "destino\\b.zip").size(), 1u) << "the pattern takes names without a dot";
   folder.write(L"Datos.\\c.txt", "otra");
   DeleteFileA(target().c_str());
   ASSERT_EQ(engine.run(target(), {folder / "Datos.\\*.*", folder / "Datos\\b."}), ZP_OK) << engine.messages();

@@ -28,8 +28,9 @@ if(host_test_sources)
 endif()
 
 add_executable(EngineTest
-  tests/engine/EngineFixture.cpp tests/engine/EngineTest.cpp tests/support/ProcessUse.cpp
+  tests/engine/EngineFixture.cpp tests/engine/EngineTest.cpp tests/engine/Imports.cpp tests/support/ProcessUse.cpp
   tests/engine/LayoutTest.cpp tests/engine/UnzipEngineTest.cpp tests/engine/UnzipFixture.cpp tests/engine/UnzipPasswordTest.cpp tests/engine/UnzipSafetyTest.cpp
+  tests/engine/ZipDataTest.cpp
   tests/support/ZipWriter.cpp)
 target_include_directories(EngineTest PRIVATE engine tests)
 target_link_libraries(EngineTest PRIVATE gmock_main psapi)

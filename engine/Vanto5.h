@@ -8,10 +8,27 @@
  * x64. The export names are undecorated on both.
  *
  * Code page. Every text that goes in (archive name, file names, root, date) and every text that comes out through a
- * callback is in the ANSI code page of the process (CP_ACP). Names that a wildcard finds on disk and that this code
- * page cannot express are archived all the same, because the engine walks folders in UTF-16; in messages, their foreign
- * characters appear as "#Uxxxx". In the archive a name that is not pure ASCII is stored as UTF-8 with bit 11 of the
- * general purpose flag set (APPNOTE 4.4.4), others as they are.
+ * callback is in the ANSI code page of the process (CP_ACP); QevArchive takes archive, names and root in UTF-16. Names
+ * that a wildcard finds on disk and that this code page cannot express are archived all the same, because the engine
+ * works in Unicode; in messages, their foreign characters appear as "#Uxxxx", one for each UTF-16 unit. In the archive
+ * a name that is not pure ASCII is stored as UTF-8 with bit 11 of the general purpose flag set (APPNOTE 4.4.4), others
+ * as they are. UTF-8 has no form for a surrogate that stands alone: it is stored as "#Uxxxx", too, with a warning and
+ * ZP_OPEN. When an archive is changed, entries of other programs whose names are neither ASCII nor UTF-8 stay as they
+ * are, and are no file's.
+ *
+ * Names. "*" and "?" make a pattern, nothing else does: "[" is a character. What a folder lists is opened under that
+ * very name, whatever it looks like ("nul.txt", "a."). In a name that is handed over "." and ".." mean what they always
+ * do, and dots and blanks at the end of a part are cut off unless something has that very name.
+ *
+ * Files. An entry is its whole file: the bytes that its header counts, from the first to the one that was the last when
+ * it was read. Ranges that another program has locked are read all the same (through a view, which byte locks do not
+ * bind). A file that cannot be opened, or not be read to its end, is left out, byte for byte; in an archive that is
+ * changed its old entry stays. One whose size changes while it is read is archived as it was read, with a warning.
+ *
+ * Folders. A link or a mounted volume is a folder like any other; but a folder that is one of those on the way to it
+ * (same volume and file index) is not entered, with a warning: its entry is an empty folder. "System Volume
+ * Information" and "$RECYCLE.BIN", hidden and of the system, directly below the root of a volume are passed over in
+ * silence. A folder that cannot be listed, or not to its end, is a warning and ZP_OPEN.
  *
  * Threads. The engine keeps one set of options and callbacks for the process and runs one archive at a time. ZpArchive
  * calls the callbacks on its caller's thread. A call of ZpArchive while another is under way, from a callback or from
@@ -49,6 +66,25 @@ extern "C" {
  * In the same way a scan of folders that takes more than five seconds announces itself ("Scanning files ", ".", ...).
  * On a volume that keeps security descriptors, unless fExtra is set, the name is followed by their size:
  * "  adding: Datos/a.txt (160 bytes security) (deflated 60%)\r\n".
+ *
+ * What is missing or out of the ordinary is a line that begins "\tzip warning: " and ends with the name, a file's as
+ * the archive has it, a folder's as it was handed over or found ("C:/Datos/sub"):
+ *   "name not matched: "                       what was handed over matches nothing; no code of its own
+ *   "folder leads back to itself: "            it is not entered; no code of its own
+ *   "file size changed while it was read: "    it is archived as it was read; no code of its own
+ *   "could not open for reading: "             ZP_OPEN; a line "zip warning: <reason>\r\n" precedes it
+ *   "could not read: "                         ZP_OPEN; the same
+ *   "could not list folder: "                  ZP_OPEN
+ *   "could not list folder to its end: "       ZP_OPEN
+ *   "name stored with escapes: "               ZP_OPEN
+ *   "reading file attributes failed: "         the file is gone since it was listed; what follows says what becomes of
+ * it "file and directory with the same name: "  ZP_OPEN; the one has become the other since it was listed "will just
+ * copy entry over: "              follows on one of these in an archive that is changed Other lines of that kind: "zip
+ * warning: Not all files were readable"          at the end, when files were left out, behind an empty line "
+ * files/entries read:  3 (1.2M bytes)  skipped:  1 (3.0K bytes)"            the line behind it
+ *   "\tzip warning: zip file empty"                      there is nothing in the archive
+ *   "zip I/O error: <reason>"                           what the system said, before the next
+ *   "zip error: <what> (<detail>)"                      the run ends, and makes no archive
  */
 typedef int(WINAPI* ZPPRINT)(char* message, unsigned long length);
 
@@ -74,7 +110,7 @@ typedef struct ZIPUSERFUNCTIONS {
 typedef struct ZPOPT {
   BOOL fSuffix;        /* no effect, as in every engine of this interface */
   BOOL fEncrypt;       /* encrypt the entries; asks the password callback (zip -e) */
-  BOOL fSystem;        /* take hidden and system files too (-S) */
+  BOOL fSystem;        /* take hidden and system files too (-S), but for the system's own folders: see above */
   BOOL fVolume;        /* store the volume label (-$) */
   BOOL fExtra;         /* leave out extra fields: UTC times, security (-X) */
   BOOL fNoDirEntries;  /* no entries for folders (-D) */
@@ -135,7 +171,7 @@ enum ZpCode {
   ZP_WRITE = 14, /* the archive cannot be written; also: the disk filled up */
   ZP_CREAT = 15, /* the archive cannot be created or replaced */
   ZP_PARMS = 16, /* options that contradict each other, a bad date, a root folder that does not exist */
-  ZP_OPEN = 18   /* the archive is complete but for files that could not be read; its messages name them */
+  ZP_OPEN = 18   /* the archive is complete but for what could not be read; its messages name it */
 };
 
 /* Sets the callbacks of the runs to come; the record is copied. A null pointer clears them. Answers 1; 0 while a run is
@@ -157,6 +193,10 @@ ZPOPT* WINAPI ZpGetOptions(void);
  * Answers a ZpCode. On x86 the three arguments lie on the stack as the fields of the by-value record that older
  * declarations use. */
 int WINAPI ZpArchive(int argc, char* zipFileName, char** names);
+
+/* The same with texts in UTF-16, for names that the code page cannot express; the older generation had no such
+ * function. `root` takes the place of szRootDir; null leaves that. The callbacks get what they get from ZpArchive. */
+int WINAPI QevArchive(int argc, const wchar_t* zipFileName, const wchar_t* root, const wchar_t* const* names);
 
 /* How long each later run waits, in milliseconds and in all, for places that other programs hold: 30,000 until this is
  * called. Meanwhile it calls `giveMessages`, which may be null, every 50 ms at least. The older generation had no such

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Mounts the disks that tests of full and changed disks need, as file systems in memory: a formatted 1.44 MB disk as drive A: of the
 # project's Wine prefix (build/floppy), and one of half a MiB (build/small-disk). Needs rights to mount (root, or sudo without a
-# password); tests that miss their disk say so and are skipped. Also makes build/linked-folder, in which a folder is a link, for the
-# test of links in a path, which needs no rights. `--undo` takes everything away again.
+# password); tests that miss their disk say so and are skipped. Also makes build/linked-folder, in which folders are links, for the
+# tests of links in a path, which need no rights. `--undo` takes everything away again.
 . "$(dirname "$0")/env.sh"
 as_root=()
 [ "$(id -u)" -eq 0 ] || as_root=(sudo -n)
@@ -23,6 +23,12 @@ rm -rf "$BUILD/linked-folder"
 
 mkdir -p "$BUILD/linked-folder/destino" "$BUILD/linked-folder/ajena"
 ln -s ../ajena "$BUILD/linked-folder/destino/enlace"
+mkdir -p "$BUILD/linked-folder/datos" "$BUILD/linked-folder/ajena2"
+echo a > "$BUILD/linked-folder/datos/a.txt"
+echo c > "$BUILD/linked-folder/ajena2/c.txt"
+for link in uno:. dos:../datos arriba:.. fuera:../ajena2; do
+  ln -s "${link#*:}" "$BUILD/linked-folder/datos/${link%%:*}"
+done
 
 # Drive R:, an empty folder that a restore to the original location may fill.
 mkdir -p "$BUILD/original"

@@ -45,6 +45,16 @@ struct ScanKind {
   static void giveBack(HANDLE scan) { FindClose(scan); }
 };
 
+struct SectionKind {
+  static HANDLE none() { return nullptr; }
+  static void giveBack(HANDLE section) { CloseHandle(section); }
+};
+
+struct ViewKind {
+  static HANDLE none() { return nullptr; }
+  static void giveBack(HANDLE view) { UnmapViewOfFile(view); }
+};
+
 struct TokenKind {
   static HANDLE none() { return nullptr; }
   static void giveBack(HANDLE token) { CloseHandle(token); }
@@ -60,10 +70,12 @@ struct PagesKind {
   static void giveBack(HANDLE pages) { VirtualFree(pages, 0, MEM_RELEASE); }
 };
 
-using File = Owner<FileKind>;    // CreateFileW
-using Scan = Owner<ScanKind>;    // FindFirstFileW
-using Token = Owner<TokenKind>;  // OpenProcessToken
-using Heap = Owner<HeapKind>;    // HeapCreate
-using Pages = Owner<PagesKind>;  // VirtualAlloc
+using File = Owner<FileKind>;        // CreateFileW
+using Scan = Owner<ScanKind>;        // FindFirstFileW
+using Section = Owner<SectionKind>;  // CreateFileMappingW
+using View = Owner<ViewKind>;        // MapViewOfFile
+using Token = Owner<TokenKind>;      // OpenProcessToken
+using Heap = Owner<HeapKind>;        // HeapCreate
+using Pages = Owner<PagesKind>;      // VirtualAlloc
 
 }  // namespace qev::engine

@@ -9,23 +9,21 @@
 // - at that moment the file is opened for reading, and its current size, times and security come from this one handle,
 //   which the sources then read from.
 #include <new>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 
+#include "EngineTexts.h"
 #include "ZipParts.h"
 
 extern "C" {
 // Of the sources: 1 makes entries Zip64 whatever their size, -1 leaves that to their size.
 extern int force_zip64;
-void zipwarn(const char* text, const char* detail);
+extern int translate_eol;  // the sources change the ends of lines while they read
 }
 
 namespace qev::engine {
-
-namespace memory {
-void release(void* block);
-}
 
 namespace files {
 
@@ -104,11 +102,14 @@ bool lookUp(const wchar_t* name, Facts& facts) {
 
 // ---- Folder scans
 
+// One that is open; those behind it are of the folders around its own.
 struct Walk {
   Walk* next;
   Scan scan;
+  bool isBehindLink;  // a folder on the way to it, or its own, is a link
+  bool isBroken;
   size_t prefixLength;
-  wchar_t prefix[1];
+  wchar_t prefix[1];  // the name of the folder, with its separator
 };
 
 Walk* walks = nullptr;
@@ -116,6 +117,101 @@ bool somethingMissed = false;
 
 void keepEntry(const Walk* walk, const WIN32_FIND_DATAW& data) {
   keep({walk->prefix, walk->prefixLength}, data.cFileName, factsOf(data));
+}
+
+// The name of the folder that a scan's pattern ("C:/Datos/sub/*.*") lists, without its last separator; "C:/" keeps it.
+// The memory is the run's; null if there is none.
+wchar_t* folderOf(const wchar_t* pattern) {
+  auto* const folder = static_cast<wchar_t*>(qevMalloc((wcslen(pattern) + 1) * sizeof(wchar_t)));
+  if (folder == nullptr) return nullptr;
+  wcscpy(folder, pattern);
+  size_t length = wcslen(folder);
+  const auto isSeparator = [&](size_t at) { return folder[at] == L'/' || folder[at] == L'\\'; };
+  while (length > 0 && !isSeparator(length - 1)) --length;
+  while (length > 1 && isSeparator(length - 1) && folder[length - 2] != L':') --length;
+  folder[length] = 0;
+  return folder;
+}
+
+// ---- Links
+
+// Which folder a path leads to: the same one by any path.
+struct Identity {
+  DWORD volume;
+  DWORD high;
+  DWORD low;
+
+  bool operator==(const Identity&) const = default;
+};
+
+bool identify(const wchar_t* path, Identity& identity) {
+  const File folder(CreateFileW(path, 0, shareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  BY_HANDLE_FILE_INFORMATION facts;
+  if (!folder || !GetFileInformationByHandle(folder.get(), &facts)) return false;
+  identity = {facts.dwVolumeSerialNumber, facts.nFileIndexHigh, facts.nFileIndexLow};
+  return facts.nFileIndexHigh != 0 || facts.nFileIndexLow != 0;
+}
+
+// Of the folders around one that is entered through a link, by their paths: most of them are asked for again.
+std::unordered_map<std::wstring, std::optional<Identity>> identities;
+
+std::optional<Identity> identityOf(const std::wstring& path) {
+  const auto told = identities.find(path);
+  if (told != identities.end()) return told->second;
+  Identity identity;
+  const auto found = identify(path.c_str(), identity) ? std::optional(identity) : std::nullopt;
+  identities.emplace(path, found);
+  return found;
+}
+
+bool isLink(const wchar_t* folder) {
+  const Facts* const told = find(folder);
+  return told != nullptr && (told->attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+// Whether a folder is one of those on the way to it. Only behind a link that can be. What a system does not tell apart
+// is entered; the length of a path ends that.
+bool leadsBack(const wchar_t* folder) {
+  try {
+    const std::wstring path = paths::native(folder);
+    const auto own = identityOf(path);
+    const size_t root = paths::rootLength(path.c_str());
+    if (!own || root == 0) return false;
+    for (size_t end = path.find_last_of(L'\\'); end != std::wstring::npos; end = path.find_last_of(L'\\', end - 1)) {
+      const bool isRoot = end < root;
+      if (identityOf(isRoot ? path.substr(0, root) : path.substr(0, end)) == own) return path.size() > root;
+      if (isRoot) break;
+    }
+  } catch (const std::bad_alloc&) {
+  }
+  return false;
+}
+
+// ---- Folders that are the system's own
+
+bool isOfSystem(const WIN32_FIND_DATAW& data) {
+  constexpr DWORD attributes = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+  return (data.dwFileAttributes & attributes) == attributes &&
+         (_wcsicmp(data.cFileName, L"System Volume Information") == 0 ||
+          _wcsicmp(data.cFileName, L"$RECYCLE.BIN") == 0);
+}
+
+const wchar_t* withoutPrefix(const wchar_t* path) {
+  return wcsncmp(path, L"\\\\?\\", 4) == 0 ? path + 4 : path;
+}
+
+// Whether a walk is through the root of a volume, mounted in a folder or not.
+bool isOfRoot(const Walk* walk) {
+  try {
+    std::wstring path = paths::native(walk->prefix);
+    if (paths::rootLength(path.c_str()) == path.size()) return true;
+    path += L'\\';
+    std::wstring root(path.size() + 1, 0);
+    if (!GetVolumePathNameW(path.c_str(), root.data(), static_cast<DWORD>(root.size()))) return false;
+    return CompareStringOrdinal(withoutPrefix(root.c_str()), -1, withoutPrefix(path.c_str()), -1, TRUE) == CSTR_EQUAL;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
 }
 
 void findClose(Walk* walk) {
@@ -131,14 +227,26 @@ void findClose(Walk* walk) {
 
 struct Input {
   File file;
-  bool failed = false;
+  ULONGLONG size = 0;      // bytes, when it was opened
+  ULONGLONG position = 0;  // of the next byte that is read
+  DWORD error = 0;         // why nothing more can be read
 };
 
 Input inputs[mostFiles];
 
+// What reading the file of the last entry has told.
+struct Outcome {
+  bool changedSize = false;
+  DWORD error = 0;  // why it could not be read to its end
+};
+
+Outcome outcome;
+bool archiving = false;  // an entry is under way
+
 // The file whose properties were asked last while archiving: the sources open it next.
 File pending;
 DWORD pendingError = 0;
+ULONGLONG pendingSize = 0;
 bool pendingIsFolder = false;
 wchar_t pendingName[32768];
 
@@ -153,20 +261,30 @@ File openToRead(const wchar_t* path) {
 
 // An entry of 4 GiB and more needs a larger header, which the sources choose by the file's size; they give up the
 // archive when a file a little smaller grows or deflates to more. So files that come close get the larger header, too.
+constexpr ULONGLONG closeToHeader = 0xF0000000u;
+constexpr ULONGLONG mostOfSmallHeader = 0xFF000000u;  // bytes that fit when packed, whatever they are
+
 void chooseHeader(ULONGLONG size) {
-  force_zip64 = size >= 0xF0000000u && size <= 0xFFFFFFFFu ? 1 : -1;
+  force_zip64 = size >= closeToHeader && size <= 0xFFFFFFFFu ? 1 : -1;
 }
 
 FILETIME fileTime(const LARGE_INTEGER& ticks) {
   return {ticks.LowPart, static_cast<DWORD>(ticks.HighPart)};
 }
 
+// Answers a Win32 code.
+DWORD sizeOf(HANDLE file, ULONGLONG& size) {
+  LARGE_INTEGER found;
+  if (!GetFileSizeEx(file, &found)) return GetLastError();
+  size = static_cast<ULONGLONG>(found.QuadPart);
+  return ERROR_SUCCESS;
+}
+
 // What is true of the open file now. (GetFileInformationByHandle would answer in one call, but asks the volume for its
 // serial number, too, which some systems are slow at.)
 void refresh(HANDLE file, Facts& facts) {
   FILE_BASIC_INFO basic;
-  LARGE_INTEGER size;
-  if (GetFileSizeEx(file, &size)) facts.size = static_cast<ULONGLONG>(size.QuadPart);
+  sizeOf(file, facts.size);
   if (!GetFileInformationByHandleEx(file, FileBasicInfo, &basic, sizeof basic)) return;
   facts.attributes = basic.FileAttributes;
   facts.written = fileTime(basic.LastWriteTime);
@@ -188,17 +306,62 @@ bool openPending(const wchar_t* name, Facts& facts) {
   }
   refresh(pending.get(), facts);
   chooseHeader(facts.size);
+  pendingSize = facts.size;
   return true;
 }
 
-int addInput(File file) {
+int addInput(File file, ULONGLONG size) {
   for (int at = 0; at < mostFiles; ++at) {
     if (inputs[at].file) continue;
-    inputs[at] = {std::move(file), false};
+    inputs[at] = {std::move(file), size};
     return firstFile + at;
   }
   errno = EMFILE;
   return -1;
+}
+
+// Reads at the file's position, `got` bytes; none at its end. Answers a Win32 code.
+DWORD readPlainly(const Input& input, void* to, DWORD size, DWORD& got) {
+  OVERLAPPED at{};
+  at.Offset = static_cast<DWORD>(input.position);
+  at.OffsetHigh = static_cast<DWORD>(input.position >> 32);
+  if (ReadFile(input.file.get(), to, size, &got, &at)) return ERROR_SUCCESS;
+  got = 0;
+  const DWORD code = GetLastError();
+  return code == ERROR_HANDLE_EOF ? ERROR_SUCCESS : code;
+}
+
+// The same through a view of the file: ranges that another program has locked do not bind those (LockFile). A page that
+// cannot be had would raise an exception here; where the system copies it, that is an error (ReadProcessMemory).
+DWORD readMapped(const Input& input, void* to, DWORD size, DWORD& got) {
+  constexpr ULONGLONG granularity = 1 << 16;  // of views, on every Windows
+  got = 0;
+  ULONGLONG end = 0;
+  const DWORD code = sizeOf(input.file.get(), end);
+  if (code != ERROR_SUCCESS || input.position >= end) return code;
+  const auto part = static_cast<DWORD>(size < end - input.position ? size : end - input.position);
+  const Section section(CreateFileMappingW(input.file.get(), nullptr, PAGE_READONLY, 0, 0, nullptr));
+  if (!section) return GetLastError();
+  const ULONGLONG start = input.position / granularity * granularity;
+  const auto before = static_cast<SIZE_T>(input.position - start);
+  const View view(MapViewOfFile(section.get(), FILE_MAP_READ, static_cast<DWORD>(start >> 32),
+                                static_cast<DWORD>(start), before + part));
+  if (!view) return GetLastError();
+  SIZE_T copied = 0;
+  const auto* const from = static_cast<const char*>(view.get()) + before;
+  if (!ReadProcessMemory(GetCurrentProcess(), from, to, part, &copied)) return GetLastError();
+  if (copied != part) return ERROR_READ_FAULT;
+  got = part;
+  return ERROR_SUCCESS;
+}
+
+// Whether the file ends here, before the length that it had: if it is no shorter now, it does not.
+DWORD atEnd(const Input& input) {
+  ULONGLONG end = 0;
+  if (input.position >= input.size) return ERROR_SUCCESS;
+  const DWORD code = sizeOf(input.file.get(), end);
+  if (code != ERROR_SUCCESS || input.position >= end) return code;
+  return ERROR_READ_FAULT;
 }
 
 // ---- Volumes
@@ -342,7 +505,8 @@ void returnPrivilege() {
 }  // namespace
 
 void begin(bool privileges) {
-  somethingMissed = false;
+  somethingMissed = archiving = false;
+  outcome = {};
   volume.known = false;
   if (privileges) takePrivilege(L"SeBackupPrivilege");
 }
@@ -352,11 +516,40 @@ void end() {
   for (Input& input : inputs) input = {};
   while (walks != nullptr) findClose(walks);
   known = {};
+  identities = {};
   returnPrivilege();
+}
+
+void missed(const char* text, const wchar_t* name) {
+  somethingMissed = true;
+  messages::warn(text, name);
 }
 
 bool incomplete() {
   return somethingMissed;
+}
+
+bool leavingOut() {
+  return archiving && outcome.error != 0;
+}
+
+bool leftOut() {
+  return !archiving && outcome.error != 0;
+}
+
+void beginEntry() {
+  archiving = true;
+  outcome = {};
+}
+
+bool endEntry(const wchar_t* name) {
+  archiving = false;
+  for (Input& input : inputs) input = {};
+  if (outcome.error != 0) errno = errnoOf(outcome.error);
+  if (outcome.error == 0 && outcome.changedSize && translate_eol == 0 && name != nullptr) {
+    messages::warn("file size changed while it was read: ", name);
+  }
+  return outcome.error == 0;
 }
 
 int openInput(const wchar_t* name) {
@@ -366,60 +559,111 @@ int openInput(const wchar_t* name) {
     errno = errnoOf(isPending ? pendingError : GetLastError());
     return -1;
   }
-  return addInput(std::move(file));
+  ULONGLONG size = pendingSize;
+  const DWORD code = isPending ? ERROR_SUCCESS : sizeOf(file.get(), size);
+  if (code != ERROR_SUCCESS) {
+    errno = errnoOf(code);
+    return -1;
+  }
+  return addInput(std::move(file), size);
 }
 
+// To the sources a file that cannot be read any further has ended; what becomes of its entry is decided when they are
+// done with it.
 int read(int file, void* to, unsigned size) {
   Input& input = inputs[file - firstFile];
+  if (input.error != 0) return 0;
   DWORD got = 0;
-  if (ReadFile(input.file.get(), to, size, &got, nullptr)) return static_cast<int>(got);
-  const DWORD error = GetLastError();
-  if (error == ERROR_HANDLE_EOF) return 0;
-  errno = errnoOf(error);
-  if (!input.failed) {
-    input.failed = true;
-    somethingMissed = true;
-    zipwarn("could not read to the end of the file: ", strerror(errno));
-  }
-  return -1;
+  input.error = readPlainly(input, to, size, got);
+  if (input.error == ERROR_LOCK_VIOLATION) input.error = readMapped(input, to, size, got);
+  if (input.error == ERROR_SUCCESS && got == 0 && size > 0) input.error = atEnd(input);
+  input.position += got;
+  const bool outgrew = input.size < closeToHeader && input.position > mostOfSmallHeader;
+  if (outgrew) input.error = ERROR_FILE_TOO_LARGE;
+  if (input.error != 0) outcome.error = input.error;
+  outcome.changedSize = input.position != input.size;
+  return input.error != 0 ? 0 : static_cast<int>(got);
 }
 
 void closeInput(int file) {
   inputs[file - firstFile].file.reset();
 }
 
-HANDLE findFirst(const wchar_t* pattern, WIN32_FIND_DATAW* data) {
+// A folder that cannot be listed. The sources pass over it as if it were empty, and try folders that need not be there
+// when they look for the beginning of a pattern.
+void tellUnlisted(const wchar_t* folder, DWORD error) {
+  const Facts* const told = find(folder);
+  const bool isThere = told != nullptr && (told->attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+  const int reason = errnoOf(error);
+  if (!isThere && (reason == ENOENT || reason == ENOTDIR)) return;
+  if (error == ERROR_FILE_NOT_FOUND) {  // the root of a volume lists not even itself when it is empty
+    const File opened(CreateFileW(paths::native(folder), FILE_LIST_DIRECTORY, shareAll, nullptr, OPEN_EXISTING,
+                                  FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    if (opened) return;
+  }
+  missed("could not list folder: ", folder);
+}
+
+Walk* beginWalk(const wchar_t* pattern, const wchar_t* folder, WIN32_FIND_DATAW* data) {
+  const bool isBehindLink = (walks != nullptr && walks->isBehindLink) || isLink(folder);
+  if (isBehindLink && leadsBack(folder)) {
+    messages::warn("folder leads back to itself: ", folder);
+    SetLastError(ERROR_NO_MORE_FILES);
+    return nullptr;
+  }
   size_t prefixLength = wcslen(pattern);
   while (prefixLength > 0 && pattern[prefixLength - 1] != L'/' && pattern[prefixLength - 1] != L'\\') --prefixLength;
-  void* const memory = qevMalloc(sizeof(Walk) + prefixLength * sizeof(wchar_t));
-  if (memory == nullptr) return INVALID_HANDLE_VALUE;
+  void* const memory = qevCalloc(1, sizeof(Walk) + prefixLength * sizeof(wchar_t));
+  if (memory == nullptr) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    tellUnlisted(folder, ERROR_NOT_ENOUGH_MEMORY);
+    return nullptr;
+  }
   Scan scan(FindFirstFileExW(paths::native(pattern), FindExInfoBasic, data, FindExSearchNameMatch, nullptr,
                              FIND_FIRST_EX_LARGE_FETCH));
   if (!scan) {
     const DWORD error = GetLastError();
     qevFree(memory);
-    const int reason = errnoOf(error);
-    if (reason != ENOENT && reason != ENOTDIR) {
-      // The sources pass over a folder that cannot be listed as if it were empty.
-      somethingMissed = true;
-      char folder[ZP_MAXIMUM_MESSAGE];
-      strcpy(folder, paths::forMessage(pattern));
-      zipwarn("could not list folder: ", folder);
-    }
+    tellUnlisted(folder, error);
     SetLastError(error);
-    return INVALID_HANDLE_VALUE;
+    return nullptr;
   }
-  auto* const walk = new (memory) Walk{walks, std::move(scan), prefixLength, {}};
+  auto* const walk = new (memory) Walk{walks, std::move(scan), isBehindLink, false, prefixLength, {}};
   wmemcpy(walk->prefix, pattern, prefixLength);
-  walks = walk;
-  keepEntry(walk, *data);
-  return walk;
+  walk->prefix[prefixLength] = 0;
+  return walks = walk;
 }
 
 BOOL findNext(Walk* walk, WIN32_FIND_DATAW* data) {
-  if (!FindNextFileW(walk->scan.get(), data)) return FALSE;
+  while (FindNextFileW(walk->scan.get(), data)) {
+    keepEntry(walk, *data);
+    if (!isOfSystem(*data) || !isOfRoot(walk)) return TRUE;
+  }
+  const DWORD error = GetLastError();
+  if (error == ERROR_NO_MORE_FILES || walk->isBroken) return FALSE;
+  walk->isBroken = true;
+  wchar_t* const folder = folderOf(walk->prefix);
+  missed("could not list folder to its end: ", folder != nullptr ? folder : walk->prefix);
+  qevFree(folder);
+  SetLastError(error);
+  return FALSE;
+}
+
+HANDLE findFirst(const wchar_t* pattern, WIN32_FIND_DATAW* data) {
+  wchar_t* const folder = folderOf(pattern);
+  if (folder == nullptr) {
+    missed("could not list folder: ", pattern);
+    return INVALID_HANDLE_VALUE;
+  }
+  Walk* const walk = beginWalk(pattern, folder, data);
+  const DWORD error = GetLastError();
+  qevFree(folder);
+  SetLastError(error);
+  if (walk == nullptr) return INVALID_HANDLE_VALUE;
   keepEntry(walk, *data);
-  return TRUE;
+  if (!isOfSystem(*data) || !isOfRoot(walk) || findNext(walk, data)) return walk;
+  findClose(walk);
+  return INVALID_HANDLE_VALUE;
 }
 
 bool stat(const wchar_t* name, struct _stati64* result) {
@@ -449,10 +693,6 @@ BOOL securityOfCurrent(void* buffer, DWORD* size) {
   return got;
 }
 
-bool widen(const char* name, wchar_t* to, int room) {
-  return MultiByteToWideChar(CP_ACP, 0, name, -1, to, room) != 0;
-}
-
 }  // namespace files
 }  // namespace qev::engine
 
@@ -466,7 +706,8 @@ int qevOpenInputW(const wchar_t* name) {
 
 int qevOpenInput(const char* name) {
   static wchar_t wide[32768];
-  return files::widen(name, wide, 32768) ? files::openInput(wide) : -1;
+  texts::widen(name, wide, 32768);
+  return files::openInput(wide);
 }
 
 int qevRead(int file, void* to, unsigned size) {
@@ -476,6 +717,14 @@ int qevRead(int file, void* to, unsigned size) {
 int qevClose(int file) {
   files::closeInput(file);
   return 0;
+}
+
+void qevEntryBegins(void) {
+  files::beginEntry();
+}
+
+int qevEntryEnds(const wchar_t* name) {
+  return files::endEntry(name) ? 1 : 0;
 }
 
 HANDLE qevFindFirst(const wchar_t* pattern, WIN32_FIND_DATAW* data) {
@@ -539,12 +788,14 @@ BOOL qevVolumeW(const wchar_t* root, DWORD* longestName, DWORD* flags) {
 }
 
 BOOL qevVolume(const char* root, char* label, DWORD labelSize, DWORD* longestName, DWORD* flags) {
-  if (label != nullptr) {
-    return GetVolumeInformationA(root, label, labelSize, nullptr, longestName, flags, nullptr, 0);
-  }
   wchar_t wide[MAX_PATH + 2] = L"\\";
-  if (root != nullptr) files::widen(root, wide, MAX_PATH + 1);
-  return qevVolumeW(wide, longestName, flags);
+  if (root != nullptr) texts::widen(root, wide, MAX_PATH + 1);
+  if (label == nullptr) return qevVolumeW(wide, longestName, flags);
+  wchar_t name[MAX_PATH + 1];
+  if (!GetVolumeInformationW(wide, name, MAX_PATH + 1, nullptr, longestName, flags, nullptr, 0)) return FALSE;
+  if (wcslen(name) * texts::bytesPerUnit >= labelSize) return FALSE;
+  texts::narrow(name, label);
+  return TRUE;
 }
 
 // The archive is not deleted to make room for the new one: qevRename replaces it.

@@ -20,6 +20,7 @@ struct QevStream {
   bool failed = false;
   bool atEnd = false;
   bool isArchiveProbe = false;
+  bool endsHere = false;  // what lies behind the position when it is closed is no part of the file
   QevStream* next = nullptr;
 };
 
@@ -30,7 +31,8 @@ namespace qev::engine {
 
 namespace messages {
 int printFormatted(const char* pattern, va_list arguments);
-}
+void say(const char* text, size_t length);
+}  // namespace messages
 
 namespace streams {
 
@@ -150,10 +152,19 @@ Access accessFor(const char* mode, const wchar_t* path) {
   return {GENERIC_WRITE | DELETE, CREATE_NEW, FILE_FLAG_DELETE_ON_CLOSE, true};
 }
 
+// Cuts off what was written behind the position and taken back.
+bool cutOff(QevStream* stream) {
+  FILE_END_OF_FILE_INFO end;
+  end.EndOfFile.QuadPart = static_cast<LONGLONG>(stream->position);
+  if (SetFileInformationByHandle(stream->handle, FileEndOfFileInfo, &end, sizeof end)) return true;
+  return fail(stream, GetLastError());
+}
+
 // The new archive stays open until it takes its place.
 bool close(QevStream* stream) {
   if (stream->handle == INVALID_HANDLE_VALUE) return false;
   stream->failed = !flush(stream) || stream->failed;
+  if (stream->endsHere && !stream->failed) cutOff(stream);
   if (stream->handle != archive.handle()) CloseHandle(stream->handle);
   stream->handle = INVALID_HANDLE_VALUE;
   return !stream->failed;
@@ -186,7 +197,7 @@ void begin() {
 
 void end() {
   for (QevStream* stream = open; stream != nullptr; stream = stream->next) {
-    stream->dirty = false;
+    stream->dirty = stream->endsHere = false;
     close(stream);
   }
   open = nullptr;
@@ -275,7 +286,7 @@ int qevFclose(QevStream* stream) {
 
 size_t qevFwrite(const void* from, size_t size, size_t count, QevStream* stream) {
   if (stream->kind == StreamKind::messages) {
-    messages::write(static_cast<const char*>(from), size * count);
+    messages::say(static_cast<const char*>(from), size * count);
     return count;
   }
   if (stream->buffer == nullptr || !streams::write(stream, static_cast<const unsigned char*>(from), size * count)) {
@@ -365,6 +376,11 @@ int qevSeek(QevStream* stream, __int64 offset, int origin) {
   stream->position = static_cast<ULONGLONG>(base + offset);
   stream->atEnd = false;
   return 0;
+}
+
+void qevTakeBack(QevStream* stream, __int64 position) {
+  qevSeek(stream, position, SEEK_SET);
+  stream->endsHere = true;
 }
 
 __int64 qevTell(QevStream* stream) {

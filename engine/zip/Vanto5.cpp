@@ -2,6 +2,7 @@
 #include "Vanto5.h"
 
 #include "EngineNames.h"
+#include "EngineTexts.h"
 #include "ZipParts.h"
 
 namespace qev::engine {
@@ -13,7 +14,8 @@ ZIPUSERFUNCTIONS callbacks{};
 ZPOPT options{};
 wchar_t rootFolder[longestPath + 1];
 wchar_t archivePath[longestPath + 1];
-char archiveName[2 * longestPath + 8];
+char archiveName[texts::bytesPerUnit * (longestPath + 1)];           // as the sources take it
+char archiveNameForCaller[texts::bytesPerUnit * (longestPath + 1)];  // in the ANSI code page
 
 // ---- One run at a time
 
@@ -105,58 +107,72 @@ void addOptions(Arguments& arguments) {
 // ---- Archive and root
 
 void printError(const char* what, const char* detail) {
-  messages::write("zip error: ", 11);
-  messages::write(what, strlen(what));
-  messages::write(" (", 2);
-  messages::write(detail, strlen(detail));
-  messages::write(")\n", 2);
+  messages::write("zip error: ");
+  messages::write(what);
+  messages::write(" (");
+  messages::write(detail);
+  messages::write(")\n");
 }
 
-// Sets rootFolder to the full path of szRootDir.
-bool resolveRoot() {
-  const char* const root = options.szRootDir;
-  if (root == nullptr || root[0] == '\0') {
+// A text of the caller's, in the memory of the run; null for null, and if there is none.
+wchar_t* wideOf(const char* text) {
+  if (text == nullptr) return nullptr;
+  const int size = MultiByteToWideChar(CP_ACP, 0, text, -1, nullptr, 0);
+  auto* const wide = static_cast<wchar_t*>(qevCalloc(static_cast<size_t>(size) + 1, sizeof(wchar_t)));
+  if (wide != nullptr) MultiByteToWideChar(CP_ACP, 0, text, -1, wide, size);
+  return wide;
+}
+
+// Sets rootFolder to the full path of `root`.
+bool resolveRoot(const wchar_t* root) {
+  if (root == nullptr || root[0] == 0) {
     const DWORD length = GetCurrentDirectoryW(longestPath, rootFolder);
     return length > 0 && length < static_cast<DWORD>(longestPath);
   }
-  static wchar_t wide[longestPath + 1];
-  if (MultiByteToWideChar(CP_ACP, 0, root, -1, wide, longestPath) == 0) return false;
-  const DWORD length = GetFullPathNameW(wide, longestPath, rootFolder, nullptr);
+  const DWORD length = GetFullPathNameW(root, longestPath, rootFolder, nullptr);
   if (length == 0 || length >= static_cast<DWORD>(longestPath)) return false;
   const DWORD attributes = GetFileAttributesW(rootFolder);
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-// Sets archivePath and archiveName to the full path of the archive, with the extension that the sources would add.
-bool resolveArchive(const char* name) {
-  static wchar_t wide[longestPath + 8];
-  if (name == nullptr || name[0] == '\0') return false;
-  if (MultiByteToWideChar(CP_ACP, 0, name, -1, wide, longestPath) == 0) return false;
-  const DWORD length = GetFullPathNameW(wide, longestPath - 4, archivePath, nullptr);
+// Sets archivePath and the names of the archive to its full path, with the extension that the sources would add.
+bool resolveArchive(const wchar_t* name) {
+  if (name == nullptr || name[0] == 0) return false;
+  const DWORD length = GetFullPathNameW(name, longestPath - 4, archivePath, nullptr);
   if (length == 0 || length >= static_cast<DWORD>(longestPath - 4)) return false;
   const wchar_t* const separator = wcsrchr(archivePath, L'\\');
   const wchar_t* const file = separator != nullptr ? separator + 1 : archivePath;
   if (*file == 0) return false;
   if (wcschr(file, L'.') == nullptr) wcscat(archivePath, L".zip");
-  return WideCharToMultiByte(CP_ACP, 0, archivePath, -1, archiveName, sizeof archiveName, nullptr, nullptr) != 0;
+  texts::narrow(archivePath, archiveName);
+  return WideCharToMultiByte(CP_ACP, 0, archivePath, -1, archiveNameForCaller, sizeof archiveNameForCaller, nullptr,
+                             nullptr) != 0;
 }
 
-int archive(int argc, const char* zipFileName, char** names) {
-  if (!resolveArchive(zipFileName)) {
+// What one run is to do. A text that is null is missing.
+struct Order {
+  const wchar_t* archive;
+  const wchar_t* root;
+  int count;
+  const wchar_t* const* names;
+};
+
+int archive(const Order& order) {
+  if (!resolveArchive(order.archive)) {
     printError("Missing or empty zip file", "no archive name");
     return ZP_NAME;
   }
-  if (!resolveRoot()) {
+  if (!resolveRoot(order.root)) {
     printError("Invalid command arguments", "root folder does not exist");
     return ZP_PARMS;
   }
-  paths::begin(rootFolder, archiveName, archivePath);
+  paths::begin(rootFolder, archivePath);
   NewFile::removeLeftOvers(archivePath);  // before any folder is looked at: the archive's may be among them
   answers::begin(callbacks.comment);
-  answers::password(callbacks.password, archiveName);
+  answers::password(callbacks.password, archiveNameForCaller);
 
   names::List list;
-  if (!names::collect(argc, names, options.fRecurse != 0, list)) {
+  if (!names::collect(order.count, order.names, options.fRecurse != 0, options.fSystem != 0, list)) {
     printError("Out of memory", "names");
     return ZP_MEM;
   }
@@ -176,6 +192,21 @@ int archive(int argc, const char* zipFileName, char** names) {
       },
       &arguments);
   return code == ZP_OK && files::incomplete() ? static_cast<int>(ZP_OPEN) : code;
+}
+
+// `order` answers what the run is to do; it is called when the run has its memory.
+template <typename OrderMaker>
+int run(OrderMaker order) {
+  if (!turn::take(reinterpret_cast<ULONG_PTR>(__builtin_frame_address(0)), abandonRun)) return ZP_LOGIC;
+  const turn::Guard guard(endRun);
+  if (!memory::begin()) return ZP_MEM;
+  messages::begin(callbacks.print);
+  messages::begin(options.fQuiet != FALSE);
+  streams::begin();
+  files::begin(options.fPrivilege != FALSE);
+  security::begin();
+  directory::begin();
+  return archive(order());
 }
 
 char* copyText(const char* text) {
@@ -231,15 +262,16 @@ ZPOPT* WINAPI ZpGetOptions(void) {
 }
 
 int WINAPI ZpArchive(int argc, char* zipFileName, char** names) {
-  if (!turn::take(reinterpret_cast<ULONG_PTR>(__builtin_frame_address(0)), abandonRun)) return ZP_LOGIC;
-  const turn::Guard guard(endRun);
-  if (!memory::begin()) return ZP_MEM;
-  messages::begin(callbacks.print);
-  streams::begin();
-  files::begin(options.fPrivilege != FALSE);
-  security::begin();
-  directory::begin();
-  return archive(argc, zipFileName, names);
+  return run([&] {
+    const int count = names != nullptr && argc > 0 ? argc : 0;
+    auto* const wide = static_cast<wchar_t**>(qevCalloc(static_cast<size_t>(count) + 1, sizeof(wchar_t*)));
+    for (int at = 0; wide != nullptr && at < count; ++at) wide[at] = wideOf(names[at]);
+    return Order{wideOf(zipFileName), wideOf(options.szRootDir), count, wide};
+  });
+}
+
+int WINAPI QevArchive(int argc, const wchar_t* zipFileName, const wchar_t* root, const wchar_t* const* names) {
+  return run([&] { return Order{zipFileName, root != nullptr ? root : wideOf(options.szRootDir), argc, names}; });
 }
 
 BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID terminating) {

@@ -20,8 +20,14 @@ namespace qev::engine {
 
 namespace messages {
 
-// Prints "zip warning: <text><detail>" on a line of its own.
-void warn(const char* text, const char* detail);
+// `quiet`: warn() prints nothing.
+void begin(bool quiet);
+
+// Prints "zip warning: <text><name>" on a line of its own.
+void warn(const char* text, const wchar_t* name);
+
+// Prints a text of the sources, which is UTF-8, in the ANSI code page.
+void say(const char* text, size_t length);
 
 }  // namespace messages
 
@@ -37,19 +43,19 @@ void password(ZPPASSWORD password, const char* archive);
 
 namespace paths {
 
-// Sets the folder that relative names start from (a full path, or empty for the current folder), and the archive: the
-// name the sources know it by, and its full path.
-void begin(const wchar_t* root, const char* archiveName, const wchar_t* archivePath);
+// Sets the folder that relative names start from (a full path), and the full path of the archive.
+void begin(const wchar_t* root, const wchar_t* archivePath);
 
-// The full path, fit for any length, that a name of the sources stands for. Valid until the next call.
+// The full path that a name of the sources stands for, each part taken as it stands, but for "." and "..", and of any
+// length: with the prefix \\?\. Valid until the next call.
 const wchar_t* native(const wchar_t* name);
 const wchar_t* native(const char* name);
 
-// Whether a full path given by native() is the archive's.
-bool isArchive(const wchar_t* path);
+// How much of a path given by native() names its drive or share, with the separator; 0 if it has neither.
+size_t rootLength(const wchar_t* path);
 
-// A name for messages: `path` in the ANSI code page, foreign characters as "?". Valid until the next call.
-const char* forMessage(const wchar_t* path);
+// Whether a path given by native() is the archive's.
+bool isArchive(const wchar_t* path);
 
 }  // namespace paths
 
@@ -83,8 +89,16 @@ void begin(bool privileges);
 // Closes files and scans that are still open, and gives the privileges back.
 void end();
 
-// Whether a file or folder could not be read to its end although the sources went on.
+// Prints "zip warning: <text><name>"; the run's code will tell that something is missing in the archive.
+void missed(const char* text, const wchar_t* name);
+
+// Whether something was missed although the sources went on.
 bool incomplete();
+
+// Whether a part of the file that is being archived could not be read, so that its entry will be left out; and whether
+// the last entry was.
+bool leavingOut();
+bool leftOut();
 
 // Of the entry that is being archived: the flags of its volume (GetVolumeInformation), and its security descriptor.
 // `size`: bytes of the buffer in, of the descriptor out. Answers FALSE, with the reason in GetLastError, if it cannot

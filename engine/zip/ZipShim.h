@@ -64,6 +64,10 @@ int qevError(QevStream* stream);
 int qevEndOfFile(QevStream* stream);
 void qevClearError(QevStream* stream);
 
+/* What was written behind `position` is no part of the file: writing goes on there, and the file ends where it stands
+ * when it is closed. */
+void qevTakeBack(QevStream* stream, __int64 position);
+
 /* Files to be archived. */
 int qevOpenInput(const char* path);
 int qevOpenInputW(const wchar_t* path);
@@ -85,9 +89,16 @@ int qevUtime(const char* path, const struct utimbuf* times);
 char* qevMktemp(char* name);
 unsigned long qevCompressMemory(char* to, unsigned long toSize, char* from, unsigned long fromSize);
 
-/* Texts. `errbuf` is the sources' buffer for error texts; what does not fit is cut. */
+/* Around the archiving of one entry. The second answers 1, or 0, with the reason in errno, if a part of its file could
+ * not be read; `name` is for messages, and may be null. */
+void qevEntryBegins(void);
+int qevEntryEnds(const wchar_t* name);
+
+/* Texts. Every narrow text of the sources is UTF-8: see EngineTexts.h. `errbuf` is the sources' buffer for error texts;
+ * what does not fit is cut. */
 int qevSprintf(char* to, const char* format, ...) __attribute__((format(ms_printf, 2, 3)));
 char* qevStrcat(char* to, const char* from);
+int qevWiden(const char* text, wchar_t* to, int room);
 
 #ifdef __cplusplus
 }
@@ -182,6 +193,11 @@ char* qevStrcat(char* to, const char* from);
 #define utime(path, times) qevUtime(path, times)
 #define mktemp(name) qevMktemp(name)
 
+#define MultiByteToWideChar(page, flags, text, length, to, room) qevWiden(text, to, room)
+#undef OemToChar
+#define OemToChar(from, to) ((from) == (to) ? TRUE : (strcpy(to, from), TRUE))
+#define OemToCharA(from, to) OemToChar(from, to)
+#define mblen(text, most) (*(text) != '\0') /* no byte of UTF-8 but itself is taken for "/" or ":" */
 #define sprintf qevSprintf
 #define strcat(to, from) qevStrcat(to, from)
 

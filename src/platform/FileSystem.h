@@ -76,7 +76,7 @@ struct WalkedFile {
 struct WalkGap {
   enum class Reason {
     Unreadable,  // it cannot be listed, or its listing broke off: `number`
-    LeadsBack,   // a link to a folder that the walk is in already
+    LeadsBack,   // the same folder as one that the walk is in already
   };
   Reason reason = Reason::Unreadable;
   std::wstring folder;  // with its last backslash
@@ -140,9 +140,10 @@ class FileSystem {
 
   // Tells of every file below `folder` (with its last backslash), subfolders and hidden ones included, and of every
   // folder that it could not look into; a missing `folder` is one, 76. Linked folders are walked as others are, but not
-  // into a folder that they lie in. What replacements are writing or have left is passed over, and so are, in the root
-  // of a volume, the system's own "System Volume Information" and "$RECYCLE.BIN". Throws what the visitor throws, and
-  // nothing else. FindFirstFileExW, FindNextFileW; GetFileInformationByHandle of links.
+  // into a folder that they lie in, the ones above `folder` among them. What replacements are writing or have left is
+  // passed over, and so are, in the root of a volume, the system's own "System Volume Information" and "$RECYCLE.BIN".
+  // Throws what the visitor throws, and nothing else. FindFirstFileExW, FindNextFileW; GetFileInformationByHandle of
+  // links.
   virtual void walkFiles(const std::wstring& folder, const WalkVisitor& visitor) const = 0;
 
   // Deletes what replacements of processes that are gone have left in `folder`; what cannot be deleted stays, and that

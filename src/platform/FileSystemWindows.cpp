@@ -173,7 +173,7 @@ std::uint64_t ticksOf(const FILETIME& time) {
   return std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
 }
 
-// What makes a folder this one and no other, by whatever path it is reached.
+// What makes a folder this one and no other, by whatever path it is reached. Some file systems tell nothing.
 struct FolderId {
   DWORD volume = 0;
   DWORD high = 0;
@@ -193,24 +193,46 @@ std::optional<BY_HANDLE_FILE_INFORMATION> factsOf(const std::wstring& path) {
 
 std::optional<FolderId> idOf(const std::wstring& folder) {
   const auto facts = factsOf(folder);
-  if (!facts) return std::nullopt;
+  if (!facts || (facts->nFileIndexHigh == 0 && facts->nFileIndexLow == 0)) return std::nullopt;
   return FolderId{facts->dwVolumeSerialNumber, facts->nFileIndexHigh, facts->nFileIndexLow};
 }
 
-// One walk. Only a link can lead back, so the folders on the way are asked who they are when one comes by.
+// The length of the drive ("C:\") or share ("\\server\share\") in a path; 0 of another.
+std::size_t rootLength(const std::wstring& path) {
+  if (path.size() > 2 && path[1] == L':') return 3;
+  if (!path.starts_with(L"\\\\")) return 0;
+  const std::size_t server = path.find(L'\\', 2);
+  const std::size_t share = server == std::wstring::npos ? server : path.find(L'\\', server + 1);
+  return share == std::wstring::npos ? 0 : share + 1;
+}
+
+// One walk. Only behind a link can a folder lead back: to one on the way, or to one that the start lies in. They are
+// asked who they are when a link comes by.
 class Walk {
  public:
   explicit Walk(const WalkVisitor& visitor) : visitor_(visitor) {}
 
   // `folder` has its last backslash.
-  void into(const std::wstring& folder, bool isHidden) {
-    way_.push_back(folder);
-    list(folder, isHidden);
-    way_.pop_back();
+  void from(const std::wstring& folder) {
+    for (std::size_t end = rootLength(folder); end != 0 && end < folder.size(); end = folder.find(L'\\', end) + 1) {
+      way_.push_back({folder.substr(0, end), std::nullopt});
+    }
+    into(folder, false, false);
   }
 
  private:
-  void list(const std::wstring& folder, bool isHidden) {
+  struct Step {
+    std::wstring folder;
+    std::optional<std::optional<FolderId>> id;  // once it has been asked; some folders have none
+  };
+
+  void into(const std::wstring& folder, bool isHidden, bool isBehindLink) {
+    way_.push_back({folder, std::nullopt});
+    list(folder, isHidden, isBehindLink);
+    way_.pop_back();
+  }
+
+  void list(const std::wstring& folder, bool isHidden, bool isBehindLink) {
     WIN32_FIND_DATAW entry{};
     const auto find = UniqueFind(FindFirstFileExW((asItStands(folder) + L"*").c_str(), FindExInfoBasic, &entry,
                                                   FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH));
@@ -220,12 +242,12 @@ class Walk {
       return isEmptyRoot ? void() : unreadable(folder, code == ERROR_FILE_NOT_FOUND ? ERROR_PATH_NOT_FOUND : code);
     }
     do {
-      if (!isNavigationEntry(entry.cFileName)) take(folder, entry, isHidden);
+      if (!isNavigationEntry(entry.cFileName)) take(folder, entry, isHidden, isBehindLink);
     } while (FindNextFileW(find.get(), &entry));
     if (const DWORD code = GetLastError(); code != ERROR_NO_MORE_FILES) unreadable(folder, code);
   }
 
-  void take(const std::wstring& folder, const WIN32_FIND_DATAW& entry, bool inHidden) {
+  void take(const std::wstring& folder, const WIN32_FIND_DATAW& entry, bool inHidden, bool inBehindLink) {
     constexpr DWORD hiddenOrSystem = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
     const std::wstring path = folder + entry.cFileName;
     const bool isHidden = inHidden || (entry.dwFileAttributes & hiddenOrSystem) != 0;
@@ -234,9 +256,9 @@ class Walk {
       return;
     }
     if (isOfTheSystem(folder, entry)) return;
-    const bool isLink = (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-    if (isLink && leadsBack(path)) return gap({WalkGap::Reason::LeadsBack, path + L"\\", 0});
-    into(path + L"\\", isHidden);
+    const bool isBehindLink = inBehindLink || (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+    if (isBehindLink && leadsBack(path + L"\\")) return gap({WalkGap::Reason::LeadsBack, path + L"\\", 0});
+    into(path + L"\\", isHidden, isBehindLink);
   }
 
   // Of a link the folder tells the link's own length: what it leads to is asked.
@@ -254,15 +276,26 @@ class Walk {
   // What the system keeps on every volume for itself, and lets nobody read.
   static bool isOfTheSystem(const std::wstring& folder, const WIN32_FIND_DATAW& entry) {
     constexpr DWORD both = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
-    const bool isRoot = folder.size() == 3 && folder[1] == L':';
-    return isRoot && (entry.dwFileAttributes & both) == both &&
+    return (entry.dwFileAttributes & both) == both &&
            (_wcsicmp(entry.cFileName, L"System Volume Information") == 0 ||
-            _wcsicmp(entry.cFileName, L"$RECYCLE.BIN") == 0);
+            _wcsicmp(entry.cFileName, L"$RECYCLE.BIN") == 0) &&
+           isRoot(folder);
   }
 
-  bool leadsBack(const std::wstring& link) const {
-    const auto id = idOf(link + L"\\");
-    return id && std::ranges::any_of(way_, [&](const std::wstring& folder) { return idOf(folder) == id; });
+  // Of a volume, mounted in a folder or not.
+  static bool isRoot(const std::wstring& folder) {
+    if (rootLength(folder) == folder.size()) return true;
+    std::wstring root(folder.size() + 1, L'\0');
+    return GetVolumePathNameW(folder.c_str(), root.data(), static_cast<DWORD>(root.size())) &&
+           _wcsicmp(root.c_str(), folder.c_str()) == 0;
+  }
+
+  bool leadsBack(const std::wstring& folder) {
+    const auto id = idOf(folder);
+    return id && std::ranges::any_of(way_, [&](Step& step) {
+             if (!step.id) step.id = idOf(step.folder);
+             return *step.id == id;
+           });
   }
 
   void unreadable(const std::wstring& folder, DWORD code) {
@@ -274,7 +307,7 @@ class Walk {
   }
 
   const WalkVisitor& visitor_;
-  std::vector<std::wstring> way_;
+  std::vector<Step> way_;
 };
 
 Date localSecond(const FILETIME& time) {
@@ -361,7 +394,7 @@ std::wstring FileSystemWindows::unfinishedName(const std::wstring& path) const {
 }
 
 void FileSystemWindows::walkFiles(const std::wstring& folder, const WalkVisitor& visitor) const {
-  Walk(visitor).into(folder, false);
+  Walk(visitor).from(folder);
 }
 
 std::vector<ListedFile> FileSystemWindows::filesIn(const std::wstring& folder) const {

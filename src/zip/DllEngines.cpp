@@ -28,6 +28,22 @@ std::string bytesOf(const std::wstring& text) {
   return LocaleWindows().ansiFromText(text);
 }
 
+// The same text in the ANSI code page, with "|" for the characters that it lacks. A "?" would be a pattern.
+std::string pathBytesOf(const std::wstring& text) {
+  if (GetACP() == CP_UTF8) return bytesOf(text);
+  const int length = static_cast<int>(text.size());
+  const auto convert = [&](char* to, int room) {
+    return WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, text.data(), length, to, room, "|", nullptr);
+  };
+  std::string bytes(static_cast<std::size_t>(convert(nullptr, 0)), '\0');
+  convert(bytes.data(), static_cast<int>(bytes.size()));
+  return bytes;
+}
+
+bool isInCodePage(const std::wstring& text) {
+  return textOf(pathBytesOf(text)) == text;
+}
+
 UniqueModule loadModule(const std::wstring& fileName) {
   const std::wstring beside = parentFolderName(modulePath()) + L"\\" + fileName;
   if (GetFileAttributesW(beside.c_str()) != INVALID_FILE_ATTRIBUTES) {
@@ -160,7 +176,7 @@ class NameSlots {
  public:
   NameSlots() = default;
   explicit NameSlots(const std::vector<std::wstring>& names) {
-    std::ranges::transform(names, bytes_.begin(), bytesOf);
+    std::ranges::transform(names, bytes_.begin(), pathBytesOf);
     std::transform(bytes_.begin(), bytes_.end(), slots_.begin(), [](std::string& name) { return name.data(); });
   }
 
@@ -181,7 +197,7 @@ class DllZipEngine final : public ZipEngine {
     ZIPUSERFUNCTIONS callbacks{&printZip, &refusePassword, &emptyComment};
     functions_.ZpInit(&callbacks);
 
-    std::string root = bytesOf(request.root);
+    std::string root = pathBytesOf(request.root);
     std::string date;
     ZPOPT options{};
     options.fSystem = request.system;
@@ -191,12 +207,29 @@ class DllZipEngine final : public ZipEngine {
     options.szRootDir = root.data();
     functions_.ZpSetOptions(&options);
 
-    std::string archive = bytesOf(request.archive);
-    NameSlots names(request.names);
-    return run.answer(functions_.ZpArchive(static_cast<int>(request.names.size()), archive.data(), names.get()));
+    const bool isWide = functions_.QevArchive && !isInCodePage(request);
+    return run.answer(isWide ? archiveWide(request) : archive(request));
   }
 
  private:
+  static bool isInCodePage(const ZipRequest& request) {
+    return qev::isInCodePage(request.archive) && qev::isInCodePage(request.root) &&
+           std::ranges::all_of(request.names, qev::isInCodePage);
+  }
+
+  std::int32_t archive(const ZipRequest& request) const {
+    std::string archive = pathBytesOf(request.archive);
+    NameSlots names(request.names);
+    return functions_.ZpArchive(static_cast<int>(request.names.size()), archive.data(), names.get());
+  }
+
+  std::int32_t archiveWide(const ZipRequest& request) const {
+    std::array<const wchar_t*, kMostNames> names{};
+    std::ranges::transform(request.names, names.begin(), [](const std::wstring& name) { return name.c_str(); });
+    return functions_.QevArchive(static_cast<int>(request.names.size()), request.archive.c_str(), request.root.c_str(),
+                                 names.data());
+  }
+
   ZipFunctions functions_;
 };
 
@@ -269,13 +302,17 @@ EngineLibrary::EngineLibrary(const std::wstring& fileName) : fileName_(fileName)
 }
 
 void EngineLibrary::setPatience(const Patience& patience) const {
-  const auto set = module_ ? reinterpret_cast<void*>(GetProcAddress(module_.get(), "QevSetPatience")) : nullptr;
-  if (!set) return;
-  reinterpret_cast<decltype(&QevSetPatience)>(set)(patience.milliseconds, patience.giveMessages, patience.context);
+  decltype(&::QevSetPatience) set = nullptr;
+  findIfAny("QevSetPatience", set);
+  if (set) set(patience.milliseconds, patience.giveMessages, patience.context);
+}
+
+void* EngineLibrary::addressIfAny(const char* name) const {
+  return module_ ? reinterpret_cast<void*>(GetProcAddress(module_.get(), name)) : nullptr;
 }
 
 void* EngineLibrary::address(const char* name) const {
-  const auto found = reinterpret_cast<void*>(GetProcAddress(module_.get(), name));
+  const auto found = addressIfAny(name);
   if (found) return found;
   throw AutomationError(kEntryPointNotFound, std::wstring(name, name + std::strlen(name)) + L" (" + fileName_ + L")");
 }
@@ -294,6 +331,7 @@ std::unique_ptr<ZipEngine> loadZipEngine() {
   functions.library.find("ZpInit", functions.ZpInit);
   functions.library.find("ZpSetOptions", functions.ZpSetOptions);
   functions.library.find("ZpArchive", functions.ZpArchive);
+  functions.library.findIfAny("QevArchive", functions.QevArchive);
   return engineOf(std::move(functions));
 }
 

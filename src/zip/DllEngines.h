@@ -28,23 +28,32 @@ class EngineLibrary {
     call = reinterpret_cast<Function>(address(name));
   }
 
+  // The same, with null where there is none: of an older engine.
+  template <typename Function>
+  void findIfAny(const char* name, Function& call) const {
+    call = reinterpret_cast<Function>(addressIfAny(name));
+  }
+
   // Says how long the runs to come wait for a place that others hold, and who is called meanwhile. An engine that
   // cannot be told has its own patience.
   void setPatience(const Patience& patience) const;
 
  private:
   void* address(const char* name) const;
+  void* addressIfAny(const char* name) const;
 
   std::wstring fileName_;
   UniqueModule module_;
 };
 
-// The functions of the two engines. `library` keeps them valid; the tests' engines need none.
+// The functions of the two engines. `library` keeps them valid; the tests' engines need none. An older engine has no
+// QevArchive.
 struct ZipFunctions {
   decltype(&::ZpInit) ZpInit = nullptr;
   decltype(&::ZpSetOptions) ZpSetOptions = nullptr;
   decltype(&::ZpArchive) ZpArchive = nullptr;
   EngineLibrary library;
+  decltype(&::QevArchive) QevArchive = nullptr;
 };
 
 struct UnzipFunctions {
@@ -54,7 +63,9 @@ struct UnzipFunctions {
 };
 
 // An engine of these functions. Its run() makes one call of each, in the order of the struct, with texts in the ANSI
-// code page; it throws 9 when the engine prints more at once than a message may have.
+// code page; it throws 9 when the engine prints more at once than a message may have. Where a path of a zip run has
+// characters outside the code page, QevArchive is called in the place of ZpArchive; where there is none, these
+// characters become "|", which is in no name and no pattern, so that the path leads nowhere.
 std::unique_ptr<ZipEngine> engineOf(ZipFunctions functions);
 std::unique_ptr<UnzipEngine> engineOf(UnzipFunctions functions);
 

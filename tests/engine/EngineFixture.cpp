@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <iterator>
 
 namespace qev::test {
 
@@ -69,7 +68,9 @@ Engine::Engine() {
   setOptions = exported<decltype(&ZpSetOptions)>(module_, "ZpSetOptions");
   getOptions = exported<decltype(&ZpGetOptions)>(module_, "ZpGetOptions");
   archive = exported<decltype(&ZpArchive)>(module_, "ZpArchive");
-  if (init == nullptr || setOptions == nullptr || getOptions == nullptr || archive == nullptr) {
+  archiveWide = exported<decltype(&QevArchive)>(module_, "QevArchive");
+  if (init == nullptr || setOptions == nullptr || getOptions == nullptr || archive == nullptr ||
+      archiveWide == nullptr) {
     throw std::runtime_error("VANTO5.DLL lacks an export");
   }
   functions.print = print;
@@ -90,6 +91,16 @@ int Engine::run(const std::string& archiveName, const std::vector<std::string>& 
   std::vector<char*> slots;
   for (std::string& name : copies) slots.push_back(name.data());
   return archive(static_cast<int>(slots.size()), target.data(), slots.data());
+}
+
+int Engine::runWide(const std::wstring& archiveName, const std::vector<std::wstring>& names, const std::wstring& root) {
+  calls.clear();
+  init(&functions);
+  setOptions(&options);
+  std::vector<const wchar_t*> slots;
+  for (const std::wstring& name : names) slots.push_back(name.c_str());
+  return archiveWide(static_cast<int>(slots.size()), archiveName.c_str(), root.empty() ? nullptr : root.c_str(),
+                     slots.data());
 }
 
 std::string Engine::messages() const {
@@ -193,8 +204,11 @@ std::map<std::string, Entry> entriesOf(const std::string& archive) {
 }
 
 std::string readFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  std::ifstream file(path, std::ios::binary | std::ios::ate);
+  std::string bytes(file ? static_cast<size_t>(file.tellg()) : 0, '\0');
+  file.seekg(0);
+  file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  return bytes;
 }
 
 namespace {

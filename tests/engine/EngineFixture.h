@@ -26,8 +26,13 @@ class Engine {
   // before.
   int run(const std::string& archive, const std::vector<std::string>& names);
 
+  // The same by QevArchive. An empty root is none.
+  int runWide(const std::wstring& archive, const std::vector<std::wstring>& names, const std::wstring& root = L"");
+
   bool said(const std::string& text) const;
   std::string messages() const;
+
+  HMODULE module() const { return module_; }
 
   ZPOPT options{};
   std::vector<std::string> calls;  // what each call of the print callback brought
@@ -37,6 +42,7 @@ class Engine {
   decltype(&ZpSetOptions) setOptions = nullptr;
   decltype(&ZpGetOptions) getOptions = nullptr;
   decltype(&ZpArchive) archive = nullptr;
+  decltype(&QevArchive) archiveWide = nullptr;
   ZIPUSERFUNCTIONS functions{};
 
  private:

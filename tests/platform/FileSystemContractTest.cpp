@@ -30,6 +30,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::UnorderedElementsAre;
 
 std::span<const std::byte> asBytes(std::string_view text) {
   return std::as_bytes(std::span(text.data(), text.size()));
@@ -700,6 +701,25 @@ TEST_F(FileSystemWindowsTest, AFileThatIsOpenExclusivelyElsewhereIs70) {
   const auto other = openExclusively(L"a.txt");
   ASSERT_TRUE(other);
   EXPECT_EQ(numberOf([&] { files.openForReading(folder / L"a.txt"); }), 70);
+}
+
+// QEV_LINKED_FOLDER names a folder that the test's surroundings provide. Its "datos" holds a.txt, two links to itself,
+// one to the folder around it, and one to "ajena2", which holds c.txt.
+TEST_F(FileSystemWindowsTest, AWalkFollowsLinksButNotToAFolderThatItLiesIn) {
+  wchar_t linked[MAX_PATH];
+  const DWORD length = GetEnvironmentVariableW(L"QEV_LINKED_FOLDER", linked, MAX_PATH);
+  if (length == 0 || length >= MAX_PATH) GTEST_SKIP() << "QEV_LINKED_FOLDER names no folder";
+  const std::wstring data = std::wstring(linked) + L"\\datos\\";
+  std::vector<std::wstring> visited;
+  std::vector<std::wstring> passedOver;
+  files.walkFiles(data, {.file = [&](const WalkedFile& file) { visited.push_back(file.path); },
+                         .gap =
+                             [&](const WalkGap& gap) {
+                               EXPECT_EQ(gap.reason, WalkGap::Reason::LeadsBack);
+                               passedOver.push_back(gap.folder);
+                             }});
+  EXPECT_THAT(visited, UnorderedElementsAre(data + L"a.txt", data + L"fuera\\c.txt"));
+  EXPECT_THAT(passedOver, UnorderedElementsAre(data + L"uno\\", data + L"dos\\", data + L"arriba\\"));
 }
 
 TEST_F(FileSystemWindowsTest, AWalkSaysOfHiddenAndSystemFilesThatTheyAre) {

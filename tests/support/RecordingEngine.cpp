@@ -24,8 +24,11 @@ RecordingEngine::~RecordingEngine() {
 CZipFiles::EngineLoader RecordingEngine::loader() {
   return [this] {
     calls.emplace_back("load");
-    return engineOf(
-        ZipFunctions{&RecordingEngine::ZpInit, &RecordingEngine::ZpSetOptions, &RecordingEngine::ZpArchive, {}});
+    return engineOf(ZipFunctions{&RecordingEngine::ZpInit,
+                                 &RecordingEngine::ZpSetOptions,
+                                 &RecordingEngine::ZpArchive,
+                                 {},
+                                 takesWideNames ? &RecordingEngine::QevArchive : nullptr});
   };
 }
 
@@ -61,6 +64,14 @@ int WINAPI RecordingEngine::ZpArchive(int argc, char* zipFileName, char** names)
   current_->slots.clear();
   for (std::size_t i = 0; i < kNameSlots; ++i) current_->slots.push_back(textOrNone(names[i]));
   return current_->whileArchiving ? current_->whileArchiving(current_->archive) : 0;
+}
+
+int WINAPI RecordingEngine::QevArchive(int argc, const wchar_t* zipFileName, const wchar_t* root,
+                                       const wchar_t* const* names) {
+  current_->calls.emplace_back("QevArchive");
+  current_->wide = {zipFileName, root};
+  for (int i = 0; i < argc; ++i) current_->wide.emplace_back(names[i]);
+  return 0;
 }
 
 }  // namespace qev::test

@@ -30,7 +30,10 @@ class RecordingEngine {
   // Hands a message to the print callback.
   void say(const std::string& text) const;
 
-  // The calls in their order: "load", "ZpInit", "ZpSetOptions", "ZpArchive".
+  // Whether the engine has QevArchive, too, as those of this generation do.
+  bool takesWideNames = false;
+
+  // The calls in their order: "load", "ZpInit", "ZpSetOptions", "ZpArchive" or "QevArchive".
   std::vector<std::string> calls;
 
   // What the last calls brought. The texts of the options are copied: the record's own last no longer than the call.
@@ -41,6 +44,7 @@ class RecordingEngine {
   int count = 0;
   std::string archive;
   std::vector<std::optional<std::string>> slots;  // all 100 of them; nothing for a null pointer
+  std::vector<std::wstring> wide;                 // of QevArchive: the archive, the root, the names
 
   // The names handed over: the first `count` slots.
   std::vector<std::string> names() const;
@@ -49,6 +53,7 @@ class RecordingEngine {
   static int WINAPI ZpInit(ZIPUSERFUNCTIONS* functions);
   static BOOL WINAPI ZpSetOptions(ZPOPT* options);
   static int WINAPI ZpArchive(int argc, char* zipFileName, char** names);
+  static int WINAPI QevArchive(int argc, const wchar_t* zipFileName, const wchar_t* root, const wchar_t* const* names);
 
   static RecordingEngine* current_;
 };

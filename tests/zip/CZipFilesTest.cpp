@@ -242,6 +242,45 @@ TEST_F(CZipFilesTest, SlotsBeyondTheCountAreEmptyTexts) {
   for (std::size_t i = 2; i < engine.slots.size(); ++i) EXPECT_EQ(engine.slots[i], "") << "slot " << i;
 }
 
+TEST_F(CZipFilesTest, PathsInTheCodePageAreHandedOverInItEvenWhereTheEngineTakesOthers) {
+  engine.takesWideNames = true;
+  zip.AddFile(L"C:\\Año 1 €\\*.*");
+  zip.MakeZipFile();
+  EXPECT_THAT(engine.calls, ElementsAre("load", "ZpInit", "ZpSetOptions", "ZpArchive"));
+}
+
+// "ā" is a letter of its own, and no "a" with something over it.
+TEST_F(CZipFilesTest, PathsOutsideTheCodePageAreHandedOverWhole) {
+  engine.takesWideNames = true;
+  zip.setZipFileName(L"C:\\Copias\\a.zip");
+  zip.setRootDirectory(L"C:\\ra\u00edz");
+  for (const wchar_t* const name : {L"C:\\\u65e5\\*.*", L"C:\\\u0101\\a.db"}) {
+    engine.calls.clear();
+    zip.AddFile(name);
+    zip.MakeZipFile();
+    EXPECT_THAT(engine.calls, ElementsAre("load", "ZpInit", "ZpSetOptions", "QevArchive"));
+    EXPECT_THAT(engine.wide, ElementsAre(L"C:\\Copias\\a.zip", L"C:\\RA\u00cdZ", L"querty", name));
+    zip.RemoveFile(name);
+  }
+  zip.setZipFileName(L"C:\\\u65e5.zip");
+  zip.MakeZipFile();
+  EXPECT_THAT(engine.wide, ElementsAre(L"C:\\\u65e5.zip", L"C:\\RA\u00cdZ", L"querty"));
+  zip.setZipFileName(L"C:\\a.zip");
+  zip.setRootDirectory(L"C:\\\u65e5");
+  zip.MakeZipFile();
+  EXPECT_THAT(engine.wide, ElementsAre(L"C:\\a.zip", L"C:\\\u65e5", L"querty"));
+}
+
+TEST_F(CZipFilesTest, WhereAnEngineTakesNoOtherPathsTheyLeadNowhere) {
+  zip.setZipFileName(L"C:\\\u0101.zip");
+  zip.setRootDirectory(L"C:\\\u65e5");
+  zip.AddFile(L"C:\\\u65e5\\*.*");
+  zip.MakeZipFile();
+  EXPECT_EQ(engine.archive, "C:\\|.zip");
+  EXPECT_EQ(engine.root, "C:\\|");
+  EXPECT_THAT(engine.names(), ElementsAre("querty", "C:\\|\\*.*"));
+}
+
 TEST_F(CZipFilesTest, NinetyNineNamesAreHandedOver) {
   for (int i = 1; i <= 99; ++i) zip.AddFile(L"C:\\" + std::to_wstring(i));
   EXPECT_EQ(zip.MakeZipFile(), 0);
@@ -901,12 +940,16 @@ TEST_F(ZipRoundTripTest, NamesOutsideTheAnsiCodePageThatAPatternFindsAreStored) 
   EXPECT_TRUE(holds(all, stored(L"Datos\\Ωmega\\б.txt"), "cirílico"));
 }
 
-TEST_F(ZipRoundTripTest, ANameOutsideTheAnsiCodePageThatIsNamedItselfIsReportedAndTheOthersAreStored) {
+TEST_F(ZipRoundTripTest, ANameOutsideTheAnsiCodePageThatIsNamedItselfIsStoredAndIsNoPattern) {
   folder.write(L"Otros\\日本.txt", "japonés");
+  folder.write(L"Otros\\xx.txt", "ajeno");
   zip.AddFile(folder / L"Otros\\日本.txt");
   zip.AddFile(everything());
-  zip.MakeZipFile();
-  EXPECT_TRUE(holds(entries(), stored(L"Datos\\a.txt"), "hola"));
+  EXPECT_EQ(zip.MakeZipFile(), ZP_OK) << utf8(zip.GetLastMessage());
+  const auto all = entries();
+  EXPECT_TRUE(holds(all, stored(L"Datos\\a.txt"), "hola"));
+  EXPECT_TRUE(holds(all, stored(L"Otros\\日本.txt"), "japonés"));
+  EXPECT_EQ(all.count(stored(L"Otros\\xx.txt")), 0u);
 }
 
 TEST_F(ZipRoundTripTest, PathsOfMoreThan260CharactersAreStored) {

@@ -32,7 +32,6 @@ std::wstring settingText(const std::wstring& name) {
   return library().platform.locale.toText(library().settings.read(name));
 }
 
-// Where the data folder is not told, none is made beside whatever folder is current.
 void assignRegistro(const std::wstring& keyPath) {
   HostSettings& host = library().host;
   FileSystem& files = library().platform.files;
@@ -40,7 +39,7 @@ void assignRegistro(const std::wstring& keyPath) {
   host.dataFolder = settingText(L"DirDatos");
   const std::wstring programFolder = settingText(L"DirMDE");
   const std::wstring beside = parentFolderName(host.dataFolder) + L"\\Backup";
-  if (isFullPath(host.dataFolder) && !files.folderExists(beside)) files.createFolder(beside);
+  if (!files.folderExists(beside)) files.createFolder(beside);
   host.backupFolder = programFolder + L"Backup\\";
 }
 

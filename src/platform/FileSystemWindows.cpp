@@ -136,7 +136,8 @@ class Replacement : public FileReplacement {
 
   std::wstring path() const override { return file_.path(); }
 
-  void seal() override { check(file_.seal(), path_); }
+  // What is still on its way to the disk can be much.
+  void seal() override { check(withMessages(patience_, [this] { return file_.seal(); }), path_); }
 
   void commit(std::optional<std::uint32_t> longestWait, CreationTime created) override {
     if (longestWait) patience_ = {.milliseconds = std::min<DWORD>(patience_.milliseconds, *longestWait)};

@@ -350,6 +350,53 @@ TEST_F(DiskCopyTest, ACloseAskedForDoesNotEndADiskThatIsWritten) {
   EXPECT_THAT(disks, ElementsAre("PK"));
 }
 
+TEST_F(DiskCopyTest, ASkippedDiskIsToldAndInSafeModeIsAFailure) {
+  fake.files.failCopiesTo(kOnDisk, {kDiskNotReady});
+  putSet("PK");
+  fake.messages.willAnswer({Answer::Ok, Answer::No});
+  EXPECT_TRUE(run());
+  EXPECT_THAT(notes, ElementsAre(L"El disco 1 de 1 no se ha escrito: a la copia le falta esa parte"));
+  isSafe = true;
+  fake.files.failCopiesTo(kOnDisk, {kDiskNotReady});
+  putSet("PK");
+  fake.messages.willAnswer({Answer::Ok, Answer::No});
+  EXPECT_EQ(numberOf([this] { run(); }), 71);
+}
+
+TEST_F(DiskCopyTest, InSafeModeADiskThatDoesNotReadAsItWasWrittenIsWrittenAgain) {
+  isSafe = true;
+  putSet("PK");
+  int reads = 0;
+  fake.files.onOpen = [&](const std::wstring& path) {
+    if (path == kOnDisk && ++reads == 1) fake.files.put(kOnDisk, "PQ");
+  };
+  fake.messages.willAnswer({Answer::Ok});
+  EXPECT_TRUE(run());
+  EXPECT_THAT(disks, ElementsAre("PK"));
+  EXPECT_EQ(reads, 2);
+  EXPECT_THAT(fake.files.flushed, ElementsAre(kOnDisk, kOnDisk));
+}
+
+TEST_F(DiskCopyTest, InSafeModeADiskThatIsShorterThanItsPieceIsWrittenAgain) {
+  isSafe = true;
+  putSet(archiveOf(200'000));
+  int reads = 0;
+  fake.files.onOpen = [&](const std::wstring& path) {
+    if (path == kOnDisk && ++reads == 1) fake.files.put(kOnDisk, fake.files.bytes(kOnDisk).substr(0, 199'999));
+  };
+  fake.messages.willAnswer({Answer::Ok});
+  EXPECT_TRUE(run());
+  EXPECT_THAT(disks, ElementsAre(archiveOf(200'000)));
+}
+
+TEST_F(DiskCopyTest, BetweenTriesTheDiskHasAMomentToComeRound) {
+  putSet("PK");
+  fake.files.failCopiesTo(kOnDisk, {kDeviceInputOutput, kDeviceInputOutput});
+  fake.messages.willAnswer({Answer::Ok});
+  EXPECT_TRUE(run());
+  EXPECT_EQ(fake.eventLoop.paused, 400u);
+}
+
 // --- The cutting ---
 
 TEST_F(DiskCopyTest, ASetThatCannotBeCutIsAnErrorBeforeAnyDiskIsAskedForAndTheSetStays) {

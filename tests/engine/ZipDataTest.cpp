@@ -11,8 +11,8 @@
 
 #include "EngineFixture.h"
 #include "Imports.h"
-#include "ProcessUse.h"
 #include "UnzipFixture.h"
+#include "support/ProcessUse.h"
 #include "support/ZipWriter.h"
 
 namespace qev::test {

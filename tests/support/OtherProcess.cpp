@@ -42,10 +42,19 @@ void OtherProcess::kill() const {
   WaitForSingleObject(process_.get(), kLongestWait);
 }
 
-void OtherProcess::signalAndSleep() {
+void OtherProcess::wait() const {
+  constexpr DWORD aLongRun = 20 * 60'000;  // milliseconds
+  WaitForSingleObject(process_.get(), aLongRun);
+}
+
+void OtherProcess::signal() {
   const wchar_t* const name = _wgetenv(kEventVariable);
   const UniqueHandle<KernelTraits> event(OpenEventW(EVENT_MODIFY_STATE, FALSE, name ? name : L""));
   SetEvent(event.get());
+}
+
+void OtherProcess::signalAndSleep() {
+  signal();
   while (true) Sleep(INFINITE);
 }
 

@@ -17,12 +17,18 @@ class OtherProcess {
   OtherProcess& operator=(const OtherProcess&) = delete;
   ~OtherProcess() { kill(); }
 
-  // Waits until it calls signalAndSleep; false if it ends before.
+  // Waits until it calls signal or signalAndSleep; false if it ends before.
   bool hasSignalled() const;
 
   HANDLE handle() const { return process_.get(); }
 
   void kill() const;
+
+  // Waits until it has ended by itself.
+  void wait() const;
+
+  // In the other process: tells the first one.
+  static void signal();
 
   // In the other process: tells the first one, and goes no further.
   [[noreturn]] static void signalAndSleep();

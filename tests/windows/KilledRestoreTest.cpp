@@ -16,6 +16,7 @@
 #include "platform/SystemServices.h"
 #include "restore/RestaurarCopia.h"
 #include "set/SetFile.h"
+#include "set/WholeSet.h"
 #include "support/FakePlatform.h"
 #include "support/OtherProcess.h"
 #include "support/RecordingView.h"
@@ -165,6 +166,7 @@ TEST(KilledRun, DISABLED_OtherProcess) {
   const wchar_t* const moment = _wgetenv(kMomentVariable);
   ASSERT_TRUE(folder && task && moment);
   const Brake brake(_wtoi(moment));
+  if (_wtoi(moment) == kNever) OtherProcess::signal();
   SlowFiles slow;
   if (std::wstring(task) == L"restaurar") {
     Host(folder).restore(brake);
@@ -278,7 +280,7 @@ void PrintTo(const Phase& phase, std::ostream* out) {
 }
 
 // The old set stays until the new one is finished, in safe mode and without it.
-class KilledBackup : public KilledRestore, public testing::WithParamInterface<Phase> {
+class KilledBackup : public KilledRestore {
  protected:
   void SetUp() override {
     KilledRestore::SetUp();
@@ -286,8 +288,8 @@ class KilledBackup : public KilledRestore, public testing::WithParamInterface<Ph
     folder_.write(L"programa\\Datos\\Emp01\\facturas.db", noise(2 << 20, 3));
   }
 
-  void expectTheNextBackupReplacesTheSet() {
-    EXPECT_EQ(L"", host_.backUp(GetParam().isSafe));
+  void expectTheNextBackupReplacesTheSet(bool isSafe) {
+    EXPECT_EQ(L"", host_.backUp(isSafe));
     EXPECT_THAT(folder_.list(L"copias"), ElementsAre(L"copia.qev"));
     EXPECT_EQ(RestoreRun::Outcome::Restored, host_.restore());
     const std::wstring data = restored();
@@ -307,7 +309,9 @@ class KilledBackup : public KilledRestore, public testing::WithParamInterface<Ph
   }
 };
 
-TEST_P(KilledBackup, LeavesTheOldSetWholeAndNothingThatCountsAsASetAndTheNextOneSucceeds) {
+class KilledBackupIn : public KilledBackup, public testing::WithParamInterface<Phase> {};
+
+TEST_P(KilledBackupIn, LeavesTheOldSetWholeAndNothingThatCountsAsASetAndTheNextOneSucceeds) {
   ASSERT_TRUE(startAndKill(folder_.path(), GetParam().task, GetParam().moment));
   EXPECT_TRUE(folder_.bytes(L"copias\\copia.qev") == set_);
   for (const std::wstring& name : folder_.list(L"copias")) {
@@ -321,15 +325,37 @@ TEST_P(KilledBackup, LeavesTheOldSetWholeAndNothingThatCountsAsASetAndTheNextOne
   host.backupFolder = folder_ / L"copias";
   CCopias(systemPlatform().files, SettingsStore(fake.registry, key), fake.locale, host, L"");
   EXPECT_THAT(folder_.list(L"copias"), ElementsAre(L"copia.qev"));
-  expectTheNextBackupReplacesTheSet();
+  expectTheNextBackupReplacesTheSet(GetParam().isSafe);
 }
 
-TEST_P(KilledBackup, LeavesNothingThatTheNextOneDoesNotRemove) {
+TEST_P(KilledBackupIn, LeavesNothingThatTheNextOneDoesNotRemove) {
   ASSERT_TRUE(startAndKill(folder_.path(), GetParam().task, GetParam().moment));
-  expectTheNextBackupReplacesTheSet();
+  expectTheNextBackupReplacesTheSet(GetParam().isSafe);
 }
 
-INSTANTIATE_TEST_SUITE_P(At, KilledBackup,
+// At no moment of its own choice: QEV_ROUNDS says how often, a few times by itself.
+TEST_F(KilledBackup, AtAnyMomentLeavesAWholeSetAndNothingThatTheNextOneDoesNotRemove) {
+  const char* const told = getenv("QEV_ROUNDS");
+  const int rounds = told ? atoi(told) : 4;
+  std::minstd_rand random(1);
+  for (int round = 0; round < rounds; ++round) {
+    SetEnvironmentVariableW(kFolderVariable, folder_.path().c_str());
+    SetEnvironmentVariableW(kTaskVariable, round % 2 ? L"copiar" : L"copiar comprobando");
+    SetEnvironmentVariableW(kMomentVariable, std::to_wstring(kNever).c_str());
+    {
+      const OtherProcess other(L"KilledRun.DISABLED_OtherProcess");
+      ASSERT_TRUE(other.hasSignalled());
+      Sleep(static_cast<DWORD>(random() % 700));
+    }
+    const auto reader = systemPlatform().files.openForReading(host_.set());
+    EXPECT_TRUE(readsWhole(*reader)) << "round " << round;
+    EXPECT_TRUE(host_.checked()) << "round " << round;
+  }
+  EXPECT_EQ(L"", host_.backUp(true));
+  EXPECT_THAT(folder_.list(L"copias"), ElementsAre(L"copia.qev"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Phase, KilledBackupIn,
                          testing::Values(Phase{"Archiving", true, L"copiar comprobando", 300},
                                          Phase{"Comparing", true, L"copiar comprobando", 600},
                                          Phase{"Testing", true, L"copiar comprobando", 800},

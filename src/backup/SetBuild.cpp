@@ -302,9 +302,11 @@ void SetBuild::test(const std::wstring& path, const Entries& entries) {
   throw AutomationError(code, L"RvUnZipFiles::Test", L"Copia dañada: " + testCodeText(code));
 }
 
+// The bar never falls: a second try begins where the first one has come to.
 void SetBuild::showPart(int from, int to, std::uint64_t done, std::uint64_t total) {
   const double part = total == 0 ? 1 : std::min(1.0, static_cast<double>(done) / static_cast<double>(total));
-  view_.showProgress(from + static_cast<int>((to - from) * part));
+  shown_ = std::max(shown_, from + static_cast<int>((to - from) * part));
+  view_.showProgress(shown_);
 }
 
 // The windows get their messages, twenty times a second.

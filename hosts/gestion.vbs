@@ -13,6 +13,8 @@
 ' Without an argument cscript makes an automatic backup, wscript shows the menu.
 '
 ' The host's set-up has written DirDatos and DirMDE under HKEY_LOCAL_MACHINE\Software\Gestion.
+'
+' This host has no database. One that has closes it before auto, prog, copiar and restaurar, and opens it again after.
 Option Explicit
 
 Const Titulo = "Gestion"
@@ -20,6 +22,7 @@ Dim copia, pedido
 Set copia = CreateObject("QevBackup.MCBackup")
 copia.Titulo = Titulo
 copia.Registro = "Software\Gestion"
+ActivaModoSeguro
 
 If WScript.Arguments.Count > 0 Then
   pedido = LCase(WScript.Arguments(0))
@@ -34,6 +37,18 @@ If pedido = "menu" Then
 Else
   UnaVez pedido
 End If
+
+' Only in safe mode is a success proof that the set holds every file of the data as it is.
+Sub ActivaModoSeguro
+  Const Valor = "HKLM\Software\Gestion\Verificar"
+  Dim consola, activo
+  Set consola = CreateObject("WScript.Shell")
+  activo = 0
+  On Error Resume Next
+  activo = consola.RegRead(Valor)
+  On Error Goto 0
+  If activo <> 1 Then consola.RegWrite Valor, 1, "REG_DWORD"
+End Sub
 
 ' One request, and what the object says after it.
 Sub UnaVez(que)

@@ -16,7 +16,6 @@ passed=0 failed=0 skipped=0
 # Tests that may be skipped, by their names. Any other that skips has failed: this machine could have run it.
 may_skip=(
   Registration.TheLastArchitectureToGoTakesTheSharedProgIdAlong # a system with one architecture
-  FileSystemWindowsTest.AReplacedFileKeepsTheCreationTimeByWhichCopiesAreSorted # a file system without creation times
 )
 # The same where nobody may mount the disks of tools/test-disks.sh.
 need_disks=('*FullDisk*' '*DiskThatFillsUp*' '*.ThatIsFullIsTold' 'Floppy.*')

@@ -10,7 +10,10 @@
 //   ccopias    deletes the oldest sets
 //
 // The host's set-up has written DirDatos and DirMDE under HKEY_LOCAL_MACHINE\Software\Gestion, and the library is
-// registered. IMCBackup.h comes with the library, in the folder "interface"; besides it takes ole32, oleaut32 and uuid.
+// registered. IMCBackup.h comes with the library, in the folder "interface"; besides it takes advapi32, ole32, oleaut32
+// and uuid.
+//
+// This host has no database. One that has closes it before auto, prog, copiar and restaurar, and opens it again after.
 #include <windows.h>
 
 #include <initguid.h>
@@ -96,8 +99,21 @@ void tellError(HRESULT result) {
   std::wprintf(L"Error %ld: %ls\n", static_cast<long>(result & 0xFFFF), description.read());
 }
 
+// Only in safe mode is a success proof that the set holds every file of the data as it is.
+HRESULT turnSafeModeOn() {
+  constexpr wchar_t name[] = L"Verificar";
+  DWORD value = 0;
+  DWORD size = sizeof value;
+  const LSTATUS status = RegGetValueW(HKEY_LOCAL_MACHINE, kKey, name, RRF_RT_REG_DWORD, nullptr, &value, &size);
+  if (status == ERROR_SUCCESS && value == 1) return S_OK;
+  value = 1;
+  return HRESULT_FROM_WIN32(
+      static_cast<DWORD>(RegSetKeyValueW(HKEY_LOCAL_MACHINE, kKey, name, REG_DWORD, &value, sizeof value)));
+}
+
 HRESULT startHost(Backup& backup) {
-  HRESULT result = backup->put_Titulo(Text(kTitle).get());
+  HRESULT result = turnSafeModeOn();
+  if (SUCCEEDED(result)) result = backup->put_Titulo(Text(kTitle).get());
   if (SUCCEEDED(result)) result = backup->put_Registro(Text(kKey).get());
   if (SUCCEEDED(result)) result = backup->put_Terminado(Text(L"False").get());
   return result;

@@ -7,6 +7,8 @@
 // the assembly QevBackup.X, and QevBackup.X.manifest says which DLL holds the class. In the program's folder, or in a
 // subfolder "QevBackup.X" of it, there must be QevBackup.X.manifest, QevBackup.dll, VANTO5.DLL and VANTO6.DLL, all of
 // the program's own architecture. The code is what it would be with a registered library.
+//
+// This host has no database. One that has closes it before the backup, and opens it again after.
 #include <windows.h>
 
 #include <initguid.h>
@@ -35,8 +37,21 @@ HRESULT putText(IMCBackup* backup, HRESULT (STDMETHODCALLTYPE IMCBackup::*put)(B
   return result;
 }
 
+// Only in safe mode is a success proof that the set holds every file of the data as it is.
+HRESULT turnSafeModeOn(const wchar_t* key) {
+  constexpr wchar_t name[] = L"Verificar";
+  DWORD value = 0;
+  DWORD size = sizeof value;
+  const LSTATUS status = RegGetValueW(HKEY_LOCAL_MACHINE, key, name, RRF_RT_REG_DWORD, nullptr, &value, &size);
+  if (status == ERROR_SUCCESS && value == 1) return S_OK;
+  value = 1;
+  return HRESULT_FROM_WIN32(
+      static_cast<DWORD>(RegSetKeyValueW(HKEY_LOCAL_MACHINE, key, name, REG_DWORD, &value, sizeof value)));
+}
+
 HRESULT makeBackup(IMCBackup* backup, const wchar_t* key) {
-  HRESULT result = putText(backup, &IMCBackup::put_Titulo, L"Gestion");
+  HRESULT result = turnSafeModeOn(key);
+  if (SUCCEEDED(result)) result = putText(backup, &IMCBackup::put_Titulo, L"Gestion");
   if (SUCCEEDED(result)) result = putText(backup, &IMCBackup::put_Registro, key);
   if (SUCCEEDED(result)) result = putText(backup, &IMCBackup::put_Terminado, L"False");
   if (SUCCEEDED(result)) result = backup->CopiaAuto();

@@ -23,6 +23,7 @@ makes_a_set() { # NAME COMMAND…
 
 win reg add "$key" /f /v DirDatos /d 'C:\Prog\Datos\Emp01\' >/dev/null
 win reg add "$key" /f /v DirMDE /d 'C:\Prog\' >/dev/null
+win reg add "$key" /f /v Verificar /t REG_DWORD /d 1 >/dev/null
 win reg add "$key" /f /v Cerrar /t REG_DWORD /d 1 >/dev/null
 trap 'win reg delete "$key" /v Cerrar /f >/dev/null 2>&1 || true' EXIT
 

@@ -52,9 +52,13 @@ try_host() {
   7zz t -tzip "$program"/Backup/Backup??-??-??.qev >/dev/null || fail "$what: no whole set"
   request prog
   7zz t -tzip "$program"/Programadas/Backup??-??-??.qev >/dev/null || fail "$what: no whole set"
-  touch "$program/Backup/"{una,otra}.txt
+  win reg query "$key" /v Verificar | grep -q '0x1' || fail "$what: safe mode is off"
+  cp "$program"/Backup/Backup??-??-??.qev "$program/Backup/una.qev"
+  cp "$program"/Backup/Backup??-??-??.qev "$program/Backup/otra.qev"
+  touch "$program/Backup/notas.txt"
   request ccopias
-  [ "$(ls "$program/Backup" | wc -l)" -eq 2 ] || fail "$what: $(ls "$program/Backup")"
+  [ "$(ls "$program"/Backup/*.qev | wc -l)" -eq 2 ] || fail "$what: $(ls "$program/Backup")"
+  [ -e "$program/Backup/notas.txt" ] || fail "$what: what is no set has gone in safe mode"
   answered copiar 'Crear Copia' $cancelar
   expect_line "Aceptar=False"
   answered opciones 'Configuración' $aceptar

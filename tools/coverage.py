@@ -31,8 +31,9 @@ def main():
     for note in notes:
         report = subprocess.run(["gcov", "--json-format", "--stdout", note], cwd=build, check=True, capture_output=True)
         for document in report.stdout.splitlines():
-            for file in json.loads(document)["files"]:
-                path = (root / file["file"]).resolve()
+            told = json.loads(document)
+            for file in told["files"]:
+                path = (Path(told["current_working_directory"]) / file["file"]).resolve()
                 if source not in path.parents:
                     continue
                 for line in file["lines"]:

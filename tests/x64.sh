@@ -33,4 +33,10 @@ if [ $large = yes ]; then
       tools/run-win.sh build/x64/qev_host_tests.exe --gtest_filter="$what"
   done
 fi
+if [ $large = yes ]; then
+  check "a thousand backups killed at any moment" on_display env QEV_ROUNDS=1000 \
+    tools/run-win.sh build/x64/qev_tests.exe --gtest_filter='KilledBackup.AtAnyMoment*'
+  check "two programs with one target, a hundred rounds" on_display env QEV_ROUNDS=100 \
+    tools/run-win.sh build/x64/qev_tests.exe --gtest_filter='BusyData.OfTwoPrograms*'
+fi
 [ $large = no ] || check "4.5 GiB and 70,000 files, backed up and restored" bench/run.sh --quick --large

@@ -95,7 +95,7 @@ std::wstring Difference::text() const {
 }
 
 std::wstring inOneLine(const Differences& differences, const std::wstring& folder) {
-  constexpr std::size_t longest = 60;  // characters of a path
+  constexpr std::size_t longest = 30;  // characters of a path
   if (differences.empty()) return {};
   Difference first = differences.front();
   if (first.path.size() > folder.size() && first.path.starts_with(folder)) first.path.erase(0, folder.size());

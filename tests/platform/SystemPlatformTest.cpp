@@ -183,15 +183,17 @@ TEST(SystemPlatformTest, AQuitMessageIsPutBackForTheLoopThatItWasMeantFor) {
   EXPECT_EQ(message.wParam, 17u);
 }
 
+void CALLBACK postOnce(HWND timed, UINT, UINT_PTR, DWORD) {
+  PostMessageW(timed, CountingWindow::kMessage, 0, 0);
+  KillTimer(timed, 1);
+}
+
 // It would come before timers and painting, and each of them with it.
 TEST(SystemPlatformTest, AQuitMessageKeepsNoOtherMessageWaiting) {
   CountingWindow window;
   PostQuitMessage(17);
   systemPlatform().eventLoop.yield();
-  SetTimer(window.handle(), 1, 10, [](HWND timed, UINT, UINT_PTR, DWORD) {
-    PostMessageW(timed, CountingWindow::kMessage, 0, 0);
-    KillTimer(timed, 1);
-  });
+  SetTimer(window.handle(), 1, 10, postOnce);
   for (int i = 0; i < 50 && window.received == 0; ++i) {
     Sleep(10);
     systemPlatform().eventLoop.yield();
@@ -221,14 +223,15 @@ TEST(SystemPlatformTest, WorkThatTakesItsTimeLeavesTheWindowsTheirMessagesAndKee
   EXPECT_GT(silence.ticks(), 10);
 }
 
+void WINAPI countAndYield(void* count) {
+  ++*static_cast<int*>(count);
+  systemPlatform().eventLoop.yield();
+}
+
 TEST(SystemPlatformTest, WorkThatTakesItsTimeIsNotHurriedByAQuitMessageWhichIsPutBack) {
-  static int given;
-  given = 0;
+  int given = 0;
   PostQuitMessage(17);
-  const Patience patience{.giveMessages = [](void*) {
-    ++given;
-    systemPlatform().eventLoop.yield();
-  }};
+  const Patience patience{.giveMessages = countAndYield, .context = &given};
   EXPECT_EQ(withMessages(patience, [] { return Sleep(1000), DWORD{ERROR_SUCCESS}; }), DWORD{ERROR_SUCCESS});
   EXPECT_LT(given, 100) << "no thread waits as fast as it can";
   MSG message{};
@@ -236,13 +239,15 @@ TEST(SystemPlatformTest, WorkThatTakesItsTimeIsNotHurriedByAQuitMessageWhichIsPu
   EXPECT_EQ(message.wParam, 17u);
 }
 
+BOOL WINAPI copySlowly(const wchar_t* from, const wchar_t* to, BOOL keeps) {
+  Sleep(4000);
+  return CopyFileW(from, to, keeps);
+}
+
 TEST(SystemPlatformTest, AFileIsCopiedToASlowDiskWhileTheWindowsGetTheirMessages) {
   const TemporaryFolder folder;
   folder.write(L"a.txt", "uno");
-  FileSystemWindows files(systemPatience(), [](const wchar_t* from, const wchar_t* to, BOOL keeps) -> BOOL {
-    Sleep(4000);
-    return CopyFileW(from, to, keeps);
-  });
+  FileSystemWindows files(systemPatience(), copySlowly);
   const Silence silence;
   files.copyFile(folder / L"a.txt", folder / L"b.txt");
   EXPECT_LT(silence.longest(), kLongestSilence);

@@ -173,12 +173,12 @@ TEST_F(BackupWindow, AFailureOfSafeModeFitsTheWindow) {
   settings_.write(L"Verificar", std::int16_t{1});
   settings_.write(L"Copia", std::int16_t{2});
   settings_.write(L"Programar", std::wstring(L"Diariamente"));
-  for (const wchar_t c : {L'm', L'n'}) folder_.write(L"Datos\\Emp01\\" + std::wstring(120, c) + L".db", "x");
+  for (const wchar_t c : {L'a', L'b'}) folder_.write(L"Datos\\Emp01\\" + std::wstring(120, c) + L".db", "x");
   showToTheEnd([](HWND form) {  // the archive of this engine is none
     const HWND result = GetDlgItem(form, FBackup_TResultado);
     const std::wstring text = windowText(result);
-    EXPECT_NE(std::wstring::npos, text.find(L"Error: 53-Copia incompleta: …mmm"));
-    EXPECT_NE(std::wstring::npos, text.find(L"m.db no está en la copia (y 1 más)"));
+    EXPECT_NE(std::wstring::npos, text.find(L"Error: 53-Copia incompleta: …aaa"));
+    EXPECT_NE(std::wstring::npos, text.find(L"a.db no está en la copia (y 1 más)"));
     EXPECT_NE(std::wstring::npos, text.find(L"La próxima copia de seguridad"));
     EXPECT_TRUE(fitsWrapped(result));
     keepPicture(form, L"FBackup-modo-seguro");

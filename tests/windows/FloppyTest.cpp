@@ -91,10 +91,12 @@ class Floppy : public testing::Test {
     host_.title = L"Gestion";
     host_.settingsKey = kKey;
     host_.dataFolder = L"C:\\QevFloppy\\Datos\\Emp01\\";
+    fs::create_directories(host_.dataFolder);
     removeWorkFiles();
   }
 
   void TearDown() override {
+    fs::remove_all(L"C:\\QevFloppy");
     RegDeleteTreeW(HKEY_LOCAL_MACHINE, kKey);
     removeWorkFiles();
   }
@@ -121,7 +123,7 @@ class Floppy : public testing::Test {
 
 TEST_F(Floppy, AnArchiveOf3000000BytesTakesThreeDisks) {
   run(3'000'000);
-  EXPECT_TRUE(view_.succeeded) << "failure shown";
+  EXPECT_EQ(view_.failure, L"");
   ASSERT_EQ(3u, changer_.disks.size());
   EXPECT_EQ(1'440'000u, changer_.disks[0].size());
   EXPECT_EQ(1'440'000u, changer_.disks[1].size());

@@ -390,7 +390,6 @@ TEST_F(SafeRetention, TheSetThatThisProcessHasMadeLastStaysHoweverItsFolderIsWri
 }
 
 TEST_F(SafeRetention, TheLastSetOfTheProcessIsKnownByTheNameThatTheRunTold) {
-  EXPECT_EQ(L"", qev::lastSet());
   setLastSet(L"C:\\Copias\\a.qev");
   setLastSet(L"C:\\Copias\\b.qev");
   EXPECT_EQ(L"C:\\Copias\\b.qev", qev::lastSet());

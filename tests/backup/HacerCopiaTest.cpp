@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "set/LastSet.h"
 #include "support/FakePlatform.h"
 #include "support/RecordingView.h"
 #include "support/ScriptedEngine.h"
@@ -189,6 +190,18 @@ TEST_F(HacerCopiaTest, TheDriveInTheHeaderIsThatOfTheDataFolderAndNotOfTheTarget
   host.dataFolder = L"E:\\Prog\\Datos\\Emp01\\";
   run();
   EXPECT_THAT(fake.files.bytes(kTarget), HasSubstr("Directorio : E:;\r\n"));
+}
+
+TEST_F(HacerCopiaTest, ASetIsTheLastOfItsProcessAndCreatedNowOnceItStandsUnderItsName) {
+  setLastSet(L"");
+  fake.files.now = moment(2026, 11, 16, 10, 31);
+  failsToArchive(L"", 12);
+  run();
+  EXPECT_EQ(lastSet(), L"");
+  archivesAs("PK archivo");
+  run();
+  EXPECT_EQ(lastSet(), kTarget);
+  EXPECT_EQ(fake.files.filesIn(L"D:\\Copias").at(0).created, fake.files.now);
 }
 
 TEST_F(HacerCopiaTest, SuccessIsRecordedWithItsMoment) {

@@ -337,7 +337,7 @@ TEST_F(LoggedRun, AFailureIsRecordedWithItsErrorAndTheTextThatWasShown) {
   BackupRun(platform_, host_, kAutomatic, settings_, view_).HacerCopia(folder_ / L"no est\u00e1\\copia.qev");
   ASSERT_FALSE(view_.succeeded);
   EXPECT_THAT(runLog(), HasSubstr("  Resultado: con errores\r\n"));
-  EXPECT_THAT(runLog(), HasSubstr("\r\n  Error: 53-"));
+  EXPECT_THAT(runLog(), HasSubstr("\r\n  Error: 76-"));
   EXPECT_THAT(runLog(), HasSubstr("    | No se ha podido realizar la copia de seguridad de Gestion.\r\n"));
 }
 

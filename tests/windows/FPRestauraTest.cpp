@@ -267,11 +267,13 @@ TEST_F(RestoreFromDisks, AThreeVolumeSetIsAskedForDiskByDiskAndRestoredWhole) {
   EXPECT_EQ(1, fake_.sound.beeps) << "one result";
 }
 
+BOOL WINAPI copySlowly(const wchar_t* from, const wchar_t* to, BOOL keeps) {
+  Sleep(3000);
+  return CopyFileW(from, to, keeps);
+}
+
 TEST_F(RestoreFromDisks, SlowDisksLeaveTheWindowsTheirMessages) {
-  FileSystemWindows slowFiles(systemPatience(), [](const wchar_t* from, const wchar_t* to, BOOL keeps) -> BOOL {
-    Sleep(3000);
-    return CopyFileW(from, to, keeps);
-  });
+  FileSystemWindows slowFiles(systemPatience(), copySlowly);
   DiskDrive drive(slowFiles);
   Platform platform = with(platform_, drive);
   drive.insert(disk(1));

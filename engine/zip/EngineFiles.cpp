@@ -634,10 +634,16 @@ Walk* beginWalk(const wchar_t* pattern, const wchar_t* folder, WIN32_FIND_DATAW*
   return walks = walk;
 }
 
+// What is no data: the system's own in the root of a volume, and what runs are writing or have left.
+bool isPassedOver(const Walk* walk, const WIN32_FIND_DATAW& data) {
+  const bool isFolder = (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+  return isFolder ? isOfSystem(data) && isOfRoot(walk) : NewFile::isName(data.cFileName);
+}
+
 BOOL findNext(Walk* walk, WIN32_FIND_DATAW* data) {
   while (FindNextFileW(walk->scan.get(), data)) {
     keepEntry(walk, *data);
-    if (!isOfSystem(*data) || !isOfRoot(walk)) return TRUE;
+    if (!isPassedOver(walk, *data)) return TRUE;
   }
   const DWORD error = GetLastError();
   if (error == ERROR_NO_MORE_FILES || walk->isBroken) return FALSE;
@@ -661,7 +667,7 @@ HANDLE findFirst(const wchar_t* pattern, WIN32_FIND_DATAW* data) {
   SetLastError(error);
   if (walk == nullptr) return INVALID_HANDLE_VALUE;
   keepEntry(walk, *data);
-  if (!isOfSystem(*data) || !isOfRoot(walk) || findNext(walk, data)) return walk;
+  if (!isPassedOver(walk, *data) || findNext(walk, data)) return walk;
   findClose(walk);
   return INVALID_HANDLE_VALUE;
 }

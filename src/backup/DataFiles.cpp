@@ -30,11 +30,13 @@ class Finder {
 
   // A file that is not there is none; one of which that cannot be told is a gap.
   void file(const std::wstring& path) {
-    if (platform_.files.fileExists(path)) return take({path, platform_.files.fileSize(path), 0, false});
     try {
-      static_cast<void>(platform_.files.openLive(path));
+      const std::uint64_t size = platform_.files.openLive(path)->size();
+      take({path, size, 0, false});
     } catch (const AutomationError& error) {
-      if (error.number() == kFileNotFound || error.number() == kPathNotFound) return;
+      const bool isFolderThere = platform_.files.folderExists(parentFolderName(path));
+      if (isFolderThere && (error.number() == kFileNotFound || error.number() == kPathNotFound)) return;
+      if (platform_.files.fileExists(path)) return take({path, platform_.files.fileSize(path), 0, false});
       found.gaps.push_back({WalkGap::Reason::Unreadable, path, error.number()});
     }
   }
@@ -67,13 +69,18 @@ DataPlaces DataPlaces::of(const std::wstring& dataFolder, const std::wstring& ti
   return places;
 }
 
+bool isWithin(const Locale& locale, const std::wstring& path, const std::wstring& folder) {
+  return path.size() > folder.size() && locale.equalIgnoringCase(path.substr(0, folder.size()), folder);
+}
+
 DataFiles findData(Platform& platform, const DataPlaces& places, const std::wstring& target,
                    const std::function<void()>& step) {
   Finder finder(platform, target, step);
   finder.found.targetName = nameInArchive(target);
   finder.folder(places.folder);
-  finder.file(places.utilities);
-  finder.file(places.settings);
+  for (const std::wstring& path : {places.utilities, places.settings}) {
+    if (!isWithin(platform.locale, path, places.folder)) finder.file(path);  // else it is among the data
+  }
   return std::move(finder.found);
 }
 

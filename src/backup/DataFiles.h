@@ -46,6 +46,9 @@ struct DataFiles {
 [[nodiscard]] DataFiles findData(Platform& platform, const DataPlaces& places, const std::wstring& target,
                                  const std::function<void()>& step);
 
+// Whether a path lies below a folder, which has its last backslash; letter case does not count.
+[[nodiscard]] bool isWithin(const Locale& locale, const std::wstring& path, const std::wstring& folder);
+
 // The files of `after` that were there before and have been written since, by their length or their moment.
 [[nodiscard]] std::vector<DataFile> changedBetween(const DataFiles& before, const DataFiles& after);
 

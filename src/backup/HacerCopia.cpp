@@ -6,6 +6,7 @@
 #include "backup/SetBuild.h"
 #include "record/RunLog.h"
 #include "schedule/CalcularProximaCopia.h"
+#include "set/LastSet.h"
 #include "set/Volumes.h"
 
 namespace qev {
@@ -78,6 +79,7 @@ BackupRun::Outcome BackupRun::makeSet() {
   view_.showDestination(L" " + displayPath_);
   view_.showResult(L" Realizando copia de seguridad...");
   buildSet();
+  if (!toFloppy()) setLastSet(workingPath_);
   view_.showBusy(false);
   if (!copyToDisks()) return Outcome::Cancelled;
   succeed();
@@ -91,8 +93,11 @@ void BackupRun::choosePaths() {
   record_.safeMode = safe_;
   if (kind_ == kAutomatic && !isFullPath(displayPath_)) throw AutomationError(kPathNotFound, displayPath_);
   places_ = DataPlaces::of(host_.dataFolder, host_.title);
-  const bool toFloppy = driveName(displayPath_) == kFloppyDrive;
-  workingPath_ = toFloppy ? workingCopy(platform_.workFolder) : displayPath_;
+  workingPath_ = toFloppy() ? workingCopy(platform_.workFolder) : displayPath_;
+}
+
+bool BackupRun::toFloppy() const {
+  return driveName(displayPath_) == kFloppyDrive;
 }
 
 // For a floppy this asks about the working copy left over from an earlier run. The old set stays until the new one
@@ -102,13 +107,9 @@ bool BackupRun::mayReplace() {
   const wchar_t* question = kind_ == kManual ? L"El nombre del archivo seleccionado ya existe, ¿Desea reemplazarlo?"
                                              : L"Hoy ya se ha realizado una copia de seguridad, ¿Desea reemplazarla?";
   if (platform_.messages.show(question, host_.title, message::kYesNo | message::kQuestion) != Answer::Yes) return false;
-  if (!safe_ && isWithinData(workingPath_)) platform_.files.deleteFile(workingPath_, true);
+  if (!safe_ && isWithin(platform_.locale, workingPath_, places_.folder))
+    platform_.files.deleteFile(workingPath_, true);
   return true;
-}
-
-bool BackupRun::isWithinData(const std::wstring& path) const {
-  const std::wstring& folder = places_.folder;
-  return path.size() > folder.size() && platform_.locale.equalIgnoringCase(path.substr(0, folder.size()), folder);
 }
 
 void BackupRun::buildSet() {

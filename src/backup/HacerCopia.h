@@ -58,8 +58,8 @@ class BackupRun {
   void run();
   Outcome makeSet();
   void choosePaths();
+  bool toFloppy() const;
   bool mayReplace();
-  bool isWithinData(const std::wstring& path) const;
   void buildSet();
   bool copyToDisks();
   void succeed();

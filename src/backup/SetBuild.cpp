@@ -6,7 +6,6 @@
 
 #include "backup/ArchiveProgress.h"
 #include "backup/EngineTexts.h"
-#include "set/LastSet.h"
 #include "set/SetFile.h"
 #include "zip/ArchiveCheck.h"
 
@@ -53,6 +52,12 @@ bool areFewAndSmall(const Differences& differences) {
   return canPass && differences.size() <= mostFiles && bytes <= mostBytes;
 }
 
+// FAT32 refuses what is too long for it as if there were no room.
+bool isTooLongFor(const VolumeFacts& volume) {
+  constexpr std::uint64_t clearlyRoom = 64 << 20;
+  return volume.fileSystem.starts_with(L"FAT") && volume.freeBytes >= clearlyRoom;
+}
+
 }  // namespace
 
 SetBuild::SetBuild(Platform& platform, Job job, BackupRunView& view, RunRecord& record,
@@ -95,11 +100,15 @@ void SetBuild::prepare() {
   platform_.files.requireReplaceable(job_.target);
 }
 
-// Without safe mode the old set goes where there is no room for both, if there is room enough then.
+// Without safe mode the old set goes where there is no room for two, if what it takes is enough then. An archive and
+// the set that is made of it stand side by side for a while; one that did not fit is larger than the room was.
 bool SetBuild::canMakeRoom(const AutomationError& error) const {
   if (error.number() != kDiskFull || job_.isSafe || !platform_.files.fileExists(job_.target)) return false;
   const auto volume = platform_.drives.volumeOf(parentFolderName(job_.target));
-  return !volume || volume->freeBytes + platform_.files.fileSize(job_.target) >= archiveBytes_;
+  if (!volume || isTooLongFor(*volume)) return false;
+  const std::uint64_t old = platform_.files.fileSize(job_.target);
+  if (archiveBytes_ == 0) return old >= volume->freeBytes;
+  return volume->freeBytes + old + platform_.files.fileSize(archivePath_) >= 2 * archiveBytes_;
 }
 
 void SetBuild::makeRoom() {
@@ -128,7 +137,6 @@ bool SetBuild::build(bool isLastTry) {
     test(set->path(), entries);
   }
   set->commit({}, CreationTime::Now);
-  setLastSet(job_.target);
   return true;
 }
 
@@ -201,12 +209,10 @@ void SetBuild::explainMissingArchive() const {
   throw AutomationError(number, job_.target + L" (" + zipCodeText(code) + L")").from(L"RvZipFiles::MakeZipFile");
 }
 
-// FAT32 refuses what is too long for it as if there were no room.
 AutomationError SetBuild::explained(const AutomationError& error) const {
-  constexpr std::uint64_t clearlyRoom = 64 << 20;
   if (error.number() != kDiskFull) return error;
   const auto volume = platform_.drives.volumeOf(parentFolderName(job_.target));
-  if (!volume || !volume->fileSystem.starts_with(L"FAT") || volume->freeBytes < clearlyRoom) return error;
+  if (!volume || !isTooLongFor(*volume)) return error;
   return {error.number(), error.source(),
           L"El disco está formateado como " + volume->fileSystem +
               L", que no admite archivos de 4 GB o más; use un disco con exFAT o NTFS: " + job_.target};

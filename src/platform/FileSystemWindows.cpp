@@ -138,7 +138,8 @@ class Replacement : public FileReplacement {
 
   // What is still on its way to the disk can be much.
   void seal() override {
-    check(withMessages(patience_, [this] { return file_.seal(); }), path_);
+    const Patience silent{.milliseconds = patience_.milliseconds};
+    check(withMessages(patience_, [&] { return file_.seal(silent); }), path_);
   }
 
   void commit(std::optional<std::uint32_t> longestWait, CreationTime created) override {

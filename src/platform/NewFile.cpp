@@ -386,15 +386,19 @@ DWORD NewFile::write(const void* from, std::size_t size) {
 }
 
 // Reading is shared with everybody who shares deleting, so that the file can be moved while it is open.
-DWORD NewFile::seal() {
+DWORD NewFile::seal(const Patience& patience) {
   DWORD code = result(FlushFileBuffers(file_));
   if (code == ERROR_SUCCESS && isFleeting_) code = result(deleteWhenClosed(file_, false));
   if (code != ERROR_SUCCESS) return discard(), code;
   isFleeting_ = false;
   close();
-  const HANDLE file = CreateFileW(path_, GENERIC_READ | FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_DELETE,
-                                  nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  code = result(file != INVALID_HANDLE_VALUE);
+  HANDLE file = INVALID_HANDLE_VALUE;
+  Tries tries(patience);
+  do {
+    file = CreateFileW(path_, GENERIC_READ | FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
+                       OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    code = result(file != INVALID_HANDLE_VALUE);
+  } while (code == ERROR_SHARING_VIOLATION && tries.again());
   if (code != ERROR_SUCCESS) return DeleteFileW(path_), code;
   file_ = file;
   isSealed_ = true;

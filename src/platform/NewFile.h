@@ -43,8 +43,9 @@ class NewFile {
   void deleteIfKilled();
 
   // Ends the writing: what was written is on the disk, everybody can read it at path(), and nobody can write it until
-  // commit() or discard(). After a failure the file is gone. FlushFileBuffers.
-  [[nodiscard]] DWORD seal();
+  // commit() or discard(). Whoever looks into what has just been written is waited for. After a failure the file is
+  // gone. FlushFileBuffers.
+  [[nodiscard]] DWORD seal(const Patience& patience);
 
   bool isOpen() const { return file_ != nullptr; }
   HANDLE handle() const { return file_; }

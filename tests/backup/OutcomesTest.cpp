@@ -51,6 +51,9 @@ struct Scene {
     std::vector<ZipEntry> entries;
     const auto add = [&](const std::wstring& path) {
       if (!fake.files.fileExists(path) || passedOver.contains(path)) return;
+      for (const ZipEntry& entry : entries) {
+        if (entry.name == nameInArchive(path)) return;  // as the engine does with a file that is named twice
+      }
       entries.push_back(storedEntry(nameInArchive(path), fake.files.bytes(path)));
       if (corrupted == path) entries.back().checksum ^= 1;
     };
@@ -281,6 +284,28 @@ const std::vector<Situation>& situations() {
        },
        {L"61-Disco lleno. Lo comprimido queda, sin cabecera, en ", Under::Old, ""},
        {L"61-Disco lleno. Lo comprimido queda, sin cabecera, en ", Under::Old, ""}},
+      {"AFileSystemThatTakesNoSuchLength",
+       [](Scene& s) {
+         s.fake.drives.volume = VolumeFacts{L"FAT32", std::uint64_t{1} << 34};
+         s.engine.work = [&s] {
+           s.engine.say(L"zip I/O error: No space left on device\r\n");
+           return 14;
+         };
+       },
+       {L"61-El disco está formateado como FAT32", Under::Old, "con errores"},
+       {L"61-El disco está formateado como FAT32", Under::Old, "con errores"}},
+      {"ADataFolderThatIsAWholeDrive",
+       [](Scene& s) {
+         s.host.dataFolder = L"E:\\";
+         s.fake.files.put(L"E:\\clientes.db", "clientes");
+         s.fake.files.put(L"E:\\Util.mde", "utilidades");
+         s.afterReading = [] {};
+       },
+       done, done},
+      {"UtilitiesThatCannotBeReached",
+       [](Scene& s) { s.fake.files.makeUnreadable(L"C:\\Prog\\Util.mde", kDeviceInputOutput); },
+       {L"57-Copia incompleta: C:\\Prog\\Util.mde no se ha podido leer", Under::Old, "con errores"},
+       done},
       {"AnAnswerThatIsNoYes",
        [](Scene& s) { s.answers = {Answer::Cancel}; },
        {L"", Under::Old, "no realizado"},

@@ -39,6 +39,8 @@ struct BadReads {
   bool mappedToo = false;
   bool sizeToo = false;                    // once a byte has failed
   std::function<void()> before = nullptr;  // called once, before the first byte is read
+  HANDLE last = nullptr;                   // the file that was read last, and whether it is the one
+  bool isIt = false;
 };
 BadReads badReads;
 
@@ -46,11 +48,9 @@ bool hasFailed = false;
 
 // Files are read from their beginnings on.
 bool isBad(HANDLE file, ULONGLONG start) {
-  static HANDLE last = nullptr;
-  static bool isIt = false;
-  if (start == 0 || file != last) isIt = endsWith(pathOf(file), badReads.file);
-  last = file;
-  return isIt;
+  if (start == 0 || file != badReads.last) badReads.isIt = endsWith(pathOf(file), badReads.file);
+  badReads.last = file;
+  return badReads.isIt;
 }
 
 BOOL WINAPI readBadly(HANDLE file, void* to, DWORD size, DWORD* got, OVERLAPPED* at) {

@@ -141,6 +141,8 @@ const std::vector<Situation>& situations() {
        },
        done,
        {L"", "Oculta\\x.db no est\xC3\xA1 en la copia: es un archivo oculto o del sistema\r\n"}},
+      {"WhatAnotherRunIsWritingAmongTheData",
+       [](Place& p) { p.write(L"Sub\\qev0badcafe-ffff-0123456789abcdef-1.tmp", "a medias"); }, done, done},
       {"AFileThatNobodyMayOpen",
        [](Place& p) {
          p.makeBase();

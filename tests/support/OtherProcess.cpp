@@ -23,9 +23,14 @@ OtherProcess::OtherProcess(const std::wstring& test) {
   STARTUPINFOW startup{};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION made{};
-  if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, DETACHED_PROCESS, nullptr, nullptr, &startup,
-                      &made)) {
-    return;
+  const auto start = [&] {
+    return CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, DETACHED_PROCESS, nullptr, nullptr,
+                          &startup, &made);
+  };
+  constexpr int tries = 5;  // a busy machine refuses one now and then
+  for (int i = 0; !start(); ++i) {
+    if (i == tries) return;
+    Sleep(200);
   }
   process_ = UniqueHandle<KernelTraits>(made.hProcess);
   const UniqueHandle<KernelTraits> thread(made.hThread);

@@ -3,9 +3,8 @@
 //   1. the data is looked through; what is certain to fail, fails here
 //   2. the engine makes the archive, under a name of this process's own beside the target
 //   3. the set is written, its header line first, under another such name; from then on nobody can write it
-//   4. in safe mode: the archive is compared with the data, the header is read as the dialog for restoring reads it,
-//   and
-//      the engine tests the set; without it, what differs is a remark
+//   4. in safe mode: the archive is compared with the data, the header is read as the restore dialog reads it, and the
+//      engine tests the set; without it, what differs is a remark
 //   5. the set takes the target's name in one step
 //
 // Until 5 the target is what it was. Whatever fails, nothing is left, with one exception: an archive that is finished

@@ -27,7 +27,7 @@ std::wstring asItStands(const std::wstring& path) {
   const bool onDrive = path.size() > 2 && path[1] == L':' && path[2] == L'\\';
   const bool onShare = path.starts_with(L"\\\\") && !path.starts_with(L"\\\\?\\") && !path.starts_with(L"\\\\.\\");
   const std::wstring closed = path + L"\\";
-  const auto has = [&](const wchar_t* part, std::size_t from = 0) { return closed.find(part, from) != closed.npos; };
+  const auto has = [&](const wchar_t* part) { return closed.find(part) != closed.npos; };
   const bool isPlain = !has(L"/") && !has(L"\\.\\") && !has(L"\\..\\") && path.find(L"\\\\", 1) == path.npos;
   if (isPlain && onDrive) return L"\\\\?\\" + path;
   if (isPlain && onShare) return L"\\\\?\\UNC" + path.substr(1);
